@@ -1,0 +1,26 @@
+# What every target is compiled with: link `kyb_options` privately.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_package(Threads REQUIRED)
+
+add_library(kyb_options INTERFACE)
+target_compile_options(kyb_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wformat=2 -Wimplicit-fallthrough)
+target_compile_definitions(kyb_options INTERFACE
+  QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_NO_NARROWING_CONVERSIONS_IN_CONNECT)
+target_link_libraries(kyb_options INTERFACE Threads::Threads)
+
+if(KYB_SANITIZE)
+  add_compile_options(-fsanitize=${KYB_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${KYB_SANITIZE})
+endif()
+if(KYB_COVERAGE)
+  add_compile_options(--coverage)
+  add_link_options(--coverage)
+endif()

@@ -1,0 +1,49 @@
+// A package of any content is read as the installer reads one before it writes anything.
+
+#include "macroot/flat_package.h"
+#include "macroot/install_error.h"
+#include "macroot/package_writer.h"
+#include "macroot/payload.h"
+
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+using namespace kyb::macroot;
+
+namespace {
+
+void readThrough(const std::string &path) {
+    const FlatPackage package(path);
+    PayloadList list;
+    for (const Component &component : package.components()) {
+        for (const char *const name : {"Scripts", "Payload"}) {
+            package.readArchive(component.member(name), [&](archive *reader) {
+                scanPayload(reader, component.info.installLocation, list, [](std::size_t) {});
+            });
+        }
+    }
+    for (const auto &[itemPath, item] : list.items()) {
+        if (itemPath.empty() || itemPath.front() == '/' || itemPath.starts_with("../")) {
+            std::abort(); // it would leave the root
+        }
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    const UniqueFd file = unnamedFile();
+    if (::write(file.get(), data, size) != static_cast<ssize_t>(size)) {
+        return 0;
+    }
+    try {
+        readThrough("/proc/self/fd/" + std::to_string(file.get()));
+    } catch (const NotAPackage &) {
+    } catch (const InstallError &) {
+    }
+    return 0;
+}

@@ -1,0 +1,69 @@
+#include "helper/macos/Inbox.h"
+
+#include <array>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace kyb::helper {
+
+Inbox::Inbox() {
+    std::array<int, 2> ends{-1, -1};
+    if (pipe(ends.data()) != 0) {
+        return;
+    }
+    for (const int fd : ends) {
+        fcntl(fd, F_SETFD, FD_CLOEXEC);
+        fcntl(fd, F_SETFL, O_NONBLOCK);
+    }
+    wakeReader_ = UniqueFd(ends[0]);
+    wakeWriter_ = UniqueFd(ends[1]);
+}
+
+void Inbox::wake() const {
+    const char byte = 0;
+    [[maybe_unused]] const ssize_t ignored = write(wakeWriter_.get(), &byte, 1); // a full pipe is readable as well
+}
+
+void Inbox::add(CommandRequest request) {
+    const std::lock_guard lock(mutex_);
+    requests_.push_back(std::move(request));
+    wake();
+}
+
+void Inbox::noteClientCame() {
+    const std::lock_guard lock(mutex_);
+    ++clients_;
+    wake();
+}
+
+void Inbox::noteClientWent() {
+    const std::lock_guard lock(mutex_);
+    --clients_;
+    wake();
+}
+
+void Inbox::noteClosed() {
+    const std::lock_guard lock(mutex_);
+    isClosed_ = true;
+    wake();
+}
+
+std::vector<CommandRequest> Inbox::takeRequests() {
+    const std::lock_guard lock(mutex_);
+    std::array<char, 64> bytes{};
+    while (read(wakeReader_.get(), bytes.data(), bytes.size()) > 0) {
+    }
+    return std::exchange(requests_, {});
+}
+
+bool Inbox::isQuiet() const {
+    const std::lock_guard lock(mutex_);
+    return clients_ == 0 && requests_.empty();
+}
+
+bool Inbox::isClosed() const {
+    const std::lock_guard lock(mutex_);
+    return isClosed_;
+}
+
+} // namespace kyb::helper

@@ -1,0 +1,106 @@
+#include "helper/macos/Listener.h"
+
+#include "helper/helper_log.h"
+#include "helper/macos/client_trust.h"
+#include "privileged/message_keys.h"
+
+#include <dispatch/dispatch.h>
+
+namespace kyb::helper {
+namespace {
+
+/// What the blocks of the listener and of its peers share. Blocks copy it.
+struct Office {
+    std::shared_ptr<Inbox> inbox;
+    std::string progressFile;
+};
+
+/// One reference to an XPC object, shared by the copies of a `std::function`.
+std::shared_ptr<void> keep(xpc_object_t object) {
+    return {xpc_retain(object), xpc_release};
+}
+
+void sendReply(xpc_connection_t peer, xpc_object_t message, const std::string &text) {
+    const xpc_object_t reply = xpc_dictionary_create_reply(message);
+    if (reply == nullptr) {
+        return; // a message that wants no reply
+    }
+    xpc_dictionary_set_string(reply, kReplyKey, text.c_str());
+    xpc_connection_send_message(peer, reply);
+    xpc_release(reply);
+}
+
+/// Answers \p message, or cuts its client off, which the client sees as an interruption.
+auto answerTo(xpc_connection_t peer, xpc_object_t message) {
+    return [client = keep(peer), request = keep(message)](const std::optional<std::string> &reply) {
+        const auto connection = static_cast<xpc_connection_t>(client.get());
+        if (reply) {
+            sendReply(connection, request.get(), *reply);
+        } else {
+            xpc_connection_cancel(connection);
+        }
+    };
+}
+
+std::optional<std::string> stringIn(xpc_object_t message, const char *key) {
+    const char *text = xpc_dictionary_get_string(message, key);
+    return text == nullptr ? std::nullopt : std::optional<std::string>(text);
+}
+
+void serve(xpc_connection_t peer, xpc_object_t message, const Office &office) {
+    const std::optional<std::string> command = stringIn(message, kCommandKey);
+    const std::optional<std::string> path = stringIn(message, kInstallerLogPathKey);
+    if (!isFromTrustedClient(message) || !command || (path && *path != office.progressFile)) {
+        logLine("Refused a message.");
+        xpc_connection_cancel(peer);
+        return;
+    }
+    office.inbox->add({.commandLine = *command, .progressFilePath = path, .answer = answerTo(peer, message)});
+}
+
+void receive(xpc_connection_t peer, xpc_object_t event, const Office &office) {
+    if (xpc_get_type(event) == XPC_TYPE_DICTIONARY) {
+        serve(peer, event, office);
+    } else if (event == XPC_ERROR_CONNECTION_INVALID) {
+        office.inbox->noteClientWent(); // its command, if one runs, is finished all the same
+    }
+}
+
+void accept(xpc_connection_t peer, dispatch_queue_t queue, const Office &office) {
+    if (!requireTrustedPeer(peer)) {
+        logLine("Refused a client, for the requirement cannot be set.");
+        xpc_connection_cancel(peer);
+        return;
+    }
+    const Office copied = office; // NB: a block copies a variable, but only refers to what a reference names
+    office.inbox->noteClientCame();
+    xpc_connection_set_target_queue(peer, queue);
+    xpc_connection_set_event_handler(peer, ^(xpc_object_t event) {
+      receive(peer, event, copied);
+    });
+    xpc_connection_resume(peer);
+}
+
+} // namespace
+
+xpc_connection_t startListening(const std::shared_ptr<Inbox> &inbox, const std::string &progressFile) {
+    const Office office{inbox, progressFile};
+    const dispatch_queue_t queue = dispatch_queue_create(kHelperServiceName, DISPATCH_QUEUE_SERIAL);
+    const xpc_connection_t listener =
+        xpc_connection_create_mach_service(kHelperServiceName, queue, XPC_CONNECTION_MACH_SERVICE_LISTENER);
+    xpc_connection_set_event_handler(listener, ^(xpc_object_t event) {
+      if (xpc_get_type(event) == XPC_TYPE_CONNECTION) {
+          accept(static_cast<xpc_connection_t>(event), queue, office);
+      } else {
+          office.inbox->noteClosed();
+      }
+    });
+    xpc_connection_resume(listener);
+    return listener;
+}
+
+void stopListening(xpc_connection_t listener) {
+    xpc_connection_cancel(listener);
+}
+
+} // namespace kyb::helper

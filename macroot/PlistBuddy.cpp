@@ -1,0 +1,102 @@
+// PlistBuddy -c COMMAND [-c COMMAND ...] FILE: reads and changes a property list, and saves it when all commands ran.
+
+#include "macroot/file_replace.h"
+#include "macroot/plist_commands.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <span>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace {
+
+using namespace kyb::macroot;
+
+struct Arguments {
+    std::vector<std::string> commands;
+    std::string file;
+};
+
+std::optional<Arguments> parseArguments(std::span<char *> words) {
+    Arguments arguments;
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        const std::string word = words[i];
+        if (word == "-c" && i + 1 < words.size()) {
+            arguments.commands.emplace_back(words[++i]);
+        } else if (arguments.file.empty() && !word.starts_with('-')) {
+            arguments.file = word;
+        } else {
+            return std::nullopt;
+        }
+    }
+    return arguments.commands.empty() || arguments.file.empty() ? std::nullopt : std::optional(arguments);
+}
+
+int refuse(const std::string &line) {
+    std::fprintf(stderr, "%s\n", line.c_str());
+    return 1;
+}
+
+void show(const PlistEditor::Outcome &outcome) {
+    if (!outcome.text.empty()) {
+        std::fprintf(outcome.succeeded ? stdout : stderr, "%s\n", outcome.text.c_str());
+    }
+}
+
+// A file that is not there is an empty dictionary; nothing for one that cannot be read.
+std::optional<std::string> textOf(const std::string &file) {
+    if (!std::filesystem::exists(file)) {
+        std::printf("File Doesn't Exist, Will Create: %s\n", file.c_str());
+        return plistToText(Plist(plist_new_dict()).get(), PlistFormat::Xml);
+    }
+    std::ifstream stream(file, std::ios::binary);
+    const std::string text((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+    return stream.bad() || text.empty() ? std::nullopt : std::optional(text);
+}
+
+int runCommands(const Arguments &arguments) {
+    const std::optional<std::string> text = textOf(arguments.file);
+    Plist root = plistFromText(text.value_or(""));
+    if (!root) {
+        return refuse("Error Reading File: " + arguments.file);
+    }
+    PlistEditor editor(std::move(root));
+    bool allSucceeded = true;
+    const auto save = [&] {
+        replaceFile(arguments.file, plistToText(editor.root(), plistFormatOf(*text)));
+        editor.markSaved();
+    };
+    for (const std::string &command : arguments.commands) {
+        if (command == "Save") {
+            save();
+            continue;
+        }
+        const PlistEditor::Outcome outcome = editor.run(command);
+        show(outcome);
+        allSucceeded = allSucceeded && outcome.succeeded;
+    }
+    if (editor.isChanged()) {
+        save();
+    }
+    return allSucceeded ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const std::optional<Arguments> arguments = parseArguments({argv, static_cast<std::size_t>(argc)});
+    if (!arguments) {
+        return refuse("Usage: PlistBuddy -c \"<command>\" [-c \"<command>\" ...] <file.plist>");
+    }
+    try {
+        return runCommands(*arguments);
+    } catch (const std::system_error &error) {
+        return refuse(std::string("Error Writing File: ") + error.what());
+    }
+}

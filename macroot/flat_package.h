@@ -1,0 +1,63 @@
+#pragma once
+
+#include "macroot/package_info.h"
+#include "macroot/unique_fd.h"
+
+#include <archive.h>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace kyb::macroot {
+
+/// The file is not there, or is no flat package.
+class NotAPackage : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// One installable part of a package.
+struct Component {
+    std::string folder; ///< its folder in a product archive; "" when the package is this one component
+    PackageInfo info;
+    bool hasPayload = false;
+    bool hasScripts = false;
+
+    [[nodiscard]] std::string member(const char *name) const;
+};
+
+/// A flat package: a xar archive with a PackageInfo, or with a Distribution and a folder for each component.
+/// The file stays open from the constructor on, so that all passes read the same file.
+class FlatPackage {
+public:
+    /// Throws NotAPackage, or InstallError for a package whose descriptions cannot be used.
+    explicit FlatPackage(const std::string &path);
+
+    [[nodiscard]] const std::string &path() const { return m_path; }
+    /// What the package calls itself; the file's name without ".pkg" when it does not say.
+    [[nodiscard]] const std::string &title() const { return m_title; }
+    [[nodiscard]] const std::vector<Component> &components() const { return m_components; }
+
+    /// Opens the compressed cpio archive that is the member `name` and hands it to `use`, which reads it to its end.
+    /// Throws InstallError when there is no such member, or when it turns out cut off or damaged.
+    void readArchive(const std::string &name, const std::function<void(archive *)> &use) const;
+
+private:
+    using MemberUse = std::function<void(const std::string &name, archive *)>;
+
+    void eachMember(const MemberUse &use) const;
+    void readDescriptions();
+    void readComponents(const std::vector<std::string> &folders);
+    [[nodiscard]] const std::string *description(const std::string &name) const;
+
+    std::string m_path;
+    UniqueFd m_file;
+    std::string m_title;
+    std::vector<Component> m_components;
+    std::vector<std::string> m_members;
+    std::vector<std::pair<std::string, std::string>> m_descriptions; ///< PackageInfo and Distribution files: name, text
+};
+
+} // namespace kyb::macroot

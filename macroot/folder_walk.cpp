@@ -1,0 +1,200 @@
+#include "macroot/folder_walk.h"
+
+#include "macroot/install_error.h"
+#include "macroot/payload_path.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+
+#include <array>
+#include <memory>
+
+namespace kyb::macroot {
+
+namespace {
+
+constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+enum class Missing { Make, Report };
+
+UniqueFd duplicate(int fd) {
+    UniqueFd copy(::openat(fd, ".", folderFlags));
+    if (!copy) {
+        throwLastError("folder");
+    }
+    return copy;
+}
+
+// One step down. Empty when the name is not there.
+UniqueFd stepDown(int folder, const std::string &name, std::string_view path, Missing missing) {
+    if (missing == Missing::Make && ::mkdirat(folder, name.c_str(), 0755) != 0 && errno != EEXIST) {
+        throwLastError(shownPath(path));
+    }
+    UniqueFd next(::openat(folder, name.c_str(), folderFlags));
+    if (!next && (errno == ENOTDIR || errno == ELOOP)) {
+        throw InstallError(shownPath(path) + ": a link or a file stands where a folder should be (" + name + ")");
+    }
+    if (!next && errno != ENOENT) {
+        throwLastError(shownPath(path));
+    }
+    return next;
+}
+
+UniqueFd walk(int base, std::string_view path, Missing missing) {
+    UniqueFd folder = duplicate(base);
+    for (const std::string_view name : pathNames(path)) {
+        folder = stepDown(folder.get(), std::string(name), path, missing);
+        if (!folder) {
+            break;
+        }
+    }
+    return folder;
+}
+
+void removeEntry(int folder, const std::string &name);
+
+void emptyFolder(int folder) {
+    const int listed = duplicate(folder).release();
+    const std::unique_ptr<DIR, int (*)(DIR *)> listing(::fdopendir(listed), ::closedir);
+    if (!listing) {
+        ::close(listed);
+        throwLastError("folder");
+    }
+    while (const dirent *entry = ::readdir(listing.get())) {
+        const std::string name(entry->d_name);
+        if (name != "." && name != "..") {
+            removeEntry(folder, name);
+        }
+    }
+}
+
+void removeEntry(int folder, const std::string &name) {
+    if (::unlinkat(folder, name.c_str(), 0) == 0 || errno == ENOENT) {
+        return;
+    }
+    if (const UniqueFd below(::openat(folder, name.c_str(), folderFlags)); below) {
+        emptyFolder(below.get());
+    }
+    if (::unlinkat(folder, name.c_str(), AT_REMOVEDIR) != 0) {
+        throwLastError("cannot remove " + name);
+    }
+}
+
+} // namespace
+
+UniqueFd openFolder(const std::string &path) {
+    UniqueFd folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) {
+        throwLastError(path);
+    }
+    return folder;
+}
+
+UniqueFd openFolderBelow(int base, std::string_view path) {
+    return walk(base, path, Missing::Report);
+}
+
+UniqueFd makeFolderBelow(int base, std::string_view path) {
+    return walk(base, path, Missing::Make);
+}
+
+std::optional<struct stat> lookBelow(int base, std::string_view path) {
+    const UniqueFd folder = openFolderBelow(base, parentPath(path));
+    struct stat found = {};
+    if (!folder) {
+        return std::nullopt;
+    }
+    if (::fstatat(folder.get(), std::string(leafName(path)).c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0) {
+        return found;
+    }
+    if (errno != ENOENT) {
+        throwLastError(shownPath(path));
+    }
+    return std::nullopt;
+}
+
+void removeBelow(int base, std::string_view path) {
+    if (const UniqueFd folder = openFolderBelow(base, parentPath(path)); folder) {
+        removeEntry(folder.get(), std::string(leafName(path)));
+    }
+}
+
+void removeFileBelow(int base, std::string_view path) {
+    const UniqueFd folder = openFolderBelow(base, parentPath(path));
+    if (folder && ::unlinkat(folder.get(), std::string(leafName(path)).c_str(), 0) != 0 && errno != ENOENT) {
+        throwLastError(shownPath(path));
+    }
+}
+
+void removeEmptyFolderBelow(int base, std::string_view path) {
+    const UniqueFd folder = openFolderBelow(base, parentPath(path));
+    const bool removed = !folder || ::unlinkat(folder.get(), std::string(leafName(path)).c_str(), AT_REMOVEDIR) == 0;
+    if (!removed && errno != ENOENT && errno != ENOTEMPTY) {
+        throwLastError(shownPath(path));
+    }
+}
+
+void moveBelow(int fromBase, std::string_view from, int toBase, std::string_view to) {
+    const UniqueFd source = openFolderBelow(fromBase, parentPath(from));
+    const UniqueFd target = openFolderBelow(toBase, parentPath(to));
+    const std::string fromName(leafName(from));
+    const std::string toName(leafName(to));
+    if (::renameat(source.get(), fromName.c_str(), target.get(), toName.c_str()) != 0) {
+        throwLastError(shownPath(to));
+    }
+}
+
+void hardLinkBelow(int fromBase, std::string_view from, int toBase, std::string_view to) {
+    const UniqueFd source = openFolderBelow(fromBase, parentPath(from));
+    const UniqueFd target = openFolderBelow(toBase, parentPath(to));
+    const std::string fromName(leafName(from));
+    const std::string toName(leafName(to));
+    if (::linkat(source.get(), fromName.c_str(), target.get(), toName.c_str(), 0) != 0) {
+        throwLastError(shownPath(to));
+    }
+}
+
+UniqueFd createFileBelow(int base, std::string_view path, mode_t mode) {
+    const UniqueFd folder = makeFolderBelow(base, parentPath(path));
+    const std::string name(leafName(path));
+    UniqueFd file(::openat(folder.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!file || ::fchmod(file.get(), mode) != 0) {
+        throwLastError(shownPath(path));
+    }
+    return file;
+}
+
+void writeFileBelow(int base, std::string_view path, std::string_view text, mode_t mode) {
+    writeAll(createFileBelow(base, path, mode).get(), text, shownPath(path));
+}
+
+std::optional<std::string> readFileBelow(int base, std::string_view path) {
+    const UniqueFd folder = openFolderBelow(base, parentPath(path));
+    const std::string name(leafName(path));
+    const UniqueFd file(folder ? ::openat(folder.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC) : -1);
+    if (!file) {
+        return std::nullopt;
+    }
+    std::string text;
+    std::array<char, 4096> block{};
+    ssize_t got = 0;
+    while ((got = ::read(file.get(), block.data(), block.size())) > 0) {
+        text.append(block.data(), static_cast<std::size_t>(got));
+    }
+    if (got < 0) {
+        throwLastError(shownPath(path));
+    }
+    return text;
+}
+
+void writeAll(int fd, std::string_view bytes, const std::string &name) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(fd, bytes.data(), bytes.size());
+        if (written < 0) {
+            throwLastError(name);
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+} // namespace kyb::macroot

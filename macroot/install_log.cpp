@@ -1,0 +1,52 @@
+#include "macroot/install_log.h"
+
+#include "macroot/folder_walk.h"
+#include "macroot/install_error.h"
+#include "macroot/printable.h"
+
+#include <fcntl.h>
+
+#include <array>
+
+namespace kyb::macroot {
+
+namespace {
+
+std::string hostName() {
+    std::array<char, 256> name{};
+    return ::gethostname(name.data(), name.size() - 1) == 0 && name[0] != '\0' ? name.data() : "localhost";
+}
+
+} // namespace
+
+std::string installLogLine(std::time_t when, std::string_view host, int process, std::string_view message) {
+    std::tm local = {};
+    std::array<char, 40> date{};
+    ::localtime_r(&when, &local);
+    const std::size_t length = std::strftime(date.data(), date.size(), "%Y-%m-%d %H:%M:%S%z ", &local);
+    return std::string(date.data(), length)
+        .append(host)
+        .append(" installer[" + std::to_string(process) + "]: ")
+        .append(printable(message))
+        .append("\n");
+}
+
+InstallLog::InstallLog(int root) : m_host(hostName()) {
+    const UniqueFd folder = makeFolderBelow(root, "var/log");
+    constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+    m_file = UniqueFd(::openat(folder.get(), "install.log", flags, 0644));
+    struct stat found = {};
+    if (!m_file || ::fstat(m_file.get(), &found) != 0) {
+        throwLastError("/var/log/install.log");
+    }
+    if (!S_ISREG(found.st_mode)) {
+        throw InstallError("/var/log/install.log is no file");
+    }
+}
+
+void InstallLog::write(std::string_view message) const {
+    const std::string line = installLogLine(std::time(nullptr), m_host, ::getpid(), message);
+    [[maybe_unused]] const ssize_t written = ::write(m_file.get(), line.data(), line.size());
+}
+
+} // namespace kyb::macroot

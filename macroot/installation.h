@@ -1,0 +1,64 @@
+#pragma once
+
+#include "macroot/flat_package.h"
+#include "macroot/install_log.h"
+#include "macroot/installer_output.h"
+#include "macroot/payload.h"
+#include "macroot/receipt.h"
+#include "macroot/signal_watch.h"
+#include "macroot/stage.h"
+
+#include <string>
+
+namespace kyb::macroot {
+
+/// One installation of one package below one root folder. Either all of it is in place afterwards, or nothing of it:
+/// the files wait in the stage until every one is written, and what was moved into place is taken back by a failure.
+/// What the package's own scripts did stays done.
+class Installation {
+public:
+    /// `rootPath` is absolute and without a slash at its end; "/" is "". All that is given must outlive the object.
+    Installation(const FlatPackage &package, std::string rootPath, const InstallerOutput &output,
+                 const SignalWatch &signals);
+
+    /// Throws InstallError; the root is then as it was. Runs once.
+    void run();
+
+    /// Whether an earlier version was there; known once run() has its turn.
+    [[nodiscard]] InstallKind kind() const { return m_kind; }
+
+private:
+    void runSteps();
+    void prepareDisk() const;
+    void readThrough();
+    void checkFreeSpace() const;
+    void waitForOthers(const InstallLock &lock) const;
+    void recoverEarlierRun() const;
+    void findKind();
+    void unpackScripts(const Stage &stage) const;
+    void runScripts(std::string PackageInfo::*file, const char *name) const;
+    void writeFiles(const Stage &stage) const;
+    void moveIntoPlace(Stage &stage) const;
+    void validate() const;
+    void writeReceipts(Stage &stage) const;
+    void registerApplications() const;
+    void finish(Stage &stage) const;
+
+    [[nodiscard]] PayloadItem receiptItem(const Component &component) const;
+    [[nodiscard]] PayloadList::Items allItems() const;
+    [[nodiscard]] Receipt receiptOf(const Component &component) const;
+    [[nodiscard]] std::vector<std::string> scriptEnvironment(const Component &component, const char *name) const;
+    [[nodiscard]] std::string stagePath(std::string_view name) const;
+    [[nodiscard]] std::string targetPath(const Component &component) const;
+
+    const FlatPackage &m_package;
+    std::string m_rootPath;
+    UniqueFd m_root;
+    const InstallerOutput &m_output;
+    const SignalWatch &m_signals;
+    InstallLog m_log;
+    InstallKind m_kind = InstallKind::Install;
+    PayloadList m_payload;
+};
+
+} // namespace kyb::macroot

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kyb::macroot {
+
+/// The steps that the verbose output names. "Preparing the package" carries the package's name.
+enum class Phase {
+    PreparingInstallation,
+    PreparingDisk,
+    PreparingPackage,
+    WaitingForOthers,
+    Configuring,
+    RunningScripts,
+    WritingFiles,
+    MovingIntoPlace,
+    Validating,
+    WritingReceipts,
+    RegisteringApplications,
+    Finishing,
+    CleaningUp,
+    Optimising,
+    Installed,
+};
+
+std::string phaseLine(Phase phase, std::string_view packageName);
+
+enum class InstallKind { Install, Upgrade };
+std::string successLine(InstallKind kind);
+std::string failureLine(InstallKind kind, std::string_view reason);
+
+/// The share of the payload that is written, as lines "installer:%" with six decimals: one for every whole percent that
+/// was reached, and one for the end.
+class PercentMeter {
+public:
+    explicit PercentMeter(std::int64_t totalBytes) : m_totalBytes(totalBytes) {}
+
+    /// The line to print after these bytes, if any.
+    [[nodiscard]] std::optional<std::string> add(std::size_t bytes);
+    /// The line for the end: all is written. Nothing when add() gave it already.
+    [[nodiscard]] std::optional<std::string> finish();
+
+private:
+    [[nodiscard]] std::optional<std::string> reached(double percent);
+
+    std::int64_t m_totalBytes;
+    std::int64_t m_writtenBytes = 0;
+    double m_shownPercent = -1;
+};
+
+enum class Verbosity { Plain, Verbose };
+
+/// Standard output, written line by line. The plain lines are always printed, the others only when verbose.
+class InstallerOutput {
+public:
+    InstallerOutput(Verbosity verbosity, std::string packageName);
+
+    void line(std::string_view text) const;
+    void phase(Phase phase) const;
+    void status() const;
+    void percent(const std::optional<std::string> &line) const;
+
+private:
+    void verboseLine(std::string_view text) const;
+
+    Verbosity m_verbosity;
+    std::string m_packageName;
+};
+
+} // namespace kyb::macroot

@@ -1,0 +1,227 @@
+#include "macroot/payload.h"
+
+#include "macroot/archive_handle.h"
+#include "macroot/folder_walk.h"
+#include "macroot/install_error.h"
+#include "macroot/payload_path.h"
+
+#include <fcntl.h>
+
+#include <array>
+#include <vector>
+
+namespace kyb::macroot {
+
+namespace {
+
+using Kind = PayloadItem::Kind;
+
+constexpr std::size_t copyBlockBytes = std::size_t{64} * 1024;
+
+Kind kindOf(archive_entry *entry, const std::string &path) {
+    if (archive_entry_hardlink(entry) != nullptr) {
+        return Kind::HardLink;
+    }
+    switch (archive_entry_filetype(entry)) {
+    case AE_IFDIR:
+        return Kind::Folder;
+    case AE_IFREG:
+        return Kind::File;
+    case AE_IFLNK:
+        return Kind::SymbolicLink;
+    default:
+        throw InstallError("The payload holds something that is no file, folder or link: " + path);
+    }
+}
+
+std::string linkText(archive_entry *entry, Kind kind) {
+    const char *const text = kind == Kind::HardLink       ? archive_entry_hardlink(entry)
+                             : kind == Kind::SymbolicLink ? archive_entry_symlink(entry)
+                                                          : nullptr;
+    return text != nullptr ? text : "";
+}
+
+PayloadItem itemOf(archive_entry *entry) {
+    PayloadItem item;
+    item.path = entryPath(entry);
+    item.kind = kindOf(entry, item.path);
+    item.mode = archive_entry_perm(entry);
+    item.sizeBytes = item.kind == Kind::File ? archive_entry_size(entry) : 0;
+    item.modified = archive_entry_mtime(entry);
+    item.linkTarget = linkText(entry, item.kind);
+    return item;
+}
+
+using OnItem = std::function<void(const PayloadItem &)>;
+using OnBlock = std::function<void(std::string_view)>;
+
+void readData(archive *payload, const std::string &path, const OnBlock &onBlock) {
+    std::array<char, copyBlockBytes> block; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by each read
+    la_ssize_t got = 0;
+    while ((got = archive_read_data(payload, block.data(), block.size())) > 0) {
+        onBlock(std::string_view(block.data(), static_cast<std::size_t>(got)));
+    }
+    if (got < 0) {
+        throw InstallError("The payload is damaged at " + path + ": " + archiveErrorText(payload));
+    }
+}
+
+void eachItem(archive *payload, const OnItem &onItem, const OnBlock &onBlock) {
+    archive_entry *entry = nullptr;
+    int result = ARCHIVE_OK;
+    while ((result = archive_read_next_header(payload, &entry)) == ARCHIVE_OK) {
+        const PayloadItem item = itemOf(entry);
+        onItem(item);
+        // A hard link may carry the bytes of its file once more.
+        readData(
+            payload, item.path, item.kind == Kind::File ? onBlock : [](std::string_view) {});
+    }
+    if (result != ARCHIVE_EOF) {
+        throw InstallError("The payload is damaged: " + archiveErrorText(payload));
+    }
+}
+
+/// Puts one item after the other below a folder.
+class Unpacker {
+public:
+    Unpacker(std::string_view location, int base, const BytesRead &onBytes)
+        : m_location(location), m_base(base), m_onBytes(onBytes) {}
+
+    void begin(const PayloadItem &item);
+    void write(std::string_view block);
+    void finish();
+
+private:
+    void linkSymbolically(const PayloadItem &item) const;
+
+    std::string m_location;
+    int m_base;
+    const BytesRead &m_onBytes;
+    UniqueFd m_file; ///< the file that is being written, if any
+    PayloadItem m_item;
+};
+
+void Unpacker::begin(const PayloadItem &item) {
+    finish();
+    m_item = item;
+    m_item.path = placeBelowRoot(item.path, m_location);
+    switch (item.kind) {
+    case Kind::Folder:
+        makeFolderBelow(m_base, m_item.path);
+        break;
+    case Kind::File:
+        m_file = createFileBelow(m_base, m_item.path, m_item.mode);
+        break;
+    case Kind::SymbolicLink:
+        linkSymbolically(m_item);
+        break;
+    case Kind::HardLink:
+        makeFolderBelow(m_base, parentPath(m_item.path));
+        hardLinkBelow(m_base, placeBelowRoot(item.linkTarget, m_location), m_base, m_item.path);
+        break;
+    }
+}
+
+void Unpacker::linkSymbolically(const PayloadItem &item) const {
+    const UniqueFd folder = makeFolderBelow(m_base, parentPath(item.path));
+    if (::symlinkat(item.linkTarget.c_str(), folder.get(), std::string(leafName(item.path)).c_str()) != 0) {
+        throwLastError(shownPath(item.path));
+    }
+}
+
+void Unpacker::write(std::string_view block) {
+    writeAll(m_file.get(), block, shownPath(m_item.path));
+    m_onBytes(block.size());
+}
+
+void Unpacker::finish() {
+    if (!m_file) {
+        return;
+    }
+    const std::array<timespec, 2> times{{{m_item.modified, 0}, {m_item.modified, 0}}};
+    // Writing takes the set-id bits away, so the mode is given once more.
+    if (::futimens(m_file.get(), times.data()) != 0 || ::fchmod(m_file.get(), m_item.mode) != 0) {
+        throwLastError(shownPath(m_item.path));
+    }
+    m_file = UniqueFd();
+}
+
+} // namespace
+
+void PayloadList::add(const PayloadItem &item, std::string_view location) {
+    PayloadItem placed = item;
+    placed.path = placeBelowRoot(item.path, location);
+    if (placed.kind == Kind::HardLink) {
+        placed.linkTarget = placeBelowRoot(item.linkTarget, location);
+    }
+    checkLink(placed);
+    addFolder(std::string(parentPath(placed.path)));
+    if (placed.path.empty()) { // the root itself, which is there already
+        if (placed.kind != Kind::Folder) {
+            throw InstallError("The payload would replace the root folder");
+        }
+        return;
+    }
+    const auto [found, isNew] = m_items.try_emplace(placed.path, placed);
+    if (!isNew && (found->second.kind != Kind::Folder || placed.kind != Kind::Folder)) {
+        throw InstallError("The payload holds " + shownPath(placed.path) + " twice");
+    }
+    found->second.mode = placed.mode;
+}
+
+void PayloadList::addFolder(const std::string &path) {
+    if (path.empty()) {
+        return;
+    }
+    addFolder(std::string(parentPath(path)));
+    PayloadItem folder;
+    folder.path = path;
+    if (m_items.try_emplace(path, folder).first->second.kind != Kind::Folder) {
+        throw InstallError("The payload holds something below " + shownPath(path) + ", which is no folder of it");
+    }
+}
+
+void PayloadList::checkLink(const PayloadItem &item) const {
+    if (item.kind == Kind::SymbolicLink && !linkStaysBelowRoot(item.path, item.linkTarget)) {
+        throw InstallError("The payload holds a link that leaves the target: " + shownPath(item.path) + " -> " +
+                           item.linkTarget);
+    }
+    if (item.kind == Kind::HardLink) {
+        const auto target = m_items.find(item.linkTarget);
+        if (target == m_items.end() || target->second.kind != Kind::File) {
+            throw InstallError("The payload holds a hard link to no file of it: " + shownPath(item.path));
+        }
+    }
+}
+
+std::int64_t PayloadList::totalBytes() const {
+    std::int64_t total = 0;
+    for (const auto &[path, item] : m_items) {
+        total += item.sizeBytes;
+    }
+    return total;
+}
+
+std::string placeBelowRoot(std::string_view archivePath, std::string_view location) {
+    const std::optional<std::string> path = payloadPath(archivePath);
+    if (!path) {
+        throw InstallError("The payload holds a path outside of the target: " + std::string(archivePath));
+    }
+    return joinedPath(location, *path);
+}
+
+void scanPayload(archive *payload, std::string_view location, PayloadList &list, const BytesRead &onBytes) {
+    eachItem(
+        payload, [&](const PayloadItem &item) { list.add(item, location); },
+        [&](std::string_view block) { onBytes(block.size()); });
+}
+
+void unpackPayload(archive *payload, std::string_view location, int base, const BytesRead &onBytes) {
+    Unpacker unpacker(location, base, onBytes);
+    eachItem(
+        payload, [&](const PayloadItem &item) { unpacker.begin(item); },
+        [&](std::string_view block) { unpacker.write(block); });
+    unpacker.finish();
+}
+
+} // namespace kyb::macroot

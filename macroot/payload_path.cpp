@@ -1,0 +1,71 @@
+#include "macroot/payload_path.h"
+
+#include <algorithm>
+
+namespace kyb::macroot {
+
+std::vector<std::string_view> pathNames(std::string_view path) {
+    std::vector<std::string_view> names;
+    while (!path.empty()) {
+        const std::size_t end = std::min(path.find('/'), path.size());
+        const std::string_view name = path.substr(0, end);
+        if (!name.empty() && name != ".") {
+            names.push_back(name);
+        }
+        path.remove_prefix(std::min(end + 1, path.size()));
+    }
+    return names;
+}
+
+std::optional<std::string> payloadPath(std::string_view raw) {
+    const bool usable = !raw.empty() && raw.front() != '/' && raw.size() <= longestPayloadPath;
+    if (!usable || raw.find('\0') != std::string_view::npos) {
+        return std::nullopt;
+    }
+    std::string path;
+    for (const std::string_view name : pathNames(raw)) {
+        if (name == "..") {
+            return std::nullopt;
+        }
+        path = joinedPath(path, name);
+    }
+    return path;
+}
+
+std::string_view parentPath(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
+}
+
+std::string_view leafName(std::string_view path) {
+    return path.substr(path.rfind('/') + 1); // npos + 1 is 0
+}
+
+std::string joinedPath(std::string_view folder, std::string_view path) {
+    std::string joined(folder);
+    if (!folder.empty() && !path.empty()) {
+        joined += '/';
+    }
+    return joined.append(path);
+}
+
+std::string shownPath(std::string_view path) {
+    return std::string(1, '/').append(path);
+}
+
+bool linkStaysBelowRoot(std::string_view linkPath, std::string_view target) {
+    if (target.empty() || target.front() == '/') {
+        return false;
+    }
+    std::size_t depth = pathNames(parentPath(linkPath)).size();
+    for (const std::string_view name : pathNames(target)) {
+        if (name != "..") {
+            ++depth;
+        } else if (depth-- == 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace kyb::macroot

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kyb::macroot {
+
+/// What stands before, between and behind the separators; nothing for an empty text.
+inline std::vector<std::string> splitText(std::string_view text, char separator) {
+    std::vector<std::string> parts;
+    if (!text.empty()) {
+        parts.resize(static_cast<std::size_t>(std::ranges::count(text, separator)) + 1);
+    }
+    for (std::string &part : parts) {
+        const std::size_t end = std::min(text.find(separator), text.size());
+        part = text.substr(0, end);
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return parts;
+}
+
+} // namespace kyb::macroot

@@ -1,0 +1,98 @@
+#include "shell/KYViewController.h"
+
+#include "catalog/version_list.h"
+#include "platform/property_list.h"
+#include "platform/system_log.h"
+#include "platform/system_root.h"
+#include "shell/format.h"
+#include "shell/resources.h"
+#include "ui/localized_text.h"
+#include "ui/string_table.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+using kyb::localizedText;
+
+void KYViewController::initApps() {
+    selectedApp = std::make_unique<KYRavexApp>();
+    getSystemVersionDetails();
+    if (!isSilentInstall) {
+        setDestinationDiskDetails();
+    }
+    selectedApp->setPkgName(QStringLiteral("/OSX/Brelund Quorlix Driver.pkg"));
+    if (!QFileInfo::exists(kyb::pathBesideBundle(selectedApp->pkgName()))) {
+        showMissingPackage();
+        return;
+    }
+    selectedApp->isInstalled = false;
+    selectedApp->setInstalledVersion(QString());
+    selectedApp->isSelectedForInstall = true;
+    showFoundPackage();
+    kyb::inBackground([this] { initAppsDetailsInBackground(); });
+}
+
+void KYViewController::showFoundPackage() {
+    sourceIconImage = {localizedText(QStringLiteral("applicationImage")), sourceIconView->frameSize()};
+    sourceIconView->setImage(sourceIconImage);
+    arrowImageView->setImage({QStringLiteral("Drag_arrow.png"), {}});
+    warningField->setFont(destinationNameLabel->font());
+    initializationProgressIndicator->startAnimation();
+}
+
+void KYViewController::showMissingPackage() {
+    isTermsAndConditionsAccepted = false;
+    packageNameLabel->setTextColor(kyb::Color::Red);
+    packageNameLabel->setText(localizedText(QStringLiteral("MissingPackage")));
+    sourceIconImage = {QStringLiteral("Alert.png"), sourceIconView->frameSize()};
+    sourceIconView->setImage(sourceIconImage);
+    warningField->setHidden(true);
+    initializationProgressIndicator->stopAnimation();
+    initializationProgressIndicator->setHidden(true);
+}
+
+void KYViewController::initAppsDetailsInBackground() {
+    getAvailableApplicationVersions();
+    getInstalledApplicationVersions();
+    kyb::onMainThreadAndWait([this] { onAppsInitializationComplete(); });
+}
+
+void KYViewController::getAvailableApplicationVersions() {
+    QFile list(kyb::pathBesideBundle(QStringLiteral("/OSX/macver.list")));
+    if (!list.open(QIODevice::ReadOnly)) {
+        return;
+    }
+    if (const std::optional<QString> version = kyb::availableVersion(list.readAll())) {
+        m_availablePackageVersion = version;
+    }
+}
+
+void KYViewController::getInstalledApplicationVersions() {
+    const QString receipt = kyb::systemPath(QStringLiteral("/var/db/receipts/com.Brelund.QuorlixInstaller.plist"));
+    const std::optional<QString> version = kyb::propertyListValue(receipt, QStringLiteral("PackageVersion"));
+    if (version) {
+        selectedApp->isInstalled = true;
+        selectedApp->setInstalledVersion(*version);
+    }
+}
+
+void KYViewController::onAppsInitializationComplete() {
+    if (isSilentInstall) {
+        kyb::systemLog(QStringLiteral("Silent installation: Will start installation"));
+        proceedWithInstallation();
+        return;
+    }
+    const QString name = localizedText(QStringLiteral("displayName"));
+    packageNameLabel->setText(QStringLiteral("%1\n%2").arg(name, kyb::orNull(m_availablePackageVersion)));
+    initializationProgressIndicator->stopAnimation();
+    initializationProgressIndicator->setHidden(true);
+    if (selectedApp->isInstalled) {
+        warningField->setText(kyb::formatWithArguments(localizedText(QStringLiteral("AppInstalledWarningMessage")),
+                                                       {name, selectedApp->installedVersion()}));
+        warningImageView->setImage({QStringLiteral("Alert.png"), {}});
+    } else {
+        warningField->setHidden(true);
+    }
+    isInitializationComplete = true;
+    checkBoxButton->setEnabled(true);
+}

@@ -1,0 +1,135 @@
+#include "shell/KYViewController.h"
+
+#include "install/command_lines.h"
+#include "install/phases.h"
+#include "platform/clock.h"
+#include "platform/system_log.h"
+#include "platform/system_root.h"
+#include "shell/resources.h"
+#include "ui/localized_text.h"
+
+#include <QFileInfo>
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+using kyb::systemPath;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr double kFirstPercent = 10.0;
+constexpr double kPercentStep = 4.0;
+constexpr double kLastPercent = 88.0;
+
+/// One line read; kept from read to read of a run, so that a read that yields nothing leaves the line before.
+using LineBuffer = std::array<char, 1024>;
+
+/// Reads one line of what \p command prints into \p line, if it prints any. \return the stream, still open; or null.
+FILE *readLine(const QString &command, LineBuffer &line) {
+    FILE *stream = popen(command.toUtf8().constData(), "r");
+    if (stream != nullptr) {
+        [[maybe_unused]] const char *unread = std::fgets(line.data(), static_cast<int>(line.size()), stream);
+    }
+    return stream;
+}
+
+void close(FILE *stream) {
+    if (stream != nullptr) {
+        pclose(stream);
+    }
+}
+
+void printProgress(int percent, const QString &phaseText) {
+    std::printf("%d:%s\n", percent, qUtf8Printable(phaseText));
+    std::fflush(stdout);
+}
+
+bool saysInstallationDone(const LineBuffer &line) {
+    const std::optional<QString> text = kyb::lineText(line.data());
+    return text && text->startsWith(QLatin1String(kyb::kInstallationDone));
+}
+
+/// The looks at the progress message file, one after the other, of one run of the package installer.
+class PollingLoop {
+public:
+    using Report = std::function<void(const kyb::ProgressMessage &)>;
+
+    PollingLoop(const QString &progressFile, Report report)
+        : nextToLastLine_(kyb::tailCommand(2, progressFile)), lastLine_(kyb::tailCommand(1, progressFile)),
+          report_(std::move(report)) {}
+
+    void run() {
+        while (!pass()) {
+        }
+    }
+
+private:
+    /// \return whether the loop ends.
+    bool pass() {
+        kyb::sleepFor(50ms);
+        FILE *stream = readLine(nextToLastLine_, line_);
+        const QString phaseText = phaseTextOfLine();
+        percent_ = std::min(phaseText.isEmpty() ? percent_ : percent_ + kPercentStep, kLastPercent);
+        const int value = static_cast<int>(percent_);
+        if (isSilentInstall) {
+            printProgress(value, phaseText);
+        }
+        close(stream);
+        report_({static_cast<double>(value), phaseText});
+
+        stream = readLine(lastLine_, line_);
+        if (saysInstallationDone(line_) || installFailed) {
+            return true; // NB: the last stream stays open
+        }
+        close(stream);
+        return false;
+    }
+
+    QString phaseTextOfLine() const {
+        const kyb::InstallerLine line = kyb::readInstallerLine(kyb::lineText(line_.data()), installFailed);
+        if (line.marksFailure) {
+            installFailed = true;
+        }
+        if (line.phaseText.isEmpty()) {
+            return {};
+        }
+        const QString key = kyb::phaseKey(line.phaseText);
+        return isSilentInstall ? key : kyb::localizedText(key);
+    }
+
+    const QString nextToLastLine_;
+    const QString lastLine_;
+    const Report report_;
+    LineBuffer line_{};
+    double percent_ = kFirstPercent;
+};
+
+} // namespace
+
+bool KYViewController::installPackage() {
+    const QString package = kyb::pathBesideBundle(selectedApp->pkgName());
+    WriteLog(QStringLiteral("Installing %1").arg(package));
+
+    const QString preparing = QStringLiteral("PHASE_PrepareInstall");
+    if (isSilentInstall) {
+        printProgress(5, preparing);
+    } else {
+        kyb::onMainThread([this, text = kyb::localizedText(preparing)] { displayProgressInfo({5, text}); });
+    }
+    xpcConnection(kyb::installCommand(systemPath(QStringLiteral("/usr/sbin/installer")), package), InstallerLog::Yes);
+    const QString progressFile = systemPath(QString::fromLatin1(installProgressLog));
+    PollingLoop polling(progressFile, [this](const kyb::ProgressMessage &message) {
+        kyb::onMainThread([this, message] { displayProgressInfo(message); });
+    });
+    kyb::onMainThreadAndWait([this] { updatesTheInstallationProgressbar(); });
+    if (!QFileInfo::exists(progressFile)) {
+        kyb::sleepFor(2s);
+    }
+    polling.run();
+
+    kyb::systemLog(QStringLiteral("End of Installation"));
+    installationInProgress = false;
+    stopMonitoringLogFile();
+    return true;
+}

@@ -1,0 +1,93 @@
+#include "shell/KYViewController.h"
+
+#include "platform/system_root.h"
+#include "shell/utf8.h"
+
+#include <QFile>
+#include <QSaveFile>
+
+namespace {
+
+constexpr char kCaptureFile[] = "/var/tmp/kyb/kyb_install.log";
+
+QString captureFile() {
+    return kyb::systemPath(QString::fromLatin1(kCaptureFile));
+}
+
+/// The capture file's text; nothing when it cannot be read or is not UTF-8.
+std::optional<QString> capturedText() {
+    QFile file(captureFile());
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    return kyb::fromUtf8(file.readAll());
+}
+
+} // namespace
+
+void KYViewController::startMonitoringLogFile() {
+    // NB: the command begins with a blank.
+    const QString command = QStringLiteral(" /usr/bin/tail -n0 -F %1 > %2")
+                                .arg(kyb::systemPath(QStringLiteral("/var/log/install.log")), captureFile());
+    const auto task =
+        std::make_shared<kyb::ChildTask>(QStringLiteral("/bin/sh"), QStringList{QStringLiteral("-c"), command});
+    {
+        const std::lock_guard lock(taskMutex_);
+        fileMonitoringtask = task;
+    }
+    task->launch();
+}
+
+void KYViewController::stopMonitoringLogFile() {
+    const std::lock_guard lock(taskMutex_);
+    if (fileMonitoringtask) {
+        fileMonitoringtask->terminate();
+    }
+}
+
+void KYViewController::retrieveInstallationLogsToView() {
+    kyb::onMainThread([this] { retrieveInstallationLogFromSystemLogs(); });
+    kyb::onMainThread([this] { enableShowLogMenuItem(); });
+}
+
+void KYViewController::retrieveInstallationLogFromSystemLogs() {
+    logFileData = kyb::combinedLogText(internalLog(), capturedText());
+    if (logFileData.isNull()) {
+        logTextView->setText(
+            QStringLiteral("Error: Can not find Installation Log file at /var/tmp/kyb/kyb_install.log!"));
+        WriteLog(QStringLiteral("Error: Could not find kyb_install.log"));
+        return;
+    }
+    logTextView->setText(logFileData);
+    allLinesOfLogFileData = kyb::LogLines(logFileData);
+    logTextView->setFont({QStringLiteral("Arial"), 12.0});
+    logToolBar->insertItem(*searchItem, 1);
+    logToolBar->insertItem(*saveButtonItem, 2);
+}
+
+void KYViewController::enableShowLogMenuItem() {
+    showLogMenuItem->setHidden(false);
+    showLogMenuItem->setEnabled(true);
+}
+
+void KYViewController::showInstallationLog(Sender) {
+    if (!logWindow->isVisible()) {
+        logWindow->makeKeyAndOrderFront();
+    }
+}
+
+void KYViewController::filterLog(Sender sender) {
+    logTextView->setText(kyb::filterLog(logFileData, allLinesOfLogFileData, sender->text()));
+}
+
+void KYViewController::showLogFileSavePanel(Sender) {
+    const std::optional<QString> path = logWindow->runSavePanel();
+    if (!path) {
+        return;
+    }
+    QSaveFile file(*path);
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(logFileData.toUtf8());
+        file.commit();
+    }
+}

@@ -1,0 +1,7 @@
+#include "platform/activation.h"
+
+namespace kyb {
+
+void becomeAccessory() {}
+
+} // namespace kyb

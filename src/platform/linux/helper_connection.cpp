@@ -1,0 +1,317 @@
+#include "platform/helper_connection.h"
+
+#include "platform/linux/channel_message.h"
+#include "platform/linux/helper_launch.h"
+#include "platform/linux/missing_helper_events.h"
+#include "platform/linux/service_socket.h"
+#include "platform/system_root.h"
+#include "privileged/message_keys.h"
+#include "shell/threads.h"
+
+#include <QFile>
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <linux/sockios.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <thread>
+#include <variant>
+
+namespace kyb {
+
+struct OpaqueHelperConnection {
+    std::string serviceName;
+    ConnectionEventHandler eventHandler;
+};
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto kLockPatience = 5s;
+constexpr auto kTakenPatience = 2s; ///< how long a message that names a progress file is waited for
+constexpr auto kGlance = 200us;
+
+/// Looks at \p condition again and again until it holds. \return whether it did within \p patience.
+template <typename Condition> bool waitUntil(Condition condition, Clock::duration patience) {
+    const Clock::time_point limit = Clock::now() + patience;
+    while (!condition()) {
+        if (Clock::now() >= limit) {
+            return false;
+        }
+        std::this_thread::sleep_for(kGlance);
+    }
+    return true;
+}
+
+// ---- Reaching the helper
+// ---------------------------------------------------------------------------------------------
+
+/// A connection to the service, or why there is none.
+using Reached = std::variant<UniqueFd, ConnectionEventKind>;
+
+std::string localPath(const char *fixedPath) {
+    return QFile::encodeName(systemPath(QString::fromLatin1(fixedPath))).toStdString();
+}
+
+std::string systemRoot() {
+    const std::string root = localPath("/");
+    return root == "/" ? std::string() : root;
+}
+
+/// Where the program lies that publishes \p serviceName, registered and fit to be started; empty when there is none.
+std::string registeredHelper(const std::string &serviceName) {
+    if (serviceName != kHelperServiceName) {
+        return {};
+    }
+    const std::string path = localPath("/Library/PrivilegedHelperTools/") + kHelperLabel;
+    return access(path.c_str(), X_OK) == 0 ? path : std::string();
+}
+
+bool nobodyListens(int connectError) {
+    return connectError == ENOENT || connectError == ECONNREFUSED;
+}
+
+/// Starts the registered helper behind a new socket and connects to it. Only while the service's lock is held.
+Reached startAndConnect(const ServiceSocket &service, const std::string &serviceName) {
+    const std::string helper = registeredHelper(serviceName);
+    if (helper.empty()) {
+        return ConnectionEventKind::Invalid;
+    }
+    UniqueFd listening = service.listen();
+    if (!listening) {
+        return ConnectionEventKind::OtherError;
+    }
+    launchHelper(helper, systemRoot(), listening);
+    listening.reset();
+    // The socket listens since before the helper ran, so however slow that is, this succeeds; unless it has ended
+    // already.
+    UniqueFd connection = service.connect();
+    return connection ? Reached(std::move(connection)) : ConnectionEventKind::Interrupted;
+}
+
+Reached reachHelper(const std::string &serviceName) {
+    const std::optional<ServiceSocket> service = ServiceSocket::open(systemRoot(), serviceName);
+    if (!service) {
+        return ConnectionEventKind::Invalid;
+    }
+    if (UniqueFd connection = service->connect()) {
+        return connection;
+    }
+    if (!nobodyListens(errno)) {
+        return ConnectionEventKind::OtherError;
+    }
+    if (registeredHelper(serviceName).empty()) {
+        return ConnectionEventKind::Invalid;
+    }
+    UniqueFd lock;
+    const auto locked = [&] { return (lock = service->tryLock()) || errno != EWOULDBLOCK; };
+    if (!waitUntil(locked, kLockPatience)) {
+        return ConnectionEventKind::OtherError;
+    }
+    if (!lock) { // whoever may not have it may not start a helper either
+        return ConnectionEventKind::Invalid;
+    }
+    if (UniqueFd connection = service->connect()) {
+        return connection;
+    }
+    return nobodyListens(errno) ? startAndConnect(*service, serviceName) : ConnectionEventKind::OtherError;
+}
+
+// ---- One message and its reply
+// ---------------------------------------------------------------------------------------
+
+/// A message on its way, and what comes back.
+class Exchange {
+public:
+    Exchange(UniqueFd connection, std::string frame) : connection_(std::move(connection)), unsent_(std::move(frame)) {}
+
+    /// Sends what the connection takes without waiting. What a helper that is gone does not take is dropped.
+    void sendSome() {
+        while (!unsent_.empty()) {
+            const ssize_t sent = send(connection_.get(), unsent_.data(), unsent_.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+            if (sent >= 0) {
+                unsent_.erase(0, static_cast<std::size_t>(sent));
+            } else if (errno == EAGAIN) {
+                return;
+            } else if (errno != EINTR) {
+                unsent_.clear();
+            }
+        }
+    }
+
+    /// Sends all and waits until the helper has taken it out of the connection, or gone.
+    void sendAndWaitUntilTaken() {
+        waitUntil(
+            [this] {
+                sendSome();
+                int queuedBytes = 0;
+                return unsent_.empty() && (ioctl(connection_.get(), SIOCOUTQ, &queuedBytes) != 0 || queuedBytes == 0);
+            },
+            kTakenPatience);
+    }
+
+    /// Sends the rest and waits for the reply, as long as it takes: a command may run for hours.
+    std::variant<ChannelMessage, ConnectionEventKind> waitForReply() {
+        for (;;) {
+            waitForConnection();
+            sendSome();
+            if (!receiveSome()) {
+                return ConnectionEventKind::Interrupted;
+            }
+            if (received_.size() < kFrameHeaderBytes) {
+                continue;
+            }
+            const std::optional<std::size_t> length = announcedLength();
+            if (!length) {
+                return ConnectionEventKind::OtherError;
+            }
+            if (received_.size() >= kFrameHeaderBytes + *length) {
+                return decoded(*length);
+            }
+        }
+    }
+
+private:
+    void waitForConnection() {
+        pollfd wanted{.fd = connection_.get(), .events = POLLIN, .revents = 0};
+        if (!unsent_.empty()) {
+            wanted.events |= POLLOUT;
+        }
+        poll(&wanted, 1, -1);
+    }
+
+    /// \return whether the helper is still there.
+    bool receiveSome() {
+        char chunk[4096];
+        const ssize_t count = recv(connection_.get(), chunk, sizeof chunk, MSG_DONTWAIT);
+        if (count < 0) {
+            return errno == EAGAIN || errno == EINTR;
+        }
+        received_.append(chunk, static_cast<std::size_t>(count));
+        return count > 0;
+    }
+
+    std::optional<std::size_t> announcedLength() const {
+        std::array<unsigned char, kFrameHeaderBytes> header{};
+        std::copy_n(received_.begin(), header.size(), header.begin());
+        return messageLength(header);
+    }
+
+    std::variant<ChannelMessage, ConnectionEventKind> decoded(std::size_t length) const {
+        std::optional<ChannelMessage> message =
+            decodeMessage(std::string_view(received_).substr(kFrameHeaderBytes, length));
+        if (!message) {
+            return ConnectionEventKind::OtherError;
+        }
+        return std::move(*message);
+    }
+
+    UniqueFd connection_;
+    std::string unsent_;
+    std::string received_;
+};
+
+std::optional<std::string> frameOf(const HelperMessage &message) {
+    std::vector<std::pair<std::string, std::string>> texts;
+    for (const auto &[key, text] : message) {
+        texts.emplace_back(key, text.toStdString());
+    }
+    return encodeFrame(texts);
+}
+
+bool namesProgressFile(const HelperMessage &message) {
+    return std::any_of(message.begin(), message.end(),
+                       [](const auto &entry) { return std::string_view(entry.first) == kInstallerLogPathKey; });
+}
+
+/// The message, sent as far as it can be without waiting for a reply, or why it could not be.
+std::variant<Exchange, ConnectionEventKind> begin(const std::string &serviceName, const HelperMessage &message) {
+    std::optional<std::string> frame = frameOf(message);
+    if (!frame) {
+        return ConnectionEventKind::OtherError;
+    }
+    Reached reached = reachHelper(serviceName);
+    if (const auto *failure = std::get_if<ConnectionEventKind>(&reached)) {
+        return *failure;
+    }
+    Exchange exchange(std::get<UniqueFd>(std::move(reached)), std::move(*frame));
+    if (namesProgressFile(message)) {
+        exchange.sendAndWaitUntilTaken();
+    } else {
+        exchange.sendSome();
+    }
+    return exchange;
+}
+
+std::optional<QByteArray> replyText(const ChannelMessage &reply) {
+    const auto text = reply.find(kReplyKey);
+    if (text == reply.end() || !text->second) {
+        return {};
+    }
+    return QByteArray::fromStdString(*text->second);
+}
+
+/// Who is told how one message ended.
+struct Listener {
+    ConnectionEventHandler eventHandler;
+    ReplyHandler replyHandler;
+};
+
+void deliverReply(const Listener &listener, const std::optional<QByteArray> &reply) {
+    if (listener.replyHandler) {
+        onMainThread([handler = listener.replyHandler, reply] { handler(reply); });
+    }
+}
+
+void deliverEvent(const Listener &listener, ConnectionEventKind kind) {
+    if (listener.eventHandler) {
+        listener.eventHandler({.kind = kind, .typeDescription = {}});
+    }
+    deliverReply(listener, {}); // the error object in place of a reply
+}
+
+void deliver(const Listener &listener, const std::variant<ChannelMessage, ConnectionEventKind> &outcome) {
+    if (const auto *reply = std::get_if<ChannelMessage>(&outcome)) {
+        deliverReply(listener, replyText(*reply));
+    } else {
+        deliverEvent(listener, std::get<ConnectionEventKind>(outcome));
+    }
+}
+
+} // namespace
+
+HelperConnection createHelperConnection(const char *serviceName) {
+    return new OpaqueHelperConnection{.serviceName = serviceName, .eventHandler = {}};
+}
+
+void setConnectionEventHandler(HelperConnection connection, ConnectionEventHandler handler) {
+    if (connection != nullptr) {
+        connection->eventHandler = std::move(handler);
+    }
+}
+
+void resumeConnection(HelperConnection) {}
+
+void sendMessageWithReply(HelperConnection connection, const HelperMessage &message, ReplyHandler replyHandler) {
+    if (connection == nullptr) {
+        return;
+    }
+    EventTicket ticket = takeEventTicket();
+    Listener listener{.eventHandler = connection->eventHandler, .replyHandler = std::move(replyHandler)};
+    auto begun = std::make_shared<std::variant<Exchange, ConnectionEventKind>>(begin(connection->serviceName, message));
+    if (const auto *failure = std::get_if<ConnectionEventKind>(begun.get())) {
+        inBackground([listener, kind = *failure, ticket = std::move(ticket)] { deliverEvent(listener, kind); });
+    } else {
+        inBackground([listener, begun] { deliver(listener, std::get<Exchange>(*begun).waitForReply()); });
+    }
+}
+
+void releaseConnection(HelperConnection connection) {
+    delete connection;
+}
+
+} // namespace kyb

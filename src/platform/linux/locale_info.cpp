@@ -1,0 +1,127 @@
+#include "platform/locale_info.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <unicode/datefmt.h>
+#include <unicode/locid.h>
+#include <unicode/numberformatter.h>
+
+namespace kyb {
+namespace {
+
+QString toText(const icu::UnicodeString &text) {
+    return QString(reinterpret_cast<const QChar *>(text.getBuffer()), text.length());
+}
+
+icu::Locale readLocale() {
+    const icu::Locale system = icu::Locale::getDefault();
+    const std::string_view name = system.getBaseName();
+    // The C locale reads "en_US_POSIX"; for a user that is plain American English.
+    return name.empty() || name.find("POSIX") != std::string_view::npos ? icu::Locale::getUS()
+                                                                        : icu::Locale(system.getBaseName());
+}
+
+const icu::Locale &locale() {
+    static const auto *value = new icu::Locale(readLocale()); // NB: never destroyed; threads outlive static objects
+    return *value;
+}
+
+const char *environmentText(const char *name) {
+    const char *value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+/// The locale for messages, as the C library picks it.
+std::string_view messageLocale() {
+    for (const char *name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        if (const std::string_view value = environmentText(name); !value.empty()) {
+            return value;
+        }
+    }
+    return {};
+}
+
+/// The "de" of "de_AT.UTF-8@euro"; empty for the C locale, which has no language.
+QString languageOf(std::string_view localeName) {
+    const std::string_view language = localeName.substr(0, localeName.find_first_of("_-.@"));
+    const bool hasLanguage = language != "C" && language != "POSIX";
+    return hasLanguage ? QString::fromUtf8(language.data(), static_cast<qsizetype>(language.size())).toLower()
+                       : QString();
+}
+
+QString formatted(std::chrono::system_clock::time_point time) {
+    // A formatter may not be shared by threads, and to make one costs a hundred times what it costs to use it.
+    thread_local const std::unique_ptr<icu::DateFormat> formatter(
+        icu::DateFormat::createDateTimeInstance(icu::DateFormat::kShort, icu::DateFormat::kShort, locale()));
+    if (formatter == nullptr) {
+        return {};
+    }
+    const std::chrono::duration<double, std::milli> sinceEpoch = time.time_since_epoch();
+    icu::UnicodeString text;
+    return toText(formatter->format(sinceEpoch.count(), text));
+}
+
+} // namespace
+
+QString shortDateAndTime(std::chrono::system_clock::time_point time) {
+    using Minute = std::chrono::time_point<std::chrono::system_clock, std::chrono::minutes>;
+    // A log asks many times a minute, and the text has no seconds.
+    thread_local std::optional<Minute> minuteOfText;
+    thread_local QString text;
+    const auto minute = std::chrono::floor<std::chrono::minutes>(time);
+    if (minuteOfText != minute) {
+        text = formatted(minute);
+        minuteOfText = minute;
+    }
+    return text;
+}
+
+QString localeIdentifier() {
+    return QString::fromLatin1(locale().getBaseName());
+}
+
+QString localeDisplayName(const QString &identifier) {
+    icu::UnicodeString name;
+    return toText(icu::Locale(identifier.toLatin1().constData()).getDisplayName(locale(), name));
+}
+
+QString twoDecimals(double value) {
+    // Rounded as printf("%.2f") does, from the exact binary value; ICU only spells the digits.
+    std::array<char, 400> digits{};
+    const char *end = std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed, 2).ptr;
+    const icu::StringPiece plain(digits.data(), static_cast<int32_t>(end - digits.data()));
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::UnicodeString text = icu::number::NumberFormatter::withLocale(locale())
+                                        .grouping(UNUM_GROUPING_OFF)
+                                        .precision(icu::number::Precision::fixedFraction(2))
+                                        .formatDecimal(plain, status)
+                                        .toString(status);
+    return U_SUCCESS(status) ? toText(text) : QString::fromLatin1(plain.data(), plain.length());
+}
+
+QStringList preferredLanguages() {
+    QStringList languages;
+    const auto add = [&languages](const QString &language) {
+        if (!language.isEmpty() && !languages.contains(language)) {
+            languages.append(language);
+        }
+    };
+    const QString ofLocale = languageOf(messageLocale());
+    // NB: the list counts only where there is a locale; in the C locale the C library ignores it as well.
+    if (!ofLocale.isEmpty()) {
+        const QStringList listed = QString::fromLocal8Bit(environmentText("LANGUAGE")).split(QLatin1Char(':'));
+        for (const QString &name : listed) {
+            add(languageOf(name.toStdString()));
+        }
+    }
+    add(ofLocale);
+    add(QStringLiteral("en"));
+    return languages.first(languages.indexOf(QStringLiteral("en")) + 1);
+}
+
+} // namespace kyb

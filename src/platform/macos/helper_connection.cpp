@@ -1,0 +1,86 @@
+#include "platform/helper_connection.h"
+
+#include "platform/macos/open_connections.h"
+#include "privileged/message_keys.h"
+
+#include <cstdlib>
+#include <dispatch/dispatch.h>
+#include <xpc/xpc.h>
+
+namespace kyb {
+namespace {
+
+/// NB: replies come on the main dispatch queue, which only a CoreFoundation run loop empties. With a user interface Qt
+/// runs one; without, its event loop on macOS polls by default, and no reply would ever arrive. This asks it for the
+/// run loop, before the application object is made.
+[[maybe_unused]] const int runLoopAskedFor = setenv("QT_EVENT_DISPATCHER_CORE_FOUNDATION", "1", 1);
+
+xpc_connection_t systemConnection(HelperConnection connection) {
+    return reinterpret_cast<xpc_connection_t>(connection);
+}
+
+ConnectionEventKind errorKind(xpc_object_t error) {
+    if (error == XPC_ERROR_CONNECTION_INTERRUPTED) {
+        return ConnectionEventKind::Interrupted;
+    }
+    if (error == XPC_ERROR_CONNECTION_INVALID) {
+        return ConnectionEventKind::Invalid;
+    }
+    return ConnectionEventKind::OtherError;
+}
+
+ConnectionEvent describe(xpc_object_t event) {
+    const xpc_type_t type = xpc_get_type(event);
+    if (type == XPC_TYPE_ERROR) {
+        return {errorKind(event), QString()};
+    }
+    // The class of the object, as the system's own formatting shows a type.
+    return {ConnectionEventKind::NotAnError, QStringLiteral("OS_xpc_%1").arg(QLatin1String(xpc_type_get_name(type)))};
+}
+
+std::optional<QByteArray> replyText(xpc_object_t reply) {
+    const char *text = xpc_dictionary_get_string(reply, kReplyKey); // null for an error object, too
+    return text == nullptr ? std::nullopt : std::optional<QByteArray>(text);
+}
+
+} // namespace
+
+// NB: a null connection is not caught anywhere here: the system gets it as it is.
+
+HelperConnection createHelperConnection(const char *serviceName) {
+    return reinterpret_cast<HelperConnection>(
+        xpc_connection_create_mach_service(serviceName, nullptr, XPC_CONNECTION_MACH_SERVICE_PRIVILEGED));
+}
+
+void setConnectionEventHandler(HelperConnection connection, ConnectionEventHandler handler) {
+    xpc_connection_set_event_handler(systemConnection(connection), ^(xpc_object_t event) {
+      handler(describe(event));
+      noteSettled(connection);
+    });
+}
+
+void resumeConnection(HelperConnection connection) {
+    if (connection != nullptr) {
+        noteOpen(connection);
+    }
+    xpc_connection_resume(systemConnection(connection));
+}
+
+void sendMessageWithReply(HelperConnection connection, const HelperMessage &message, ReplyHandler replyHandler) {
+    const xpc_object_t request = xpc_dictionary_create(nullptr, nullptr, 0);
+    for (const auto &[key, text] : message) {
+        xpc_dictionary_set_string(request, key, text.constData());
+    }
+    xpc_connection_send_message_with_reply(systemConnection(connection), request, dispatch_get_main_queue(),
+                                           ^(xpc_object_t reply) {
+                                             noteSettled(connection);
+                                             replyHandler(replyText(reply));
+                                           });
+    xpc_release(request);
+}
+
+void releaseConnection(HelperConnection connection) {
+    xpc_release(systemConnection(connection));
+}
+
+} // namespace kyb

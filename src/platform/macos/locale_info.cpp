@@ -1,0 +1,73 @@
+#include "platform/locale_info.h"
+
+#include "platform/macos/cf_string.h"
+
+namespace kyb {
+namespace {
+
+CFLocaleRef currentLocale() {
+    static const CFLocaleRef locale = CFLocaleCopyCurrent(); // lives as long as the process
+    return locale;
+}
+
+CFAbsoluteTime absoluteTime(std::chrono::system_clock::time_point time) {
+    const std::chrono::duration<double> since1970 = time.time_since_epoch();
+    return since1970.count() - kCFAbsoluteTimeIntervalSince1970;
+}
+
+/// A language tag's first piece: "de" for "de-AT". The string tables know languages only.
+QString languageOf(const QString &tag) {
+    return tag.section(QLatin1Char('-'), 0, 0).section(QLatin1Char('_'), 0, 0);
+}
+
+void setFractionDigits(CFNumberFormatterRef formatter, int digits) {
+    const CFOwned number(CFNumberCreate(kCFAllocatorDefault, kCFNumberIntType, &digits));
+    CFNumberFormatterSetProperty(formatter, kCFNumberFormatterMinFractionDigits, number.get());
+    CFNumberFormatterSetProperty(formatter, kCFNumberFormatterMaxFractionDigits, number.get());
+}
+
+} // namespace
+
+QString shortDateAndTime(std::chrono::system_clock::time_point time) {
+    // A formatter may be used by one thread at a time, and to make one costs far more than to use it.
+    thread_local const CFOwned formatter(CFDateFormatterCreate(kCFAllocatorDefault, currentLocale(),
+                                                               kCFDateFormatterShortStyle, kCFDateFormatterShortStyle));
+    const CFOwned text(
+        CFDateFormatterCreateStringWithAbsoluteTime(kCFAllocatorDefault, formatter.get(), absoluteTime(time)));
+    return fromCFString(text.get());
+}
+
+QString localeIdentifier() {
+    return fromCFString(CFLocaleGetIdentifier(currentLocale()));
+}
+
+QString localeDisplayName(const QString &identifier) {
+    const CFOwned name(
+        CFLocaleCopyDisplayNameForPropertyValue(currentLocale(), kCFLocaleIdentifier, toCFString(identifier).get()));
+    return name ? fromCFString(name.get()) : identifier;
+}
+
+QString twoDecimals(double value) {
+    const double rounded = QString::number(value, 'f', 2).toDouble(); // as printf rounds: by the exact binary value
+    const CFOwned formatter(
+        CFNumberFormatterCreate(kCFAllocatorDefault, currentLocale(), kCFNumberFormatterDecimalStyle));
+    setFractionDigits(formatter.get(), 2);
+    CFNumberFormatterSetProperty(formatter.get(), kCFNumberFormatterUseGroupingSeparator, kCFBooleanFalse);
+    const CFOwned text(
+        CFNumberFormatterCreateStringWithValue(kCFAllocatorDefault, formatter.get(), kCFNumberDoubleType, &rounded));
+    return fromCFString(text.get());
+}
+
+QStringList preferredLanguages() {
+    const QString english = QStringLiteral("en");
+    const CFOwned tags(CFLocaleCopyPreferredLanguages());
+    QStringList languages;
+    for (CFIndex i = 0; i < CFArrayGetCount(tags.get()) && !languages.contains(english); ++i) {
+        languages << languageOf(fromCFString(static_cast<CFStringRef>(CFArrayGetValueAtIndex(tags.get(), i))));
+    }
+    languages << english; // every text is there in English, so what comes after it is never asked for
+    languages.removeDuplicates();
+    return languages;
+}
+
+} // namespace kyb

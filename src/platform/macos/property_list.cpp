@@ -1,0 +1,61 @@
+#include "platform/property_list.h"
+
+#include "platform/macos/cf_string.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QLocale>
+
+namespace kyb {
+namespace {
+
+CFOwned<CFPropertyListRef> readPropertyList(const QString &path) {
+    QFile file(path);
+    if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) { // opening a FIFO would hold the caller
+        return {};
+    }
+    const QByteArray bytes = file.readAll();
+    const CFOwned data(
+        CFDataCreate(kCFAllocatorDefault, reinterpret_cast<const UInt8 *>(bytes.constData()), bytes.size()));
+    return CFOwned(
+        CFPropertyListCreateWithData(kCFAllocatorDefault, data.get(), kCFPropertyListImmutable, nullptr, nullptr));
+}
+
+QString numberText(CFNumberRef number) {
+    if (CFNumberIsFloatType(number)) {
+        double value = 0;
+        CFNumberGetValue(number, kCFNumberDoubleType, &value);
+        return QString::number(value, 'g', QLocale::FloatingPointShortest);
+    }
+    qint64 value = 0;
+    CFNumberGetValue(number, kCFNumberSInt64Type, &value);
+    return QString::number(value);
+}
+
+std::optional<QString> valueText(CFTypeRef value) {
+    const CFTypeID type = CFGetTypeID(value);
+    if (type == CFStringGetTypeID()) {
+        return fromCFString(static_cast<CFStringRef>(value));
+    }
+    if (type == CFBooleanGetTypeID()) {
+        const bool truth = CFBooleanGetValue(static_cast<CFBooleanRef>(value));
+        return truth ? QStringLiteral("true") : QStringLiteral("false");
+    }
+    if (type == CFNumberGetTypeID()) {
+        return numberText(static_cast<CFNumberRef>(value));
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<QString> propertyListValue(const QString &path, const QString &key) {
+    const CFOwned<CFPropertyListRef> list = readPropertyList(path);
+    if (!list || CFGetTypeID(list.get()) != CFDictionaryGetTypeID()) {
+        return std::nullopt;
+    }
+    const CFTypeRef value = CFDictionaryGetValue(static_cast<CFDictionaryRef>(list.get()), toCFString(key).get());
+    return value == nullptr ? std::nullopt : valueText(value);
+}
+
+} // namespace kyb

@@ -1,0 +1,79 @@
+#include "platform/system_root.h"
+#include "shell/KYAppDelegate.h"
+#include "shell/KYViewController.h"
+#include "shell/command_line.h"
+#include "shell/quit_signals.h"
+#include "shell/resources.h"
+#include "shell/threads.h"
+#include "shell/wizard_module.h"
+
+#include <QCoreApplication>
+#include <csignal>
+#include <cstdio>
+
+namespace {
+
+constexpr int kStatusNoWizard = 1;
+constexpr int kStatusBadRoot = 2;
+
+/// \return whether a request to end the process from outside may take its effect now.
+bool mayEnd(const KYAppDelegate &delegate, KYViewController &controller) {
+    if (delegate.isSafeToCloseWindow()) {
+        return true;
+    }
+    controller.WriteLog(QStringLiteral("Ignored a request to quit: the installation is in progress."));
+    return false;
+}
+
+[[noreturn]] void end(KYViewController &controller, int status) {
+    controller.stopMonitoringLogFile();
+    kyb::endProcess(status);
+}
+
+[[noreturn]] void runSilently(int &argc, char **argv) {
+    const QCoreApplication application(argc, argv);
+    KYViewController controller;
+    const KYAppDelegate delegate(controller);
+    kyb::askBeforeQuitSignals([&] { return mayEnd(delegate, controller); });
+    controller.awakeFromNib();
+    end(controller, QCoreApplication::exec());
+}
+
+[[noreturn]] void fail(const QString &problem, int status) {
+    std::fprintf(stderr, "%s\n", qUtf8Printable(problem));
+    kyb::endProcess(status);
+}
+
+[[noreturn]] void runWizard(int &argc, char **argv) {
+    QString problem;
+    const kyb::MakeInterface makeInterface = kyb::loadWizardModule(&problem);
+    if (makeInterface == nullptr) {
+        fail(problem, kStatusNoWizard);
+    }
+    kyb::Interface &interface = *makeInterface(argc, argv);
+    KYViewController controller;
+    KYAppDelegate delegate(controller);
+    problem = interface.load(kyb::resourcesFolder(), delegate);
+    if (!problem.isEmpty()) {
+        fail(problem, kStatusNoWizard);
+    }
+    controller.connectOutlets(interface);
+    kyb::askBeforeQuitSignals([&] { return mayEnd(delegate, controller); });
+    controller.awakeFromNib();
+    end(controller, interface.run());
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    std::signal(SIGPIPE, SIG_IGN); // a reader of the progress lines may go away; the installation goes on
+    if (const std::optional<QString> problem = kyb::systemRootProblem()) {
+        fail(*problem, kStatusBadRoot);
+    }
+    kyb::readCommandLine(argc, argv);
+    if (isSilentInstall) {
+        runSilently(argc, argv);
+    } else {
+        runWizard(argc, argv);
+    }
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <functional>
+
+// The three thread verbs. No other file of the program names a thread or posts to one.
+
+namespace kyb {
+
+/// Runs \p task on the main thread when its event loop turns next, in the order of the calls. Does not wait.
+/// Any thread. Dropped when the application object is gone.
+void onMainThread(std::function<void()> task);
+
+/// Runs \p task on the main thread and returns when it has ended. On the main thread it runs at once. Any thread.
+void onMainThreadAndWait(std::function<void()> task);
+
+/// Runs \p task on a thread of its own. The thread may outlive everything: the process ends without waiting for it (see
+/// `endProcess`), so a task may use what lives as long as the process. Any thread.
+void inBackground(std::function<void()> task);
+
+/// Whether the caller is the main thread (true as long as there is no application object).
+bool isMainThread();
+
+/// How many tasks given to `inBackground` have not ended yet.
+int backgroundTaskCount();
+
+/// Ends the process at once with \p status: output is flushed, nothing is destroyed, so no thread that still runs can
+/// touch what is gone. Main thread, after the event loop.
+[[noreturn]] void endProcess(int status);
+
+} // namespace kyb

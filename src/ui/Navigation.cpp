@@ -1,0 +1,163 @@
+#include "shell/KYViewController.h"
+
+#include "shell/resources.h"
+#include "ui/localized_text.h"
+#include "ui/rich_text.h"
+
+#include <QFile>
+
+using kyb::localizedText;
+
+namespace {
+
+constexpr int kOn = 1;
+constexpr int kOff = 0;
+
+/// Not drawn and out of reach: how a navigation button is put away without the others moving.
+void putAway(const kyb::Outlet &button) {
+    button->setTransparent(true);
+    button->setEnabled(false);
+}
+
+} // namespace
+
+void KYViewController::nextOrBackOrFinishButtonAction(Sender sender) {
+    const QString title = multipleActionsButton->text();
+    if (title == localizedText(QStringLiteral("Next"))) {
+        displayPublicOrPrivateView();
+    } else if (title == localizedText(QStringLiteral("Back"))) {
+        displayInstallationViewFromLicenseView();
+    } else if (title == localizedText(QStringLiteral("Install"))) {
+        initiateInstallation();
+    } else {
+        exitApplication(sender); // NB: any other title quits
+    }
+}
+
+void KYViewController::backButtonActionInPublicPrivateView(Sender) {
+    displayInstallationViewFromLicenseView();
+}
+
+void KYViewController::displayLicenseView(Sender) {
+    termsOfServiceButton->setHidden(true);
+    installationView->setHidden(true);
+    installationBox->addSubview(*licenseView);
+    licenseTextView->setText(QString());
+    cancelButton->setHidden(true);
+    multipleActionsButton->setText(localizedText(QStringLiteral("Back")));
+    multipleActionsButton->setEnabled(true);
+    showLicenseText();
+}
+
+void KYViewController::showLicenseText() {
+    QFile terms(kyb::resourcePath(QStringLiteral("License.rtf")));
+    const QByteArray data = terms.open(QIODevice::ReadOnly) ? terms.readAll() : QByteArray();
+    if (data.isEmpty()) {
+        licenseTextView->setText(QStringLiteral("License file missing!"));
+        return;
+    }
+    licenseTextView->setRichText(kyb::parseRichText(data));
+}
+
+void KYViewController::displayInstallationViewFromLicenseView() {
+    licenseView->removeFromSuperview();
+    publicOrPrivateView->removeFromSuperview();
+    installationBox->addSubview(*installationView);
+    installationView->setHidden(false);
+    termsOfServiceButton->setHidden(false);
+    if (checkBoxButton->state() == kOff) {
+        multipleActionsButton->setEnabled(
+            false); // NB: never enabled here; on the way back from the terms it is already
+    }
+    multipleActionsButton->setText(localizedText(QStringLiteral("Next")));
+    cancelButton->setHidden(false);
+    backButton->setEnabled(false);
+    backButton->setTransparent(true);
+}
+
+void KYViewController::displayPublicOrPrivateView() {
+    termsOfServiceButton->setHidden(true);
+    installationView->setHidden(true);
+    installationBox->addSubview(*publicOrPrivateView);
+    licenseTextView->setText(QString()); // NB: not on this screen; emptied all the same
+    cancelButton->setHidden(true);
+    multipleActionsButton->setText(localizedText(QStringLiteral("Install")));
+    multipleActionsButton->setEnabled(true);
+    backButton->setEnabled(true);
+    backButton->setTransparent(false);
+}
+
+void KYViewController::displayInstallationInProgressView() {
+    termsOfServiceButton->setTransparent(true);
+    termsOfServiceButton->displayNow();
+    termsOfServiceButton->setEnabled(false);
+    installationInProgressImageView->setImage({localizedText(QStringLiteral("applicationImage")), {}});
+    putAway(cancelButton);
+    putAway(multipleActionsButton);
+    cancelButton->displayNow();
+    multipleActionsButton->displayNow();
+    installationView->removeFromSuperview();
+    publicOrPrivateView->removeFromSuperview();
+    putAway(backButton);
+    progressInfoLabel->setText(QString());
+    installationBox->addSubview(*installationProgressView);
+}
+
+void KYViewController::displayInstallFinishedView() {
+    if (isSilentInstall) {
+        exitApplication(nullptr);
+        return;
+    }
+    kyb::inBackground([this] { retrieveInstallationLogsToView(); });
+    installationProgressView->removeFromSuperview();
+    installationBox->addSubview(*installationResultView);
+    closeButton->setEnabled(true);
+    closeButton->setTransparent(false);
+    showResult();
+    parentWindow->setCloseButtonEnabled(true);
+}
+
+void KYViewController::showResult() {
+    if (installFailed) {
+        WriteLog(QStringLiteral("Installation failed..."));
+        installationResultLabel->setText(localizedText(QStringLiteral("InstallFailed")));
+        installationSubResultLabel->setText(localizedText(QStringLiteral("InstallFailedSubResult")));
+    } else {
+        WriteLog(QStringLiteral("Installation successful..."));
+        installationResultLabel->setText(localizedText(QStringLiteral("InstallSuccessful")));
+        installationSubResultLabel->setText(localizedText(QStringLiteral("InstallSuccessfulSubResult")));
+    }
+    const QString picture = installFailed ? QStringLiteral("Alert.png") : QStringLiteral("Success.png");
+    installationResultImageView->setImage({picture, installationResultImageView->frameSize()});
+}
+
+void KYViewController::acceptTermsCheckBoxClicked(Sender) {
+    const bool accepted = checkBoxButton->state() == kOn;
+    isTermsAndConditionsAccepted = accepted;
+    multipleActionsButton->setEnabled(accepted);
+    if (accepted) {
+        termsAndConditionsViewBox->setBorderColor(kyb::Color::Clear);
+    }
+}
+
+void KYViewController::showBorderOnTermsAndConditionsView() {
+    if (checkBoxButton->isEnabled()) {
+        termsAndConditionsViewBox->setBorderColor(kyb::Color::Red);
+    }
+}
+
+// NB: a click on the box that is on leaves both off, and the last choice stands.
+
+void KYViewController::publicCheckBoxClicked(Sender) {
+    privateCheckBoxButton->setState(kOff);
+    if (publicCheckBoxButton->state() == kOn) {
+        isPrivateComputerAccepted = false;
+    }
+}
+
+void KYViewController::privateCheckBoxClicked(Sender) {
+    publicCheckBoxButton->setState(kOff);
+    if (privateCheckBoxButton->state() == kOn) {
+        isPrivateComputerAccepted = true;
+    }
+}

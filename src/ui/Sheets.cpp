@@ -1,0 +1,66 @@
+#include "shell/KYViewController.h"
+
+#include "shell/KYAppDelegate.h"
+
+namespace {
+
+void close(const kyb::Outlet &sheet) {
+    sheet->endSheet();
+    sheet->orderOut();
+}
+
+} // namespace
+
+void KYViewController::displayWarningSheetWhenQuittingApplication(Sender sender) {
+    if (!uninstallationInProgress && !installationInProgress) {
+        exitApplication(sender);
+        return;
+    }
+    parentWindow->beginSheet(*quitAppWarningSheet);
+}
+
+void KYViewController::displayWarningSheet() {
+    parentWindow->beginSheet(*warningSheetWindow);
+}
+
+void KYViewController::displayAppsBusyWarningSheet() {
+    parentWindow->beginSheet(*appsBusyWarningSheetWindow);
+}
+
+void KYViewController::quitAppWarningSheetOKPressed(Sender) {
+    close(quitAppWarningSheet);
+}
+
+void KYViewController::warningSheetOKPressed(Sender) {
+    close(warningSheetWindow);
+    proceedWithInstallation();
+}
+
+void KYViewController::warningSheetCancelPressed(Sender) {
+    close(warningSheetWindow);
+}
+
+void KYViewController::appsBusyWarningSheetCancelPressed(Sender) {
+    warningSheetTextView->setTextColor(kyb::Color::Black); // NB: the other sheet's text
+    close(appsBusyWarningSheetWindow);
+}
+
+bool KYAppDelegate::isSafeToCloseWindow() const {
+    return !uninstallationInProgress && !installationInProgress;
+}
+
+bool KYAppDelegate::windowShouldClose() const {
+    return isSafeToCloseWindow();
+}
+
+bool KYAppDelegate::applicationShouldTerminateAfterLastWindowClosed() const {
+    return isSafeToCloseWindow();
+}
+
+bool KYAppDelegate::applicationShouldTerminate() {
+    if (isSafeToCloseWindow()) {
+        return true;
+    }
+    controller_.displayWarningSheetWhenQuittingApplication(nullptr);
+    return false;
+}

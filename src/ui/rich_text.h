@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QVector>
+#include <optional>
+
+namespace kyb {
+
+/// A piece of text in one format.
+struct RichTextRun {
+    QString text; ///< with U+2028 for a line break within the paragraph; holds no other control character than tabs
+    QString fontFamily; ///< empty: the view's own
+    double sizePoints = 12.0;
+    bool bold = false;
+    bool italic = false;
+    bool underline = false;
+    std::optional<quint32> colorRgb; ///< 0xRRGGBB; nothing: the view's own text colour
+};
+
+enum class RichTextAlignment { Left, Center, Right, Justified };
+
+struct RichTextParagraph {
+    QVector<RichTextRun> runs; ///< none: an empty line
+    RichTextAlignment alignment = RichTextAlignment::Left;
+    double leftIndentPoints = 0.0;
+    double firstLineIndentPoints = 0.0; ///< added to the left indent; negative in hanging paragraphs
+    double rightIndentPoints = 0.0;
+    double spaceBeforePoints = 0.0;
+    double spaceAfterPoints = 0.0;
+};
+
+struct RichTextDocument {
+    QVector<RichTextParagraph> paragraphs;
+};
+
+/// Reads an RTF document, as word processors write it, into paragraphs of formatted text.
+///
+/// Kept are fonts, sizes, bold, italic, underline, text colours, alignment, indents and spacing, list marks (as text),
+/// tables (a line for each row, a tab after each cell) and the texts of links, which lead nowhere. Left out are
+/// pictures, objects, notes, headers, footers and hidden text. Bytes are read in the code page of the document or of
+/// the font: Western, Central European or Cyrillic Windows, Mac OS Roman, the IBM PC's two; those of any other read as
+/// U+FFFD.
+///
+/// Never fails. Of a broken or truncated document it gives what can be read; bytes that do not begin with "{\rtf" give
+/// an empty document. Whatever the bytes, it takes time in proportion to them, and memory within constant limits: what
+/// lies beyond a limit is not read. Pure.
+RichTextDocument parseRichText(const QByteArray &bytes);
+
+/// The document's text: paragraphs and lines are separated by line feeds. Pure.
+QString plainText(const RichTextDocument &document);
+
+} // namespace kyb

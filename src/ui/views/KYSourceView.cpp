@@ -1,0 +1,140 @@
+#include "ui/views/KYSourceView.h"
+
+#include "shell/notification_center.h"
+#include "shell/threads.h"
+#include "ui/localized_text.h"
+#include "ui/views/DragBoundary.h"
+#include "ui/views/SlideBack.h"
+#include "ui/views/image_loading.h"
+#include "ui/views/picture_shape.h"
+
+#include <QDrag>
+#include <QKeyEvent>
+#include <QMimeData>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPointer>
+
+using kyb::DraggingContext;
+using kyb::DragOperation;
+
+namespace {
+
+constexpr double kFocusRingPoints = 3.0;
+constexpr double kFocusRingRadiusPoints = 6.0;
+
+/// What the pasteboard gets: a type, and never any data. The destination looks at the type alone.
+class TypeWithoutData : public QMimeData {
+public:
+    bool hasFormat(const QString &type) const override { return formats().contains(type); }
+    QStringList formats() const override { return {QString::fromLatin1(kPrivateDragObject)}; }
+
+protected:
+    QVariant retrieveData(const QString &, QMetaType) const override { return QByteArray(); }
+};
+
+bool isActivation(const QKeyEvent &event) {
+    const int key = event.key();
+    return !event.isAutoRepeat() && (key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter);
+}
+
+} // namespace
+
+KYSourceView::KYSourceView(QWidget *parent) : ImageView(parent) {
+    setFocusPolicy(acceptsFirstResponder() ? Qt::StrongFocus : Qt::NoFocus);
+    setAccessibleName(kyb::localizedText(QStringLiteral("SourceIconName")));
+    setAccessibleDescription(kyb::localizedText(QStringLiteral("SourceIconHelp")));
+    KYSourceView::initWithFrame();
+}
+
+void KYSourceView::initWithFrame() {
+    setInitialImage({QStringLiteral("Alert.icns"), size()});
+    sourceIconImage = image();
+}
+
+bool KYSourceView::passesGates() const {
+    if (!isInitializationComplete) {
+        return false;
+    }
+    if (!isTermsAndConditionsAccepted) {
+        kyb::postNotification(TermsNotAcceptedNotification);
+        return false;
+    }
+    return true;
+}
+
+void KYSourceView::mouseDown(QPoint position) {
+    if (passesGates()) {
+        beginDraggingSession(position);
+    }
+}
+
+void KYSourceView::performDragByKeyboard() {
+    if (passesGates()) {
+        kyb::postNotification(PerformDragOperationNotification);
+    }
+}
+
+DragOperation KYSourceView::sourceOperationMask(DraggingContext context) const {
+    return context == DraggingContext::WithinApplication ? DragOperation::Copy : DragOperation::None;
+}
+
+QDrag *KYSourceView::makeDrag(QPoint position) {
+    auto *drag = new QDrag(this); // deleted by the toolkit, some time after the drag
+    drag->setMimeData(new TypeWithoutData);
+    drag->setPixmap(kyb::bundlePixmap(sourceIconImage.name, size(), devicePixelRatioF()));
+    drag->setHotSpot(position);
+    return drag;
+}
+
+void KYSourceView::beginDraggingSession(QPoint position) {
+    const QPointer<KYSourceView> self(this); // what a drop sets going may take the screen away
+    QDrag *drag = makeDrag(position);
+    const kyb::DragBoundary boundary(drag, mapToGlobal(position), [this](DraggingContext context) {
+        return sourceOperationMask(context) != DragOperation::None;
+    });
+    const QPixmap picture = drag->pixmap();
+    kyb::onMainThread([picture] { kyb::shapeDragWindow(picture); }); // when the drag has begun
+    const auto done = drag->exec(Qt::DropAction(sourceOperationMask(DraggingContext::WithinApplication)));
+    const bool wasDropped = done != Qt::IgnoreAction && boundary.context() == DraggingContext::WithinApplication;
+    if (self && !wasDropped && animatesToStartingPositionsOnCancelOrFail()) {
+        kyb::slideBack(*this, picture, boundary.lastPosition() - position);
+    }
+}
+
+void KYSourceView::mousePressEvent(QMouseEvent *event) {
+    event->accept();
+    if (event->button() == Qt::LeftButton) {
+        mouseDown(event->position().toPoint());
+    }
+}
+
+void KYSourceView::keyPressEvent(QKeyEvent *event) {
+    if (isActivation(*event)) {
+        performDragByKeyboard();
+    } else {
+        ImageView::keyPressEvent(event);
+    }
+}
+
+void KYSourceView::focusInEvent(QFocusEvent *event) {
+    ImageView::focusInEvent(event);
+    update();
+}
+
+void KYSourceView::focusOutEvent(QFocusEvent *event) {
+    ImageView::focusOutEvent(event);
+    update();
+}
+
+void KYSourceView::drawRect(QPainter &painter, const QRect &dirty) {
+    ImageView::drawRect(painter, dirty);
+    if (!hasFocus()) {
+        return;
+    }
+    constexpr double inset = kFocusRingPoints / 2;
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(palette().color(QPalette::Highlight), kFocusRingPoints));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), kFocusRingRadiusPoints,
+                            kFocusRingRadiusPoints);
+}

@@ -1,0 +1,124 @@
+#include "ui/views/image_loading.h"
+
+#include "shell/resources.h"
+#include "ui/views/icns.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QFileInfo>
+#include <QImageReader>
+#include <QPixmapCache>
+#include <algorithm>
+#include <cmath>
+
+namespace kyb {
+namespace {
+
+constexpr int kLongestSidePixels = 4096;
+constexpr qint64 kLargestFileBytes = qint64{32} * 1024 * 1024;
+constexpr int kAllocationLimitMegabytes = 80; // what a picture of the longest sides needs, and a little
+
+/// Where a picture can be taken from. An empty path: from nowhere.
+struct Source {
+    QString path;     ///< the picture at one pixel to the point, or the icon container
+    QString pathAt2x; ///< the same at two
+    bool isContainer() const { return path.endsWith(QLatin1String(".icns"), Qt::CaseInsensitive); }
+};
+
+Source findSource(const QString &name) {
+    if (name.isEmpty()) {
+        return {};
+    }
+    const QString fileName = QFileInfo(name).suffix().isEmpty() ? name + QStringLiteral(".png") : name;
+    return {resourcePath(fileName), resourcePath(nameWithSuffix(fileName, QStringLiteral("@2x")))};
+}
+
+QByteArray fileContents(const QString &path) {
+    QFile file(path);
+    if (path.isEmpty() || !QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly) ||
+        file.size() > kLargestFileBytes) {
+        return {};
+    }
+    return file.read(kLargestFileBytes);
+}
+
+bool isReasonable(QSize pixels) {
+    return !pixels.isEmpty() && std::max(pixels.width(), pixels.height()) <= kLongestSidePixels;
+}
+
+QImage decode(QByteArray bytes) {
+    QBuffer buffer(&bytes);
+    QImageReader reader(&buffer);
+    QImageReader::setAllocationLimit(kAllocationLimitMegabytes);
+    return isReasonable(reader.size()) ? reader.read() : QImage();
+}
+
+QSize sizeInHeader(const QString &path) {
+    const QSize size = QFileInfo(path).isFile() ? QImageReader(path).size() : QSize();
+    return isReasonable(size) ? size : QSize();
+}
+
+/// A picture's own size in points: that of the file with one pixel to the point.
+QSize ownSize(const Source &source) {
+    if (source.isContainer()) {
+        return decode(bestIcnsPicture(fileContents(source.path), 1)).size();
+    }
+    const QSize size = sizeInHeader(source.path);
+    return size.isEmpty() ? sizeInHeader(source.pathAt2x) / 2 : size;
+}
+
+QImage load(const Source &source, QSize pixels) {
+    if (source.isContainer()) {
+        return decode(bestIcnsPicture(fileContents(source.path), std::max(pixels.width(), pixels.height())));
+    }
+    const QSize size = sizeInHeader(source.path);
+    const bool isLargeEnough = size.width() >= pixels.width() && size.height() >= pixels.height();
+    const QImage first = decode(fileContents(isLargeEnough ? source.path : source.pathAt2x));
+    return first.isNull() ? decode(fileContents(isLargeEnough ? source.pathAt2x : source.path)) : first;
+}
+
+} // namespace
+
+QString nameWithSuffix(const QString &name, const QString &suffix) {
+    const qsizetype ending = QFileInfo(name).suffix().isEmpty() ? name.size() : name.lastIndexOf(u'.');
+    return name.left(ending) + suffix + name.mid(ending);
+}
+
+bool bundleHasImage(const QString &name) {
+    const Source source = findSource(name);
+    return !source.path.isEmpty() || !source.pathAt2x.isEmpty();
+}
+
+QSize imageSize(const NamedImage &image) {
+    const QSize size = image.size.isEmpty() ? ownSize(findSource(image.name)) : image.size;
+    return image.name.isEmpty() || size.isEmpty() ? QSize(0, 0) : size;
+}
+
+QPixmap bundlePixmap(const QString &name, QSize points, double devicePixelRatio) {
+    const Source source = findSource(name);
+    const QSize shown = points.isEmpty() ? ownSize(source) : points;
+    const QSize pixels(int(std::lround(shown.width() * devicePixelRatio)),
+                       int(std::lround(shown.height() * devicePixelRatio)));
+    if (!isReasonable(pixels)) {
+        return {};
+    }
+    const QString key = QStringLiteral("%1|%2|%3x%4|%5")
+                            .arg(source.path, source.pathAt2x)
+                            .arg(pixels.width())
+                            .arg(pixels.height())
+                            .arg(devicePixelRatio);
+    QPixmap pixmap;
+    if (QPixmapCache::find(key, &pixmap)) {
+        return pixmap;
+    }
+    const QImage image = load(source, pixels);
+    if (image.isNull()) {
+        return {};
+    }
+    pixmap = QPixmap::fromImage(image.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    pixmap.setDevicePixelRatio(devicePixelRatio);
+    QPixmapCache::insert(key, pixmap);
+    return pixmap;
+}
+
+} // namespace kyb

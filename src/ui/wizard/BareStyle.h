@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QProxyStyle>
+
+namespace kyb {
+
+/// The toolkit's own style, for where no desktop brings one, with three things made plain: which button is the default
+/// one, where a check box is and whether it has the focus, and how far a progress bar has come. All colours are those
+/// of the palette, light or dark.
+class BareStyle : public QProxyStyle {
+    Q_OBJECT
+
+public:
+    BareStyle();
+
+    void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
+                     const QWidget *widget) const override;
+    void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
+                       const QWidget *widget) const override;
+};
+
+} // namespace kyb

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "ui/outlet.h"
+
+#include <memory>
+
+class QObject;
+
+namespace kyb {
+
+/// Makes the control that speaks for \p object: a widget, an action or a menu of an interface description. Null for any
+/// other kind of object. The object must outlive what is asked of the control; the control may outlive the object.
+/// Main thread.
+std::unique_ptr<Control> makeControl(QObject &object);
+
+} // namespace kyb

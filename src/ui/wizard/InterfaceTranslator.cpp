@@ -1,0 +1,32 @@
+#include "ui/wizard/InterfaceTranslator.h"
+
+#include "shell/resources.h"
+#include "ui/localized_text.h"
+#include "ui/string_table.h"
+
+#include <QCoreApplication>
+#include <QFile>
+
+namespace kyb {
+
+void InterfaceTranslator::loadTable() {
+    const QString path = resourcePath(QStringLiteral("Interface.strings"));
+    QFile file(path);
+    if (!path.isEmpty() && file.open(QIODevice::ReadOnly)) {
+        texts_ = parseStringTable(file.readAll()).entries;
+        QCoreApplication::installTranslator(this); // NB: an empty one would not be taken
+    }
+}
+
+QString InterfaceTranslator::translate(const char *, const char *sourceText, const char *, int) const {
+    const QString key = QString::fromUtf8(sourceText);
+    const auto found = texts_.constFind(key);
+    if (found != texts_.cend()) {
+        return *found;
+    }
+    // NB: the forward button's first title must be what the program compares it with.
+    const QString text = localizedText(key);
+    return text == key ? QString() : text;
+}
+
+} // namespace kyb

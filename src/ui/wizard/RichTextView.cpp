@@ -1,0 +1,126 @@
+#include "ui/wizard/RichTextView.h"
+
+#include "ui/wizard/colors.h"
+
+#include <QEvent>
+#include <QTextBlockFormat>
+#include <QTextCharFormat>
+#include <QTextCursor>
+#include <QTextOption>
+
+namespace kyb {
+namespace {
+
+constexpr double kSmallestPoints = 4;
+constexpr double kLargestPoints = 96;
+constexpr double kPointsPerInch = 72;
+constexpr int kMargin = 12; // points
+constexpr double kMarkIndentShare = 0.3;
+
+Qt::Alignment alignmentOf(RichTextAlignment alignment) {
+    switch (alignment) {
+    case RichTextAlignment::Center:
+        return Qt::AlignHCenter;
+    case RichTextAlignment::Right:
+        return Qt::AlignRight;
+    case RichTextAlignment::Justified:
+        return Qt::AlignJustify;
+    case RichTextAlignment::Left:
+        break;
+    }
+    return Qt::AlignLeft;
+}
+
+bool beginsWithTab(const RichTextParagraph &paragraph) {
+    return !paragraph.runs.isEmpty() && paragraph.runs.constFirst().text.startsWith(u'\t');
+}
+
+/// Where the tabs of a hanging paragraph lead, in points from its first line's begin: behind the list mark, to where
+/// the other lines begin. A tab before the mark moves it in a little.
+QList<QTextOption::Tab> tabsOf(const RichTextParagraph &paragraph, double pixelsPerPoint) {
+    const double hang = -paragraph.firstLineIndentPoints * pixelsPerPoint;
+    if (hang <= 0) {
+        return {};
+    }
+    QList<QTextOption::Tab> tabs;
+    if (beginsWithTab(paragraph)) {
+        tabs << QTextOption::Tab(hang * kMarkIndentShare, QTextOption::LeftTab);
+    }
+    return tabs << QTextOption::Tab(hang, QTextOption::LeftTab);
+}
+
+QTextBlockFormat formatOf(const RichTextParagraph &paragraph, double pixelsPerPoint) {
+    QTextBlockFormat format;
+    format.setTabPositions(tabsOf(paragraph, pixelsPerPoint));
+    format.setAlignment(alignmentOf(paragraph.alignment));
+    format.setLeftMargin(paragraph.leftIndentPoints * pixelsPerPoint);
+    format.setTextIndent(paragraph.firstLineIndentPoints * pixelsPerPoint);
+    format.setRightMargin(paragraph.rightIndentPoints * pixelsPerPoint);
+    format.setTopMargin(paragraph.spaceBeforePoints * pixelsPerPoint);
+    format.setBottomMargin(paragraph.spaceAfterPoints * pixelsPerPoint);
+    return format;
+}
+
+QTextCharFormat formatOf(const RichTextRun &run, const QColor &ground) {
+    QTextCharFormat format;
+    if (!run.fontFamily.isEmpty()) {
+        format.setFontFamilies({run.fontFamily});
+    }
+    format.setFontPointSize(qBound(kSmallestPoints, run.sizePoints, kLargestPoints));
+    format.setFontWeight(run.bold ? QFont::Bold : QFont::Normal);
+    format.setFontItalic(run.italic);
+    format.setFontUnderline(run.underline);
+    if (run.colorRgb) {
+        format.setForeground(readableColor(QColor::fromRgb(*run.colorRgb), ground));
+    }
+    return format;
+}
+
+} // namespace
+
+RichTextView::RichTextView(QWidget *parent) : QTextEdit(parent) {
+    setReadOnly(true);
+    setUndoRedoEnabled(false);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    setCursorWidth(0); // a caret is for writing
+    document()->setDocumentMargin(kMargin);
+}
+
+void RichTextView::setRichText(const RichTextDocument &document) {
+    document_ = document;
+    write();
+}
+
+void RichTextView::setUnstyledText(const QString &text) {
+    document_ = {};
+    setPlainText(text);
+}
+
+void RichTextView::write() {
+    clear();
+    const QColor ground = palette().color(QPalette::Base);
+    const double pixelsPerPoint = logicalDpiY() / kPointsPerInch;
+    QTextCursor cursor(document());
+    cursor.beginEditBlock();
+    for (const RichTextParagraph &paragraph : document_.paragraphs) {
+        if (&paragraph == &document_.paragraphs.front()) {
+            cursor.setBlockFormat(formatOf(paragraph, pixelsPerPoint));
+        } else {
+            cursor.insertBlock(formatOf(paragraph, pixelsPerPoint), QTextCharFormat());
+        }
+        for (const RichTextRun &run : paragraph.runs) {
+            cursor.insertText(run.text, formatOf(run, ground));
+        }
+    }
+    cursor.endEditBlock();
+    moveCursor(QTextCursor::Start);
+}
+
+void RichTextView::changeEvent(QEvent *event) {
+    QTextEdit::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && !document_.paragraphs.isEmpty()) {
+        write();
+    }
+}
+
+} // namespace kyb

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QBasicTimer>
+#include <QWidget>
+
+namespace kyb {
+
+/// A wheel of twelve spokes that turns while something is under way whose end is not known. It stands at the leading
+/// edge; what is laid out inside it, such as the text that says what is awaited, comes and goes with it.
+class Spinner : public QWidget {
+    Q_OBJECT
+
+public:
+    using QWidget::QWidget;
+
+    void start();
+    void stop();
+    bool isTurning() const { return timer_.isActive(); }
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void timerEvent(QTimerEvent *event) override;
+
+private:
+    QRect wheel() const;
+
+    QBasicTimer timer_;
+    int step_ = 0; ///< the brightest spoke
+};
+
+} // namespace kyb

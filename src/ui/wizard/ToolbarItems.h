@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QWidgetAction>
+
+class QLineEdit;
+
+namespace kyb {
+
+/// The toolbar item with the field whose text filters. Its own text is what the empty field says.
+class SearchItem : public QWidgetAction {
+    Q_OBJECT
+
+public:
+    explicit SearchItem(QObject *parent);
+
+    QLineEdit &field() const { return *field_; }
+
+public Q_SLOTS:
+    void focusField();
+
+private:
+    QLineEdit *field_;
+    QAction *magnifier_;
+};
+
+/// The toolbar item that takes all the room that there is.
+class FlexibleSpace : public QWidgetAction {
+    Q_OBJECT
+
+public:
+    explicit FlexibleSpace(QObject *parent);
+};
+
+} // namespace kyb

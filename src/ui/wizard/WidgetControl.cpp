@@ -1,0 +1,110 @@
+#include "ui/wizard/WidgetControl.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QFontDatabase>
+#include <QGridLayout>
+#include <QWidget>
+
+namespace kyb {
+namespace {
+
+/// The name of the property by which a screen names the control that has the focus when it comes.
+constexpr char kInitialFocus[] = "initialFocus";
+
+QGridLayout &stackOf(QWidget &box) {
+    if (auto *stack = qobject_cast<QGridLayout *>(box.layout())) {
+        return *stack;
+    }
+    return *new QGridLayout(&box);
+}
+
+} // namespace
+
+void focusFirstControl(QWidget &screen) {
+    const QString name = screen.property(kInitialFocus).toString();
+    QWidget *first = name.isEmpty() ? nullptr : screen.findChild<QWidget *>(name);
+    (first != nullptr ? first : &screen)->setFocus(); // NB: the screen itself: no ring to be seen, and Tab leads on
+}
+
+WidgetControl::WidgetControl(QWidget &widget) : widget_(widget), hidden_(!widget.isWindow() && widget.isHidden()) {}
+
+void WidgetControl::setEnabled(bool enabled) {
+    widget_.setEnabled(enabled);
+}
+
+bool WidgetControl::isEnabled() const {
+    return widget_.isEnabled();
+}
+
+void WidgetControl::setHidden(bool hidden) {
+    hidden_ = hidden;
+    applyVisibility();
+}
+
+bool WidgetControl::isVisible() const {
+    return widget_.isVisibleTo(widget_.window());
+}
+
+void WidgetControl::setTransparent(bool transparent) {
+    transparent_ = transparent;
+    applyVisibility();
+}
+
+/// What is not drawn is hidden from mouse, keyboard and screen readers as well, but goes on taking its room.
+void WidgetControl::applyVisibility() {
+    QSizePolicy policy = widget_.sizePolicy();
+    policy.setRetainSizeWhenHidden(transparent_ && !hidden_ && !removed_);
+    widget_.setSizePolicy(policy);
+    widget_.setVisible(!transparent_ && !hidden_ && !removed_);
+}
+
+void WidgetControl::displayNow() {
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest); // what has just come has no place yet
+    widget_.repaint();
+}
+
+void WidgetControl::displayIfNeeded() {
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    QCoreApplication::sendPostedEvents(widget_.window(), QEvent::UpdateRequest);
+}
+
+QSize WidgetControl::frameSize() const {
+    return widget_.size();
+}
+
+void WidgetControl::addSubview(Control &view) {
+    auto *added = dynamic_cast<WidgetControl *>(&view);
+    if (added == nullptr) {
+        return;
+    }
+    QWidget &widget = added->widget();
+    if (widget.parentWidget() != &widget_) {
+        stackOf(widget_).addWidget(&widget, 0, 0);
+    }
+    widget.raise();
+    added->removed_ = false;
+    added->applyVisibility();
+    focusFirstControl(widget);
+}
+
+void WidgetControl::removeFromSuperview() {
+    removed_ = true; // NB: it stays a child of the box, which owns it
+    applyVisibility();
+}
+
+FontChoice WidgetControl::font() const {
+    return {widget_.font().family(), widget_.font().pointSizeF()};
+}
+
+void WidgetControl::setFont(const FontChoice &choice) {
+    if (choice.family.isEmpty() || choice.sizePoints <= 0 || !QFontDatabase::hasFamily(choice.family)) {
+        return;
+    }
+    QFont font = widget_.font();
+    font.setFamilies({choice.family});
+    font.setPointSizeF(choice.sizePoints);
+    widget_.setFont(font);
+}
+
+} // namespace kyb

@@ -1,0 +1,216 @@
+#include "ui/wizard/Wizard.h"
+
+#include "shell/KYAppDelegate.h"
+#include "ui/views/image_loading.h"
+#include "ui/wizard/Controls.h"
+#include "ui/wizard/InterfaceLoader.h"
+#include "ui/wizard/WidgetControl.h"
+#include "ui/wizard/WizardWindow.h"
+
+#include <QAction>
+#include <QGridLayout>
+#include <QIcon>
+#include <QMessageBox>
+#include <QPushButton>
+
+namespace kyb {
+namespace {
+
+/// The name of the property in which an object gives the second name that it goes by.
+constexpr char kAlsoKnownAs[] = "alsoKnownAs";
+
+struct Screen {
+    const char *fileName;
+    enum class AtStart { InTheBox, Away } atStart;
+};
+
+constexpr Screen kScreens[] = {
+    {"InstallationView.ui", Screen::AtStart::InTheBox},   {"LicenseView.ui", Screen::AtStart::Away},
+    {"PublicOrPrivateView.ui", Screen::AtStart::Away},    {"InstallationProgressView.ui", Screen::AtStart::Away},
+    {"InstallationResultView.ui", Screen::AtStart::Away},
+};
+
+constexpr const char *kSheets[] = {"QuitAppWarningSheet.ui", "WarningSheet.ui", "AppsBusyWarningSheet.ui"};
+
+QString pathOf(const QString &folder, const char *fileName) {
+    return folder + u'/' + QLatin1String(fileName);
+}
+
+QString lacks(const char *fileName, const char *objectName) {
+    return QStringLiteral("The interface description \"%1\" lacks \"%2\".")
+        .arg(QLatin1String(fileName), QLatin1String(objectName));
+}
+
+QObject *findIn(QObject *root, const QString &name) {
+    if (root == nullptr || root->objectName() == name || root->property(kAlsoKnownAs).toString() == name) {
+        return root;
+    }
+    return root->findChild<QObject *>(name);
+}
+
+/// The name of the property by which an action names its picture.
+constexpr char kPicture[] = "picture";
+constexpr QSize kPictureSize(16, 16); // points
+
+void giveIcon(QAction &action) {
+    const QString name = action.property(kPicture).toString();
+    if (name.isEmpty()) {
+        return;
+    }
+    QIcon icon;
+    for (const int pixelRatio : {1, 2}) {
+        icon.addPixmap(bundlePixmap(name, kPictureSize, pixelRatio));
+    }
+    action.setIcon(icon);
+}
+
+/// Shows and works as the action does, for those who do not look into menus.
+void followAction(QAbstractButton &button, QAction &action) {
+    const auto follow = [&button, &action] {
+        button.setVisible(action.isVisible());
+        button.setEnabled(action.isEnabled());
+    };
+    QSizePolicy policy = button.sizePolicy();
+    policy.setRetainSizeWhenHidden(true); // what stands around it keeps still when it comes
+    button.setSizePolicy(policy);
+    QObject::connect(&action, &QAction::changed, &button, follow);
+    QObject::connect(&button, &QAbstractButton::clicked, &action, &QAction::trigger);
+    follow();
+}
+
+} // namespace
+
+Wizard::Wizard(int &argc, char **argv) : application_(argc, argv) {}
+
+Wizard::~Wizard() {
+    application_.setDelegate(nullptr);
+}
+
+QString Wizard::load(const QString &resourcesFolder, KYAppDelegate &delegate) {
+    translator_.loadTable();
+    using Step = QString (Wizard::*)(const QString &folder);
+    for (const Step step :
+         {&Wizard::loadMainWindow, &Wizard::loadScreens, &Wizard::loadSheets, &Wizard::loadLogWindow}) {
+        const QString problem = (this->*step)(resourcesFolder);
+        if (!problem.isEmpty()) {
+            return problem;
+        }
+    }
+    application_.setDelegate(&delegate);
+    window_->setShouldClose([&delegate] { return delegate.windowShouldClose(); });
+    dressUp();
+    wireAbout();
+    wireLogButton();
+    return {};
+}
+
+QString Wizard::loadMainWindow(const QString &folder) {
+    constexpr const char *fileName = "MainWindow.ui";
+    QString problem;
+    std::unique_ptr<QWidget> loaded(InterfaceLoader().loadFile(pathOf(folder, fileName), nullptr, &problem));
+    if (qobject_cast<WizardWindow *>(loaded.get()) == nullptr) {
+        return problem.isEmpty() ? lacks(fileName, "parentWindow") : problem;
+    }
+    window_.reset(static_cast<WizardWindow *>(loaded.release()));
+    window_->setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                            Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint);
+    window_->layout()->setSizeConstraint(QLayout::SetFixedSize);
+    return {};
+}
+
+QString Wizard::loadScreens(const QString &folder) {
+    auto *box = window_->findChild<QWidget *>(QStringLiteral("installationBox"));
+    auto *stack = box != nullptr ? qobject_cast<QGridLayout *>(box->layout()) : nullptr;
+    if (stack == nullptr) {
+        return lacks("MainWindow.ui", "installationBox");
+    }
+    for (const Screen &screen : kScreens) {
+        QString problem;
+        QWidget *view = InterfaceLoader().loadFile(pathOf(folder, screen.fileName), box, &problem);
+        if (view == nullptr) {
+            return problem;
+        }
+        stack->addWidget(view, 0, 0);
+        if (screen.atStart == Screen::AtStart::Away) {
+            makeControlFor(*view)->removeFromSuperview();
+        } else {
+            focusFirstControl(*view);
+        }
+    }
+    return {};
+}
+
+QString Wizard::loadSheets(const QString &folder) {
+    for (const char *fileName : kSheets) {
+        QString problem;
+        if (InterfaceLoader().loadFile(pathOf(folder, fileName), window_.get(), &problem) == nullptr) {
+            return problem;
+        }
+    }
+    return {};
+}
+
+QString Wizard::loadLogWindow(const QString &folder) {
+    QString problem;
+    logWindow_.reset(InterfaceLoader().loadFile(pathOf(folder, "LogWindow.ui"), nullptr, &problem));
+    return problem;
+}
+
+void Wizard::dressUp() {
+    QApplication::setWindowIcon(bundlePixmap(QStringLiteral("AppIcon.icns"), QSize(64, 64), 2));
+    for (QAction *action : logWindow_->findChildren<QAction *>()) {
+        giveIcon(*action);
+    }
+}
+
+void Wizard::wireAbout() {
+    if (auto *item = qobject_cast<QAction *>(object(QStringLiteral("aboutMenuItem")))) {
+        QObject::connect(item, &QAction::triggered, window_.get(), [this] { showAbout(); });
+    }
+}
+
+void Wizard::showAbout() {
+    auto *panel = new QMessageBox(window_.get());
+    panel->setAttribute(Qt::WA_DeleteOnClose);
+    panel->setIconPixmap(bundlePixmap(QStringLiteral("AppIcon.icns"), QSize(64, 64), panel->devicePixelRatioF()));
+    panel->setText(QApplication::applicationName());
+    panel->setInformativeText(
+        QCoreApplication::translate("About", "Version %1").arg(QApplication::applicationVersion()));
+    panel->open();
+}
+
+void Wizard::wireLogButton() {
+    auto *button = qobject_cast<QAbstractButton *>(object(QStringLiteral("showLogButton")));
+    auto *item = qobject_cast<QAction *>(object(QStringLiteral("showLogMenuItem")));
+    if (button != nullptr && item != nullptr) {
+        followAction(*button, *item);
+    }
+}
+
+QObject *Wizard::object(const QString &objectName) const {
+    for (QObject *root : {static_cast<QObject *>(window_.get()), static_cast<QObject *>(logWindow_.get())}) {
+        if (QObject *found = findIn(root, objectName)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+Control *Wizard::control(const QString &objectName) {
+    QObject *found = object(objectName);
+    return found != nullptr ? makeControlFor(*found) : nullptr;
+}
+
+Control *Wizard::makeControlFor(QObject &object) {
+    std::unique_ptr<Control> &control = controls_[&object];
+    if (!control) {
+        control = makeControl(object);
+    }
+    return control.get();
+}
+
+int Wizard::run() {
+    return QApplication::exec();
+}
+
+} // namespace kyb

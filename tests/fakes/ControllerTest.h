@@ -1,0 +1,51 @@
+#pragma once
+
+#include "FakeInterface.h"
+#include "FakeMachine.h"
+#include "shell/KYViewController.h"
+
+#include <QCoreApplication>
+#include <gtest/gtest.h>
+
+/// A controller on a fake machine, with the flags at their initial values. Interactive tests connect the screens.
+class ControllerTest : public ::testing::Test {
+protected:
+    ControllerTest();
+    ~ControllerTest() override;
+
+    /// Connects every control of `screens`.
+    void connectScreens() { controller->connectOutlets(screens); }
+
+    /// Puts the package and a version list beside the bundle, and a short string table into it.
+    void putPackage();
+    void putTexts(const QByteArray &table);
+    void putHelper();
+
+    /// A package record as after a scan that found the package.
+    void makeSelectedApp();
+
+    /// Runs the event loop until no background task runs and nothing is queued.
+    void settle();
+
+    /// Turns the event loop until \p condition holds; fails the test after a while.
+    void waitUntil(const std::function<bool()> &condition);
+
+    /// Runs \p start in the event loop until the application is asked to terminate or no background task runs any more.
+    /// \return the exit status, or nothing when nobody asked to terminate.
+    std::optional<int> runApplication(const std::function<void()> &start);
+
+    FakeControl &screen(const char *name) { return screens[QString::fromLatin1(name)]; }
+    QStringList wrapperLogLines() const;
+
+    FakeMachine &machine = FakeMachine::instance();
+    FakeInterface screens;
+    std::unique_ptr<KYViewController> controller;
+
+private:
+    void resetFlags();
+
+    int argc_ = 1;
+    char name_[5] = "test";
+    char *argv_[2] = {name_, nullptr};
+    std::unique_ptr<QCoreApplication> application_;
+};

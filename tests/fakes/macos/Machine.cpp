@@ -1,0 +1,44 @@
+#include "FakeMacOS.h"
+
+#include <mutex>
+
+namespace fake {
+namespace {
+
+std::mutex mutex;
+std::vector<std::string> &recorded() {
+    static auto *const calls = new std::vector<std::string>;
+    return *calls;
+}
+
+} // namespace
+
+Machine &machine() {
+    static auto *const machine = new Machine;
+    return *machine;
+}
+
+std::vector<std::string> calls() {
+    const std::lock_guard lock(mutex);
+    return recorded();
+}
+
+void record(std::string call) {
+    const std::lock_guard lock(mutex);
+    recorded().push_back(std::move(call));
+}
+
+void forgetServices();
+
+void reset() {
+    machine() = Machine();
+    forgetServices();
+    const std::lock_guard lock(mutex);
+    recorded().clear();
+}
+
+} // namespace fake
+
+extern "C" bool kybFakeMacOSAtLeast(int version) {
+    return fake::machine().macOSVersion >= version;
+}

@@ -1,0 +1,439 @@
+#include "helper/linux/Service.h"
+
+#include "TempRoot.h"
+#include "platform/linux/channel_message.h"
+#include "platform/linux/service_socket.h"
+#include "privileged/message_keys.h"
+
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <linux/sockios.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <vector>
+
+namespace kyb::helper {
+namespace {
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+constexpr char kSuccess[] = "Command finished with status 0";
+constexpr char kDropped[] = "(dropped)";
+
+/// A client that speaks to the socket itself.
+class RawClient {
+public:
+    explicit RawClient(UniqueFd connection) : connection_(std::move(connection)) {}
+
+    bool isConnected() const { return static_cast<bool>(connection_); }
+
+    void send(const std::string &bytes) const {
+        for (std::size_t sent = 0; sent < bytes.size();) {
+            pollfd room{.fd = connection_.get(), .events = POLLOUT, .revents = 0};
+            poll(&room, 1, -1);
+            const ssize_t count = ::send(connection_.get(), bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+            if (count < 0) {
+                return;
+            }
+            sent += static_cast<std::size_t>(count);
+        }
+    }
+
+    void request(const std::string &commandLine) const { send(*encodeFrame({{kCommandKey, commandLine}})); }
+
+    void install(const std::string &commandLine, const std::string &progressFile) const {
+        send(*encodeFrame({{kCommandKey, commandLine}, {kInstallerLogPathKey, progressFile}}));
+    }
+
+    /// Waits for the reply's text; "(dropped)" when the service breaks off.
+    std::string reply() const {
+        std::string received;
+        for (;;) {
+            pollfd answer{.fd = connection_.get(), .events = POLLIN, .revents = 0};
+            poll(&answer, 1, -1);
+            char chunk[4096];
+            const ssize_t count = recv(connection_.get(), chunk, sizeof chunk, 0);
+            if (count <= 0) {
+                break;
+            }
+            received.append(chunk, static_cast<std::size_t>(count));
+        }
+        if (received.empty()) {
+            return kDropped;
+        }
+        return decodeMessage(std::string_view(received).substr(kFrameHeaderBytes))->at(kReplyKey).value_or("(none)");
+    }
+
+    /// Waits, without a pause, until the service has taken all that was sent.
+    void waitUntilTaken() const {
+        int queuedBytes = 1;
+        while (queuedBytes > 0) {
+            ASSERT_EQ(ioctl(connection_.get(), SIOCOUTQ, &queuedBytes), 0);
+        }
+    }
+
+    void leave() { connection_.reset(); }
+
+private:
+    UniqueFd connection_;
+};
+
+class ServiceTest : public testing::Test {
+protected:
+    ServiceTest() {
+        options_.systemRoot = root_.path();
+        options_.isTrusted = [](uid_t) { return true; };
+        options_.idle = 1h;
+        options_.commands.failureHold = 50ms;
+    }
+
+    ~ServiceTest() override {
+        if (process_ > 0) {
+            kill(process_, SIGKILL);
+            waitpid(process_, nullptr, 0);
+        }
+    }
+
+    /// The service, in a process of its own, which does not get \p mine.
+    void serve(UniqueFd *mine = nullptr) { serve(socket_.listen(), mine); }
+
+    void serve(UniqueFd listening, UniqueFd *mine = nullptr) {
+        process_ = fork();
+        if (process_ == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL); // nothing is left of a test that is cut off
+            if (mine != nullptr) {
+                mine->reset();
+            }
+            freopen(root_.at("/var/log/service.log").c_str(), "a", stderr);
+            _exit(helper::serve(std::move(listening), options_));
+        }
+    }
+
+    int waitForEnd() {
+        int status = -1;
+        waitpid(std::exchange(process_, 0), &status, 0);
+        return status;
+    }
+
+    RawClient connect() const { return RawClient(socket_.connect()); }
+
+    std::string run(const std::string &commandLine) const {
+        const RawClient client = connect();
+        client.request(commandLine);
+        return client.reply();
+    }
+
+    std::string install(const std::string &commandLine) const {
+        const RawClient client = connect();
+        client.install(commandLine, root_.progressFile());
+        return client.reply();
+    }
+
+    std::string log() const { return test::contentOf(root_.at("/var/log/service.log")); }
+
+    template <typename Condition> static void waitUntil(Condition condition) {
+        while (!condition()) { // the test's own time limit bounds this
+            usleep(500);
+        }
+    }
+
+    test::TempRoot root_;
+    ServiceSocket socket_ = *ServiceSocket::open(root_.path(), kHelperServiceName);
+    ServiceOptions options_;
+    pid_t process_ = 0;
+};
+
+TEST_F(ServiceTest, RunsACommandAndAnswers) {
+    serve();
+    EXPECT_EQ(run("touch " + root_.at("/ran")), kSuccess);
+    EXPECT_TRUE(fs::exists(root_.at("/ran")));
+    EXPECT_EQ(run("exit 3"), "Command finished with status 3");
+    EXPECT_NE(log().find("Start: exit 3"), std::string::npos);
+}
+
+TEST_F(ServiceTest, RunsCommandsInTheSystemsFolderWithTheUsualMask) {
+    serve();
+    run("pwd >" + root_.at("/folder") + "; umask >" + root_.at("/mask"));
+    EXPECT_EQ(test::contentOf(root_.at("/folder")), "/\n");
+    EXPECT_EQ(test::contentOf(root_.at("/mask")), "0022\n");
+}
+
+TEST_F(ServiceTest, GivesNoDescriptorOfItsOwnToACommand) {
+    serve();
+    const RawClient other = connect(); // its connection must not be given away either
+    run("exec ls /proc/self/fd >" + root_.at("/fds"));
+    EXPECT_EQ(test::contentOf(root_.at("/fds")), "0\n1\n2\n3\n") << "3 is the listing's own";
+}
+
+TEST_F(ServiceTest, MakesTheProgressFileBeforeTheRequestIsTaken) {
+    serve();
+    for (int i = 0; i < 300; ++i) {
+        fs::remove(root_.progressFile());
+        const RawClient client = connect();
+        client.install("echo line", root_.progressFile());
+        client.waitUntilTaken();
+        ASSERT_TRUE(fs::exists(root_.progressFile()));
+        EXPECT_EQ(client.reply(), kSuccess);
+        EXPECT_EQ(test::contentOf(root_.progressFile()), "line\nInstallation_Done\n");
+    }
+}
+
+TEST_F(ServiceTest, TakesARequestLongBeforeItsCommandHasEnded) {
+    serve();
+    const RawClient client = connect();
+    client.install("while [ ! -e " + root_.at("/go") + " ] && [ -d " + root_.at("/var") + " ]; do sleep 0.01; done",
+                   root_.progressFile());
+    client.waitUntilTaken(); // or it waits for ever
+    std::ofstream(root_.at("/go")).put('\n');
+    EXPECT_EQ(client.reply(), kSuccess);
+}
+
+TEST_F(ServiceTest, ServesTwentyClientsAtOnce) {
+    serve();
+    std::vector<RawClient> clients;
+    for (int i = 0; i < 20; ++i) {
+        clients.push_back(connect());
+    }
+    for (int i = 0; i < 20; ++i) {
+        clients[static_cast<std::size_t>(i)].request("exit " + std::to_string(i));
+    }
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(clients[static_cast<std::size_t>(i)].reply(), "Command finished with status " + std::to_string(i));
+    }
+}
+
+TEST_F(ServiceTest, ServesMoreClientsThanItTakesAtOnce) {
+    serve();
+    std::vector<RawClient> clients;
+    for (int i = 0; i < 100; ++i) {
+        clients.push_back(connect());
+        clients.back().request("echo " + std::to_string(i) + " >>" + root_.at("/order"));
+    }
+    std::string expected;
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_EQ(clients[static_cast<std::size_t>(i)].reply(), kSuccess);
+        expected += std::to_string(i) + "\n";
+    }
+    EXPECT_EQ(test::contentOf(root_.at("/order")), expected);
+}
+
+TEST_F(ServiceTest, RefusesTheFileOfAnotherPlace) {
+    serve();
+    for (const std::string place : {"/etc/passwd", "/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log", "/", "",
+                                    "BrelundQuorlix_ProgressMessage.log"}) {
+        const RawClient client = connect();
+        client.install("touch " + root_.at("/ran"), place);
+        EXPECT_EQ(client.reply(), kDropped) << place;
+    }
+    const RawClient client = connect();
+    client.install("touch " + root_.at("/ran"), root_.at("/var/tmp/kyb/../kyb/BrelundQuorlix_ProgressMessage.log"));
+    EXPECT_EQ(client.reply(), kDropped);
+    EXPECT_FALSE(fs::exists(root_.at("/ran")));
+}
+
+TEST_F(ServiceTest, KnowsItsFileByAnotherNameOfTheRoot) {
+    serve();
+    fs::create_directory_symlink(root_.path(), root_.at("/link"));
+    const RawClient client = connect();
+    client.install("echo line", root_.at("/link") + kProgressMessageFile);
+    EXPECT_EQ(client.reply(), kSuccess);
+    EXPECT_EQ(test::contentOf(root_.progressFile()), "line\nInstallation_Done\n");
+}
+
+TEST_F(ServiceTest, RefusesASecondInstallationAndSparesTheFirst) {
+    serve();
+    const RawClient first = connect();
+    first.install("while [ ! -e " + root_.at("/go") + " ] && [ -d " + root_.at("/var") +
+                      " ]; do sleep 0.01; done; echo one",
+                  root_.progressFile());
+    EXPECT_EQ(install("echo two"), kDropped);
+    std::ofstream(root_.at("/go")).put('\n');
+    EXPECT_EQ(first.reply(), kSuccess);
+    EXPECT_EQ(test::contentOf(root_.progressFile()), "one\nInstallation_Done\n");
+}
+
+TEST_F(ServiceTest, DropsNonsense) {
+    serve();
+    const std::string request = encodeFrame({{kCommandKey, "touch " + root_.at("/ran")}})->substr(kFrameHeaderBytes);
+    const std::string nonsense[] = {
+        "GET / HTTP/1.1\r\n\r\n",
+        std::string(4, '\0'),                                                       // nothing announced
+        std::string("\0\x10\0\1", 4),                                               // one byte too long
+        std::string("\xff\xff\xff\xff", 4),                                         // far too long
+        std::string("\0\0\0\5hello", 9),                                            // no property list
+        std::string("\0\0\0\x8", 4) + "bplist00",                                   // the beginning of one
+        std::string("\0\0\0\1x", 5),                                                // a single byte
+        *encodeFrame({{"reply", "no command"}}),                                    // another message
+        std::string("\0\0\0", 3) + static_cast<char>(request.size() - 1) + request, // cut short
+    };
+    for (const std::string &bytes : nonsense) {
+        const RawClient client = connect();
+        client.send(bytes);
+        EXPECT_EQ(client.reply(), kDropped);
+    }
+    EXPECT_EQ(run("true"), kSuccess);
+    EXPECT_FALSE(fs::exists(root_.at("/ran")));
+}
+
+TEST_F(ServiceTest, TakesTheLongestMessage) {
+    serve();
+    // Long enough that the message comes in many pieces; the shell itself takes no more of one argument.
+    EXPECT_EQ(run(": " + std::string(100'000, 'x')), kSuccess);
+    EXPECT_EQ(run(": " + std::string(1'000'000, 'x')), "Command could not be started");
+}
+
+TEST_F(ServiceTest, DropsASlowClientAndServesTheOthersMeanwhile) {
+    options_.clientPatience = 150ms;
+    serve();
+    const RawClient silent = connect();
+    const RawClient slow = connect();
+    slow.send(encodeFrame({{kCommandKey, "true"}})->substr(0, 20));
+    EXPECT_EQ(run("true"), kSuccess);
+    EXPECT_EQ(silent.reply(), kDropped);
+    EXPECT_EQ(slow.reply(), kDropped);
+    EXPECT_NE(log().find("too slow"), std::string::npos);
+}
+
+TEST_F(ServiceTest, TakesARequestInPieces) {
+    serve();
+    const RawClient client = connect();
+    const std::string frame = *encodeFrame({{kCommandKey, "exit 4"}});
+    for (const char byte : frame) {
+        client.send(std::string(1, byte));
+    }
+    EXPECT_EQ(client.reply(), "Command finished with status 4");
+}
+
+TEST_F(ServiceTest, GoesOnWithoutAClientThatLeaves) {
+    serve();
+    RawClient client = connect();
+    client.install("sleep 0.1; echo late", root_.progressFile());
+    waitUntil([this] { return fs::exists(root_.progressFile()); });
+    client.leave();
+    waitUntil([this] { return test::contentOf(root_.progressFile()) == "late\nInstallation_Done\n"; });
+    EXPECT_EQ(run("true"), kSuccess);
+}
+
+TEST_F(ServiceTest, AnswersNobodyItDoesNotTrust) {
+    options_.isTrusted = [](uid_t) { return false; };
+    serve();
+    EXPECT_EQ(run("touch " + root_.at("/ran")), kDropped);
+    EXPECT_FALSE(fs::exists(root_.at("/ran")));
+}
+
+TEST_F(ServiceTest, IsTrustedByRootAndTheOwner) {
+    const auto trusted = trustRootAndOwner(root_.path());
+    EXPECT_TRUE(trusted(0));
+    EXPECT_TRUE(trusted(getuid()));
+    EXPECT_FALSE(trusted(getuid() + 4711));
+    EXPECT_FALSE(trustRootAndOwner(root_.at("/missing"))(getuid() + 4711));
+}
+
+/// Only root can become somebody else; an ordinary user's half of this is AnswersNobodyItDoesNotTrust.
+TEST_F(ServiceTest, SeesWhoTheClientReallyIs) {
+    options_.isTrusted = trustRootAndOwner(root_.path());
+    serve();
+    fs::permissions(root_.path(), fs::perms(0755));
+    EXPECT_EQ(run("true"), kSuccess);
+    if (geteuid() != 0) {
+        return;
+    }
+    const pid_t stranger = fork();
+    if (stranger == 0) {
+        const bool isSomebodyElse = setuid(65534) == 0;
+        _exit(isSomebodyElse && run("touch " + root_.at("/ran")) == kDropped ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(stranger, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_FALSE(fs::exists(root_.at("/ran")));
+}
+
+TEST_F(ServiceTest, EndsWithNothingToDo) {
+    options_.idle = 20ms;
+    serve();
+    EXPECT_EQ(waitForEnd(), 0);
+    EXPECT_FALSE(socket_.entry());
+    EXPECT_FALSE(connect().isConnected());
+}
+
+TEST_F(ServiceTest, DoesNotEndWhileACommandRuns) {
+    options_.idle = 5ms;
+    UniqueFd listening = socket_.listen();
+    const RawClient client = connect();
+    client.request("sleep 0.2; exit 6");
+    serve(std::move(listening));
+    EXPECT_EQ(client.reply(), "Command finished with status 6");
+    EXPECT_EQ(waitForEnd(), 0);
+}
+
+TEST_F(ServiceTest, DoesNotEndWhileSomebodyHoldsTheLock) {
+    options_.idle = 0ms;
+    UniqueFd lock = socket_.tryLock();
+    serve(&lock);
+    EXPECT_EQ(run("true"), kSuccess);
+    usleep(50'000);
+    EXPECT_EQ(run("true"), kSuccess);
+    lock.reset();
+    EXPECT_EQ(waitForEnd(), 0);
+}
+
+TEST_F(ServiceTest, LeavesASocketThatIsNotItsOwn) {
+    options_.idle = 300ms;
+    serve();
+    EXPECT_EQ(run("true"), kSuccess);
+    const UniqueFd other = socket_.listen();
+    EXPECT_EQ(waitForEnd(), 0);
+    EXPECT_TRUE(socket_.entry());
+}
+
+TEST_F(ServiceTest, BringsTheLastLineWhenAskedToEnd) {
+    serve();
+    const RawClient client = connect();
+    client.install("echo begun; sleep 300", root_.progressFile());
+    waitUntil([this] { return test::contentOf(root_.progressFile()) == "begun\n"; });
+    kill(process_, SIGTERM);
+    EXPECT_EQ(client.reply(), "Command was ended: the helper was asked to end");
+    EXPECT_EQ(waitForEnd(), 0);
+    EXPECT_EQ(test::contentOf(root_.progressFile()),
+              "begun\ninstaller: The install failed (the helper was asked to end)\ninstaller:STATUS:\n"
+              "Installation_Done\n");
+}
+
+TEST_F(ServiceTest, EndsAtOnceWhenAskedWithNothingToDo) {
+    serve();
+    EXPECT_EQ(run("true"), kSuccess);
+    kill(process_, SIGTERM);
+    EXPECT_EQ(waitForEnd(), 0);
+}
+
+/// The failure text must have stood in the next-to-last line for a second, as the file's own times tell.
+TEST_F(ServiceTest, HoldsAFailureForASecondOnTheClock) {
+    options_.commands = {};
+    serve();
+    const RawClient client = connect();
+    client.install("exit 3", root_.progressFile());
+    struct stat held {};
+    waitUntil([&] {
+        return test::contentOf(root_.progressFile()).ends_with("(exit status 3)\ninstaller:STATUS:\n") &&
+               stat(root_.progressFile().c_str(), &held) == 0;
+    });
+    EXPECT_EQ(client.reply(), "Command finished with status 3");
+    EXPECT_TRUE(test::contentOf(root_.progressFile()).ends_with("installer:STATUS:\nInstallation_Done\n"));
+    struct stat done {};
+    ASSERT_EQ(stat(root_.progressFile().c_str(), &done), 0);
+    const auto heldFor = std::chrono::seconds(done.st_mtim.tv_sec - held.st_mtim.tv_sec) +
+                         std::chrono::nanoseconds(done.st_mtim.tv_nsec - held.st_mtim.tv_nsec);
+    EXPECT_GE(heldFor, 990ms) << "file times are as coarse as the system's tick";
+}
+
+} // namespace
+} // namespace kyb::helper

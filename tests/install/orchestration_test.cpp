@@ -1,0 +1,256 @@
+#include "ControllerTest.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <sys/stat.h>
+
+namespace {
+
+const QString kPreferences = QStringLiteral("/Library/Preferences/BrelundQuorlixAdmin.plist");
+const QString kProgress = QStringLiteral("/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log");
+
+/// Puts a folder of programs in front of the shell's path: each writes its arguments into "asked" below the root.
+class Orchestration : public ControllerTest {
+protected:
+    Orchestration() {
+        makeSelectedApp();
+        putPackage();
+        machine.helper = [this](const FakeMachine::Request &request, const auto &, const auto &) {
+            if (!request.text(kyb::kInstallerLogPathKey).isNull()) {
+                machine.write(kProgress, "installer: The install was successful.\nInstallation_Done\n");
+            }
+        };
+        putProgram(QStringLiteral("/bin/sudo"), "sudo");
+        putProgram(QStringLiteral("/usr/libexec/PlistBuddy"), "PlistBuddy");
+        qputenv("PATH", (machine.path(QStringLiteral("/bin:")) + QString::fromLocal8Bit(qgetenv("PATH"))).toUtf8());
+    }
+
+    void putProgram(const QString &fixedPath, const QByteArray &name) const {
+        machine.write(fixedPath, "#!/bin/sh\n{ printf '" + name + "'; printf ' [%s]' \"$@\"; echo; } >> '" +
+                                     machine.path(QStringLiteral("/asked")).toUtf8() + "'\n");
+        chmod(QFile::encodeName(machine.path(fixedPath)).constData(), 0755);
+    }
+
+    QStringList asked() const {
+        return QString::fromUtf8(machine.read(QStringLiteral("/asked"))).split(u'\n', Qt::SkipEmptyParts);
+    }
+
+    QString chmodAsked() const {
+        return QStringLiteral("sudo [chmod] [-R] [644] [%1]").arg(machine.path(kPreferences));
+    }
+};
+
+TEST_F(Orchestration, ProbesTheHelperWithAListingBeforeItLooksForItsFile) {
+    putHelper();
+    EXPECT_NE(runApplication([this] { controller->proceedWithInstallation(); }), 1);
+    EXPECT_EQ(machine.requests().at(0).text(kyb::kCommandKey),
+              QStringLiteral("ls %1/Applications/").arg(machine.root()).toUtf8());
+    EXPECT_TRUE(machine.requests().at(0).text(kyb::kInstallerLogPathKey).isNull());
+}
+
+TEST_F(Orchestration, AHelperThatIsThereIsNotRegisteredAgain) {
+    putHelper();
+    runApplication([this] { controller->proceedWithInstallation(); });
+    EXPECT_TRUE(machine.journal().filter(QStringLiteral("install helper")).isEmpty());
+}
+
+TEST_F(Orchestration, AMissingHelperIsRegistered) {
+    runApplication([this] { controller->proceedWithInstallation(); });
+    EXPECT_EQ(machine.journal().filter(QStringLiteral("install helper")),
+              QStringList{QStringLiteral("install helper com.kyb.InstallerHelperTool")});
+    EXPECT_EQ(machine.requests().size(), 2U);
+}
+
+TEST_F(Orchestration, AFailedProbeLeadsToRegistrationAndIsThenForgiven) {
+    putHelper();
+    installFailed = true;
+    runApplication([this] { controller->proceedWithInstallation(); });
+    EXPECT_EQ(machine.journal().filter(QStringLiteral("install helper")).size(), 1);
+    EXPECT_FALSE(installFailed);
+}
+
+TEST_F(Orchestration, ARefusedRegistrationIsLoggedAndNothingElseHappens) {
+    connectScreens();
+    machine.rightsStatus = -60005;
+    controller->proceedWithInstallation();
+    EXPECT_EQ(controller->internalLog(), QStringLiteral("Failed to create AuthorizationRef. Error code: -60005\n"
+                                                        "Failed to install the Helper Tool. Error: (null)\n"));
+    EXPECT_TRUE(screens.journal.isEmpty());
+    EXPECT_EQ(kyb::backgroundTaskCount(), 0);
+}
+
+TEST_F(Orchestration, AfterARefusalInstallMayBePressedAgain) {
+    machine.helperCanBeInstalled = false;
+    controller->initiateInstallation();
+    machine.helperCanBeInstalled = true;
+    runApplication([this] { controller->initiateInstallation(); });
+    EXPECT_FALSE(installFailed);
+    EXPECT_TRUE(controller->internalLog().contains(QStringLiteral("Preparing for Installation!!!")));
+}
+
+TEST_F(Orchestration, ShowsTheProgressScreenAndTakesTheWaysOutInOrder) {
+    connectScreens();
+    putHelper();
+    controller->selectedApp->isSelectedForInstall = false;
+    isTermsAndConditionsAccepted = true;
+    controller->proceedWithInstallation();
+    const auto first = screens.journal.indexOf(QStringLiteral("installationBox add installationProgressView"));
+    ASSERT_GE(first, 0);
+    EXPECT_EQ(screens.journal.sliced(first, 5),
+              (QStringList{
+                  QStringLiteral("installationBox add installationProgressView"),
+                  QStringLiteral("installationProgressView display"), QStringLiteral("termsOfServiceButton hidden yes"),
+                  QStringLiteral("checkBoxButton enabled no"), QStringLiteral("parentWindow close widget no")}));
+    EXPECT_FALSE(isTermsAndConditionsAccepted);
+}
+
+TEST_F(Orchestration, WithoutAnEarlierVersionTheInstallationStartsAtOnce) {
+    putHelper();
+    controller->selectedApp->isSelectedForInstall = false;
+    controller->proceedWithInstallation();
+    EXPECT_TRUE(installationInProgress);
+    EXPECT_FALSE(uninstallationInProgress);
+    settle();
+    EXPECT_FALSE(controller->internalLog().contains(QStringLiteral("Uninstall")));
+}
+
+TEST_F(Orchestration, AnEarlierVersionIsRemovedFirst) {
+    isSilentInstall = true;
+    putHelper();
+    controller->selectedApp->isInstalled = true;
+    putProgram(QStringLiteral("/Library/Printers/BrelundQuorlix/Uninstall.sh"), "Uninstall.sh");
+    ::testing::internal::CaptureStdout();
+    EXPECT_EQ(runApplication([this] { controller->proceedWithInstallation(); }), 0);
+    ::testing::internal::GetCapturedStdout();
+    EXPECT_EQ(asked(), (QStringList{QStringLiteral("Uninstall.sh []"), chmodAsked()}));
+    const QStringList log = controller->internalLog().split(u'\n', Qt::SkipEmptyParts);
+    EXPECT_EQ(log.indexOf(QStringLiteral("Preparing for Installation!!!")), 0);
+    EXPECT_EQ(log.indexOf(QStringLiteral("Preparing for Uninstallation!!!")), 1);
+    EXPECT_EQ(log.indexOf(QStringLiteral("Will delete existing Brelund Quorlix Driver.")), 2);
+    const auto removed = log.indexOf(QStringLiteral("Older Brelund Quorlix Driver uninstalled successfully."));
+    EXPECT_EQ(log.indexOf(QStringLiteral("Uninstallation finished.")), removed + 1);
+    EXPECT_LT(removed, log.indexOf(QRegularExpression(QStringLiteral("^Installing .*"))));
+}
+
+TEST_F(Orchestration, ShowsTheUninstallOnTheProgressScreenInOrder) {
+    connectScreens();
+    putHelper();
+    putTexts("\"Uninstalling\" = \"Removing the earlier version\";");
+    controller->selectedApp->isInstalled = true;
+    controller->selectedApp->isSelectedForInstall = false;
+    controller->proceedWithInstallation();
+    const auto first = screens.journal.indexOf(QStringLiteral("parentWindow close widget no")) + 1;
+    EXPECT_EQ(screens.journal.sliced(first),
+              (QStringList{
+                  QStringLiteral("installProgressViewBoldLabel text \"Removing the earlier version\""),
+                  QStringLiteral("progressInfoLabel text \"\""), QStringLiteral("installProgressViewBoldLabel display"),
+                  QStringLiteral("installProgressIndicator value 0"), QStringLiteral("progressInfoLabel display")}));
+    settle();
+}
+
+TEST_F(Orchestration, WithScreensTheUninstallScriptGoesToTheHelperAndIsNotWaitedFor) {
+    uninstallationInProgress = true;
+    controller->uninstallPreviousVersion();
+    EXPECT_EQ(
+        machine.requests().at(0).text(kyb::kCommandKey),
+        QStringLiteral("/bin/sh \"%1/Library/Printers/BrelundQuorlix/Uninstall.sh\"").arg(machine.root()).toUtf8());
+    EXPECT_FALSE(uninstallationInProgress);
+}
+
+TEST_F(Orchestration, AFailingUninstallScriptIsNotDetected) {
+    isSilentInstall = true;
+    controller->uninstallPreviousVersion(); // there is none
+    EXPECT_TRUE(controller->internalLog().endsWith(
+        QStringLiteral("Older Brelund Quorlix Driver uninstalled successfully.\nUninstallation finished.\n")));
+    EXPECT_FALSE(installFailed);
+}
+
+TEST_F(Orchestration, StartsTheInstallationOnTheProgressScreenInOrder) {
+    connectScreens();
+    putTexts(
+        "\"Installing\" = \"Installing %@\";\n\"displayName\" = \"Quorlix\";\n\"PHASE_PrepareInstall\" = \"Wait\";");
+    controller->selectedApp->isSelectedForInstall = false;
+    controller->startPackageInstallation();
+    EXPECT_TRUE(installationInProgress);
+    EXPECT_EQ(screens.journal, (QStringList{QStringLiteral("installProgressViewBoldLabel text \"Installing Quorlix\""),
+                                            QStringLiteral("installProgressViewBoldLabel display"),
+                                            QStringLiteral("installProgressIndicator value 0"),
+                                            QStringLiteral("progressInfoLabel hidden no"),
+                                            QStringLiteral("progressInfoLabel text \"Wait\""),
+                                            QStringLiteral("parentWindow close widget no")}));
+    settle();
+    EXPECT_EQ(machine.journal().filter(QStringLiteral("launch")).size(), 1);
+}
+
+TEST_F(Orchestration, APackageThatIsNotSelectedIsNotInstalledYetTheEndFollows) {
+    connectScreens();
+    controller->selectedApp->isSelectedForInstall = false;
+    kyb::inBackground([this] { controller->installSelectedPackages(); });
+    settle();
+    EXPECT_TRUE(machine.requests().empty());
+    EXPECT_EQ(asked(), QStringList{chmodAsked()});
+    EXPECT_EQ(screen("installProgressIndicator").values, std::vector<double>{100});
+    EXPECT_EQ(screen("installationResultView").superview, &screen("installationBox"));
+}
+
+TEST_F(Orchestration, WritesThePrivateChoiceWithNestedQuotesThatTheShellJoins) {
+    machine.write(kPreferences, "");
+    controller->updateValueBasedOnPublicOrPrivateCheckBox();
+    EXPECT_EQ(
+        asked(),
+        (QStringList{QStringLiteral("PlistBuddy [-c] [Set :IsPrivateInstall YES] [%1]").arg(machine.path(kPreferences)),
+                     chmodAsked()}));
+}
+
+TEST_F(Orchestration, WritesThePublicChoice) {
+    isPrivateComputerAccepted = false;
+    machine.write(kPreferences, "");
+    controller->updateValueBasedOnPublicOrPrivateCheckBox();
+    EXPECT_EQ(asked().first(),
+              QStringLiteral("PlistBuddy [-c] [Set :IsPrivateInstall NO] [%1]").arg(machine.path(kPreferences)));
+}
+
+TEST_F(Orchestration, MissingPreferencesAreNotMadeYetThePermissionCommandRuns) {
+    controller->updateValueBasedOnPublicOrPrivateCheckBox();
+    EXPECT_EQ(asked(), QStringList{chmodAsked()});
+    EXPECT_FALSE(QFile::exists(machine.path(kPreferences)));
+}
+
+TEST_F(Orchestration, ASilentRunEndsWithZeroAfterASuccess) {
+    isSilentInstall = true;
+    ::testing::internal::CaptureStdout();
+    EXPECT_EQ(runApplication([this] { controller->proceedWithInstallation(); }), 0);
+    ::testing::internal::GetCapturedStdout();
+}
+
+TEST_F(Orchestration, ASilentRunEndsWithOneAfterAFailure) {
+    isSilentInstall = true;
+    machine.helper = [this](const FakeMachine::Request &request, const auto &, const auto &) {
+        if (!request.text(kyb::kInstallerLogPathKey).isNull()) {
+            machine.write(kProgress, "installer: The install failed. (x)\nInstallation_Done\n");
+        }
+    };
+    ::testing::internal::CaptureStdout();
+    EXPECT_EQ(runApplication([this] { controller->proceedWithInstallation(); }), 1);
+    ::testing::internal::GetCapturedStdout();
+}
+
+TEST_F(Orchestration, SilentModeShowsNoScreenYetDisablesTheCloseWidget) {
+    isSilentInstall = true;
+    isTermsAndConditionsAccepted = true;
+    connectScreens();
+    ::testing::internal::CaptureStdout();
+    runApplication([this] { controller->proceedWithInstallation(); });
+    ::testing::internal::GetCapturedStdout();
+    EXPECT_FALSE(screens.journal.contains(QStringLiteral("installationBox add installationProgressView")));
+    EXPECT_FALSE(screens.journal.contains(QStringLiteral("checkBoxButton enabled no")));
+    EXPECT_TRUE(screens.journal.contains(QStringLiteral("parentWindow close widget no")));
+    EXPECT_TRUE(isTermsAndConditionsAccepted);
+}
+
+TEST_F(Orchestration, AnInteractiveProcessEndsWithZero) {
+    installFailed = true;
+    EXPECT_EQ(runApplication([this] { controller->exitApplication(nullptr); }), 0);
+}
+
+} // namespace

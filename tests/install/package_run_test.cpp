@@ -1,0 +1,297 @@
+#include "ControllerTest.h"
+
+#include <QFile>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const QString kProgress = QStringLiteral("/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log");
+
+/// A run whose installer output is told pass by pass: time moves only when the run sleeps, and each sleep of 0.05
+/// seconds shows the next file.
+class PackageRun : public ControllerTest {
+protected:
+    PackageRun() {
+        isSilentInstall = true;
+        installationInProgress = true;
+        makeSelectedApp();
+        machine.onSleep = [this](std::chrono::milliseconds duration) {
+            if (duration == 50ms) {
+                showNextFile();
+            }
+        };
+    }
+
+    /// The content of the progress file at each pass; the last stays. A null one removes the file.
+    std::vector<QByteArray> files;
+
+    /// Runs the installation in the background, with the main thread's loop turning, and collects what it prints.
+    void run() {
+        ::testing::internal::CaptureStdout();
+        kyb::inBackground([this] { returned = controller->installPackage(); });
+        settle();
+        printed = QString::fromStdString(::testing::internal::GetCapturedStdout());
+    }
+
+    QStringList printedLines() const { return printed.split(u'\n').sliced(0, printed.count(u'\n')); }
+
+    QString printed;
+    bool returned = false;
+
+private:
+    void showNextFile() {
+        if (next_ < files.size()) {
+            const QByteArray &file = files[next_++];
+            if (file.isNull()) {
+                QFile::remove(machine.path(kProgress));
+            } else {
+                machine.write(kProgress, file);
+            }
+        } else {
+            ASSERT_LT(++extraPasses_, 200) << "the run does not end";
+        }
+    }
+
+    std::size_t next_ = 0;
+    int extraPasses_ = 0;
+};
+
+QByteArray ending(const QByteArray &lines) {
+    return lines + "Installation_Done\n";
+}
+
+TEST_F(PackageRun, PrintsAPercentageAndAKeyForEachPassAndEndsAtTheLastLine) {
+    files = {"installer:PHASE:Preparing for installation\u2026\ninstaller:STATUS:\n",
+             "installer:PHASE:Writing files\u2026\nx\n", ending("installer: The install was successful.\n")};
+    run();
+    EXPECT_EQ(printed, QStringLiteral("5:PHASE_PrepareInstall\n14:PHASE_PrepareInstall\n18:PHASE_WriteFiles\n18:\n"));
+    EXPECT_TRUE(returned);
+    EXPECT_FALSE(installFailed);
+    EXPECT_FALSE(installationInProgress);
+}
+
+TEST_F(PackageRun, SendsTheInstallersCommandLineWithTheProgressFile) {
+    files = {ending("a\n")};
+    run();
+    ASSERT_EQ(machine.requests().size(), 1U);
+    EXPECT_EQ(machine.requests()[0].text(kyb::kCommandKey),
+              QStringLiteral("%1/usr/sbin/installer -pkg \"%1/Installer Folder/OSX/Brelund Quorlix Driver.pkg\" "
+                             "-target / -verboseR")
+                  .arg(machine.root())
+                  .toUtf8());
+    EXPECT_EQ(machine.requests()[0].text(kyb::kInstallerLogPathKey), machine.path(kProgress).toUtf8());
+}
+
+TEST_F(PackageRun, LogsThePackageAndTellsTheEndToTheSystemLogOnly) {
+    files = {ending("a\n")};
+    run();
+    EXPECT_EQ(controller->internalLog(),
+              QStringLiteral("Installing %1/Installer Folder/OSX/Brelund Quorlix Driver.pkg\n").arg(machine.root()));
+    EXPECT_EQ(machine.systemLog().last(), QStringLiteral("End of Installation"));
+}
+
+TEST_F(PackageRun, AFileThatIsNotThereYetIsWaitedForOnce) {
+    files = {QByteArray(), QByteArray(), ending("a\n")};
+    run();
+    const auto sleeps = machine.sleeps();
+    EXPECT_EQ(sleeps.front(), 2000ms);
+    EXPECT_EQ(std::count(sleeps.begin(), sleeps.end(), 2000ms), 1);
+    EXPECT_EQ(printed, QStringLiteral("5:PHASE_PrepareInstall\n10:\n10:\n10:\n"));
+}
+
+TEST_F(PackageRun, AFileThatIsThereIsNotWaitedFor) {
+    machine.helper = [this](const auto &, const auto &, const auto &) { machine.write(kProgress, "x\n"); };
+    files = {ending("a\n")};
+    run();
+    EXPECT_EQ(machine.sleeps(), std::vector<std::chrono::milliseconds>{50ms});
+}
+
+TEST_F(PackageRun, AFileThatIsNeverMadeEndsOnlyWithAFailureFromElsewhere) {
+    int passes = 0;
+    machine.onSleep = [&passes](std::chrono::milliseconds duration) {
+        if (duration == 50ms && ++passes == 30) {
+            installFailed = true;
+        }
+    };
+    run();
+    EXPECT_EQ(passes, 30);
+    EXPECT_EQ(printedLines().last(), QStringLiteral("14:InstallFailed"));
+}
+
+TEST_F(PackageRun, TwentyPassesOfOneTextReachEightyEightAndStayThere) {
+    files.assign(25, "installer:PHASE:Writing files\u2026\nx\n");
+    files.push_back(ending("installer: The install was successful.\n"));
+    run();
+    QStringList expected{QStringLiteral("5:PHASE_PrepareInstall")};
+    for (int pass = 1; pass <= 25; ++pass) {
+        expected << QStringLiteral("%1:PHASE_WriteFiles").arg(std::min(10 + 4 * pass, 88));
+    }
+    expected << QStringLiteral("88:");
+    EXPECT_EQ(printedLines(), expected);
+    EXPECT_EQ(expected.at(20), QStringLiteral("88:PHASE_WriteFiles"));
+    EXPECT_EQ(expected.at(19), QStringLiteral("86:PHASE_WriteFiles"));
+}
+
+TEST_F(PackageRun, TheSuccessLineNeitherStepsNorChangesTheText) {
+    files = {"installer:PHASE:The software was successfully installed.\nx\n", ending("a\n")};
+    run();
+    EXPECT_EQ(printedLines().at(1), QStringLiteral("10:"));
+}
+
+TEST_F(PackageRun, ATextOfNoRowIsPrintedRawWithItsLineEndStillAttached) {
+    files = {"installer:PHASE:Checking packages\u2026\nx\n", ending("a\n")};
+    run();
+    EXPECT_EQ(printed, QStringLiteral("5:PHASE_PrepareInstall\n14:Checking packages\u2026\n\n14:\n"));
+}
+
+TEST_F(PackageRun, AnEmptyStatusLineYieldsATextOfOneLineEndAndStepsTheValue) {
+    files = {"installer:STATUS:\nx\n", ending("a\n")};
+    run();
+    EXPECT_EQ(printed, QStringLiteral("5:PHASE_PrepareInstall\n14:\n\n14:\n"));
+}
+
+TEST_F(PackageRun, ThePercentageOfTheInstallerIsNotShown) {
+    files = {"installer:%45.300000\nx\n", ending("a\n")};
+    run();
+    EXPECT_EQ(printedLines().at(1), QStringLiteral("14:PHASE_RunScripts"));
+}
+
+TEST_F(PackageRun, LooksAtTheNextToLastLineAndAtTheOnlyOneOfAFileOfOneLine) {
+    files = {"installer:PHASE:Writing files\u2026\n",
+             "installer:PHASE:Writing files\u2026\ninstaller:PHASE:Cleaning up\u2026\ninstaller:%1\n", ending("a\n")};
+    run();
+    EXPECT_EQ(printedLines().at(1), QStringLiteral("14:PHASE_WriteFiles"));
+    EXPECT_EQ(printedLines().at(2), QStringLiteral("18:PHASE_Cleaning"));
+}
+
+TEST_F(PackageRun, ALineWithoutItsEndIsReadAsItStands) {
+    files = {"installer:PHASE:Writing files\u2026\ninstaller:PHASE:Clea", ending("a\n")};
+    run();
+    EXPECT_EQ(printedLines().at(1), QStringLiteral("14:PHASE_WriteFiles"));
+}
+
+TEST_F(PackageRun, AReadThatYieldsNothingKeepsTheLastLineRead) {
+    files = {"installer:PHASE:Writing files\u2026\ninstaller:PHASE:Cleaning up\u2026\n", QByteArray(), QByteArray(),
+             ending("a\n")};
+    run();
+    // The last read of the first pass was its last line.
+    EXPECT_EQ(printedLines().sliced(1, 3),
+              (QStringList{QStringLiteral("14:PHASE_WriteFiles"), QStringLiteral("18:PHASE_Cleaning"),
+                           QStringLiteral("22:PHASE_Cleaning")}));
+}
+
+TEST_F(PackageRun, AnEmptyFileKeepsTheLastLineReadToo) {
+    files = {"installer:PHASE:Cleaning up\u2026\n", "", ending("a\n")};
+    run();
+    EXPECT_EQ(printedLines().at(2), QStringLiteral("18:PHASE_Cleaning"));
+}
+
+class FailureText : public PackageRun, public ::testing::WithParamInterface<const char *> {};
+
+TEST_P(FailureText, MarksTheFailureAndEndsTheRunAfterThatPass) {
+    files = {QByteArray(GetParam()) + "\nx\n"};
+    run();
+    EXPECT_TRUE(installFailed);
+    EXPECT_EQ(printed, QStringLiteral("5:PHASE_PrepareInstall\n14:InstallFailed\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, FailureText,
+                         ::testing::Values("installer: The install failed. (x)", "installer: The upgrade failed. (x)",
+                                           "installer: Certificate used to sign package is not trusted. x",
+                                           "installer: Error - the package path specified was invalid: '/x'."));
+
+TEST_F(PackageRun, AFailureFromElsewhereIsShownAtTheNextPassAndEndsTheRun) {
+    files = {"nothing\nx\n"};
+    machine.onSleep = [this](std::chrono::milliseconds) {
+        machine.write(kProgress, "nothing\nx\n");
+        installFailed = true;
+    };
+    run();
+    EXPECT_EQ(printedLines().last(), QStringLiteral("14:InstallFailed"));
+}
+
+TEST_F(PackageRun, AnErrorOfNoFailureTextCountsAsASuccess) {
+    files = {ending("installer: something else went wrong\n")};
+    run();
+    EXPECT_FALSE(installFailed);
+}
+
+TEST_F(PackageRun, ALineThatIsNotUtf8MarksAFailure) {
+    files = {"installer:PHASE:\xff\nx\n"};
+    run();
+    EXPECT_TRUE(installFailed);
+    EXPECT_EQ(printedLines().last(), QStringLiteral("14:InstallFailed"));
+}
+
+TEST_F(PackageRun, OfALongLineTheFirst1023BytesCount) {
+    const QByteArray begin = "installer:PHASE:Writing files ";
+    files = {begin + QByteArray(5000, 'x') + "\nlast\n", ending("a\n")};
+    run();
+    EXPECT_EQ(printedLines().at(1), QStringLiteral("14:PHASE_WriteFiles"));
+
+    // A failure text that begins after them is not seen.
+    EXPECT_FALSE(installFailed);
+}
+
+TEST_F(PackageRun, AFailureTextBehindTheFirst1023BytesIsNotSeen) {
+    files = {QByteArray(1020, 'x') + "installer: The install failed\nlast\n", ending("a\n")};
+    run();
+    EXPECT_FALSE(installFailed);
+}
+
+TEST_F(PackageRun, ALineCutInTheMiddleOfACharacterMarksAFailure) {
+    files = {QByteArray(1022, 'x') + "ä rest\nlast\n"};
+    run();
+    EXPECT_TRUE(installFailed);
+}
+
+TEST_F(PackageRun, AFileOfFiftyMegabytesIsReadFromItsEnd) {
+    files = {QByteArray("installer:%1.000000\n").repeated(2'500'000) + "installer:PHASE:Cleaning up\u2026\nx\n",
+             ending("a\n")};
+    run();
+    EXPECT_EQ(printedLines().at(1), QStringLiteral("14:PHASE_Cleaning"));
+}
+
+TEST_F(PackageRun, ALineOfManyMegabytesIsReadLikeAnyOther) {
+    files = {"installer:PHASE:Cleaning up " + QByteArray(20'000'000, 'y') + "\nx\n", ending("a\n")};
+    run();
+    EXPECT_EQ(printedLines().at(1), QStringLiteral("14:PHASE_Cleaning"));
+}
+
+TEST_F(PackageRun, TheLastLineNeedsOnlyToBeginWithTheEnd) {
+    files = {"a\n  Installation_Done and more\n"};
+    run();
+    EXPECT_EQ(printedLines().size(), 2);
+}
+
+TEST_F(PackageRun, StopsTheLogCapture) {
+    controller->startMonitoringLogFile();
+    files = {ending("a\n")};
+    run();
+    EXPECT_EQ(machine.journal().last(), QStringLiteral("terminate"));
+}
+
+TEST_F(PackageRun, PostsEachValueToTheBarInSilentModeToo) {
+    connectScreens();
+    files = {"installer:PHASE:Writing files\u2026\nx\n", ending("a\n")};
+    run();
+    EXPECT_EQ(screen("installProgressIndicator").values, (std::vector<double>{10, 14, 14}));
+    EXPECT_EQ(screen("progressInfoLabel").currentText, QStringLiteral("PHASE_WriteFiles"));
+}
+
+TEST_F(PackageRun, InteractiveModeShowsLocalizedTextsAndPrintsNothing) {
+    isSilentInstall = false;
+    connectScreens();
+    putTexts("\"PHASE_WriteFiles\" = \"Copying\";\n\"PHASE_PrepareInstall\" = \"Getting ready\";");
+    files = {"installer:PHASE:Writing files\u2026\nx\n", "installer:PHASE:Checking packages\u2026\nx\n", ending("a\n")};
+    run();
+    EXPECT_EQ(printed, QString());
+    EXPECT_EQ(screen("installProgressIndicator").values, (std::vector<double>{5, 10, 14, 18, 18}));
+    EXPECT_EQ(screens.journal.filter(QStringLiteral("progressInfoLabel text")),
+              (QStringList{QStringLiteral("progressInfoLabel text \"Getting ready\""),
+                           QStringLiteral("progressInfoLabel text \"Copying\""),
+                           QStringLiteral("progressInfoLabel text \"Checking packages\u2026\n\"")}));
+}
+
+} // namespace

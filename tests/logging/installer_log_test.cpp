@@ -1,0 +1,147 @@
+#include "ControllerTest.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace {
+
+class InstallerLog : public ControllerTest {
+protected:
+    void capture(const QByteArray &text) const { machine.write(QStringLiteral("/var/tmp/kyb/kyb_install.log"), text); }
+
+    void filterFor(const QString &text) {
+        screen("searchItem").currentText = text;
+        screen("searchItem").press();
+    }
+};
+
+TEST_F(InstallerLog, CaptureFollowsTheSystemsLogByNameIntoAFreshFile) {
+    controller->startMonitoringLogFile();
+    EXPECT_EQ(machine.journal().last(),
+              QStringLiteral("launch /bin/sh [-c] [ /usr/bin/tail -n0 -F %1/var/log/install.log > "
+                             "%1/var/tmp/kyb/kyb_install.log]")
+                  .arg(machine.root()));
+}
+
+TEST_F(InstallerLog, ANewCaptureLeavesTheEarlierOneRunning) {
+    controller->startMonitoringLogFile();
+    const auto earlier = controller->fileMonitoringtask;
+    controller->startMonitoringLogFile();
+    EXPECT_NE(controller->fileMonitoringtask, earlier);
+    EXPECT_FALSE(machine.journal().contains(QStringLiteral("terminate")));
+}
+
+TEST_F(InstallerLog, StoppingTerminatesTheCapture) {
+    controller->startMonitoringLogFile();
+    controller->stopMonitoringLogFile();
+    EXPECT_EQ(machine.journal().last(), QStringLiteral("terminate"));
+}
+
+TEST_F(InstallerLog, StoppingBeforeAnyCaptureDoesNothing) {
+    controller->stopMonitoringLogFile();
+    EXPECT_TRUE(machine.journal().isEmpty());
+}
+
+TEST_F(InstallerLog, ShowsBothLogsThenPreparesFontAndToolbarThenTheMenuEntry) {
+    connectScreens();
+    controller->initLogFile();
+    controller->WriteLog(QStringLiteral("ours"));
+    capture("theirs\n");
+    kyb::inBackground([this] { controller->retrieveInstallationLogsToView(); });
+    settle();
+    const QString text =
+        QStringLiteral("Wrapper Application Logs:\n%1\n\n\nInstaller Logs:\ntheirs\n").arg(controller->internalLog());
+    EXPECT_EQ(screens.journal, (QStringList{
+                                   QStringLiteral("logTextView text \"%1\"").arg(text),
+                                   QStringLiteral("logTextView font Arial 12"),
+                                   QStringLiteral("logToolBar insert searchItem at 1"),
+                                   QStringLiteral("logToolBar insert saveButtonItem at 2"),
+                                   QStringLiteral("showLogMenuItem hidden no"),
+                                   QStringLiteral("showLogMenuItem enabled yes"),
+                               }));
+}
+
+TEST_F(InstallerLog, AMissingCaptureReadsAsNull) {
+    connectScreens();
+    controller->retrieveInstallationLogFromSystemLogs();
+    EXPECT_EQ(controller->logFileData, QStringLiteral("Wrapper Application Logs:\n\n\n\nInstaller Logs:\n(null)"));
+    EXPECT_FALSE(controller->internalLog().contains(QStringLiteral("Could not find kyb_install.log")));
+}
+
+TEST_F(InstallerLog, ACaptureThatIsNotUtf8ReadsAsNull) {
+    capture("\xff\xfe");
+    controller->retrieveInstallationLogFromSystemLogs();
+    EXPECT_TRUE(controller->logFileData.endsWith(QStringLiteral("Installer Logs:\n(null)")));
+}
+
+TEST_F(InstallerLog, NothingAppendedLeavesTheInstallersSectionEmpty) {
+    capture("");
+    controller->retrieveInstallationLogFromSystemLogs();
+    EXPECT_TRUE(controller->logFileData.endsWith(QStringLiteral("Installer Logs:\n")));
+}
+
+TEST_F(InstallerLog, FilterShowsTheMatchingLinesAfterANewlineEach) {
+    connectScreens();
+    capture("a longpkgword\nPKG\npkg\n");
+    controller->retrieveInstallationLogFromSystemLogs();
+    filterFor(QStringLiteral("pkg"));
+    EXPECT_EQ(screen("logTextView").currentText, QStringLiteral("\na longpkgword\npkg"));
+}
+
+TEST_F(InstallerLog, AFilterOfOneCharacterShowsEverything) {
+    connectScreens();
+    capture("pkg\n");
+    controller->retrieveInstallationLogFromSystemLogs();
+    filterFor(QStringLiteral("pkg"));
+    filterFor(QStringLiteral("p"));
+    EXPECT_EQ(screen("logTextView").currentText, controller->logFileData);
+}
+
+TEST_F(InstallerLog, AFilterThatMatchesNothingShowsNothing) {
+    connectScreens();
+    capture("pkg\n");
+    controller->retrieveInstallationLogFromSystemLogs();
+    filterFor(QStringLiteral("nowhere"));
+    EXPECT_EQ(screen("logTextView").currentText, QString());
+}
+
+TEST_F(InstallerLog, SavingAfterFilteringWritesTheWholeText) {
+    connectScreens();
+    capture("pkg Größe\nother\n");
+    controller->retrieveInstallationLogFromSystemLogs();
+    filterFor(QStringLiteral("pkg"));
+    screen("logWindow").savePanelAnswer = machine.path(QStringLiteral("/saved.txt"));
+    screen("saveButtonItem").press();
+    EXPECT_EQ(machine.read(QStringLiteral("/saved.txt")), controller->logFileData.toUtf8());
+}
+
+TEST_F(InstallerLog, ACancelledPanelWritesNothing) {
+    connectScreens();
+    screen("saveButtonItem").press();
+    EXPECT_EQ(screens.journal.last(), QStringLiteral("logWindow save panel"));
+    EXPECT_FALSE(QFileInfo::exists(machine.path(QStringLiteral("/saved.txt"))));
+}
+
+TEST_F(InstallerLog, AFailedSaveIsSilentAndKeepsWhatWasThere) {
+    connectScreens();
+    controller->retrieveInstallationLogFromSystemLogs();
+    screen("logWindow").savePanelAnswer = machine.path(QStringLiteral("/no such folder/saved.txt"));
+    screen("saveButtonItem").press();
+    EXPECT_EQ(controller->internalLog(), QString());
+}
+
+TEST_F(InstallerLog, TheLogWindowComesForwardWhenItIsNotVisible) {
+    connectScreens();
+    screen("logWindow").hidden = true;
+    screen("showLogMenuItem").press();
+    EXPECT_EQ(screens.journal.last(), QStringLiteral("logWindow front"));
+}
+
+TEST_F(InstallerLog, AVisibleLogWindowIsLeftWhereItIs) {
+    connectScreens();
+    screen("logWindow").hidden = false;
+    screen("showLogMenuItem").press();
+    EXPECT_TRUE(screens.journal.isEmpty());
+}
+
+} // namespace

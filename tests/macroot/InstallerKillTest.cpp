@@ -1,0 +1,112 @@
+#include "macroot/mac_root.h"
+#include "macroot/test_package.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+
+namespace kyb::macroot {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char *interrupted = "installer: The install failed. (The installation was interrupted.)";
+
+// Large enough that the first percent is far from the end.
+const std::vector<std::string> largePackage{"--version", "1", "--size", "60000000"};
+
+TestPackage packageWithPostinstall(const std::string &script) {
+    TestPackage package;
+    package.version = "2.0";
+    package.postinstall = "#!/bin/sh\n" + script;
+    package.payload = [](PayloadWriter &payload) {
+        payload.addFile("./Library/Some/file", "second");
+        payload.addFile("./Library/Other/file", "second");
+    };
+    return package;
+}
+
+} // namespace
+
+TEST(InstallerKill, WhileWritingLeavesNothingInPlace) {
+    const MacRoot root;
+    Program program(root.installCommand(root.samplePackage(largePackage)));
+    ASSERT_TRUE(program.readUntil("installer:%"));
+    program.sendSignal(SIGKILL);
+    EXPECT_EQ(program.wait(), 128 + SIGKILL);
+    EXPECT_TRUE(root.hasStage());
+    EXPECT_TRUE(fs::is_empty(root / "Library/Printers"));
+    EXPECT_TRUE(fs::is_empty(root / "Library/Preferences"));
+    EXPECT_TRUE(fs::is_empty(root / "var/db/receipts"));
+
+    EXPECT_EQ(root.install(root.samplePackage({"--version", "2"})).lastLine(),
+              "installer: The install was successful.");
+    EXPECT_FALSE(root.hasStage());
+}
+
+TEST(InstallerKill, AfterMovingIsTakenBackByTheNextRun) {
+    const MacRoot root;
+    TestPackage first;
+    first.payload = [](PayloadWriter &payload) { payload.addFile("./Library/Some/file", "first"); };
+    ASSERT_EQ(root.install(first.write(root.beside("first.pkg"))).status, 0);
+    const Snapshot before = root.snapshot();
+    const Ran killed = root.install(packageWithPostinstall("kill -9 $PPID\n").write(root.beside("second.pkg")));
+    EXPECT_EQ(killed.status, 128 + SIGKILL);
+    EXPECT_EQ(textOf(root / "Library/Some/file"), "second");
+
+    EXPECT_EQ(root.install(root.samplePackage({"--version", "1", "--fail", "preinstall"})).status, 1);
+    EXPECT_EQ(root.snapshot(), before);
+}
+
+TEST(InstallerKill, EndsTheScriptAndTakesAllBackWhenAskedToEnd) {
+    for (const char *const signal : {"TERM", "INT", "HUP"}) {
+        const MacRoot root;
+        const Snapshot before = root.snapshot();
+        // The script asks the installer to end, and would then wait for ever.
+        const std::string script = std::string("kill -") + signal + " $PPID\nmkfifo \"$INSTALLER_TEMP/never\"\n" +
+                                   "read -r line <\"$INSTALLER_TEMP/never\"\n";
+        const Ran ran = root.install(packageWithPostinstall(script).write(root.beside("a.pkg")));
+        EXPECT_EQ(ran.status, 1) << signal;
+        EXPECT_EQ(ran.lastLine(), interrupted) << signal;
+        EXPECT_EQ(root.snapshot(), before) << signal;
+    }
+}
+
+TEST(InstallerKill, EndsAScriptThatDoesNotWantTo) {
+    const MacRoot root;
+    const std::string script = "trap '' TERM\necho $$ >\"$3/pid\"\nkill -TERM $PPID\nmkfifo \"$INSTALLER_TEMP/never\"\n"
+                               "read -r line <\"$INSTALLER_TEMP/never\"\n";
+    EXPECT_EQ(root.install(packageWithPostinstall(script).write(root.beside("a.pkg"))).lastLine(), interrupted);
+    const pid_t process = std::stoi(textOf(root / "pid"));
+    EXPECT_EQ(::kill(process, SIGKILL), -1) << "the script was left running";
+}
+
+TEST(InstallerKill, WhileWritingIsCleanWhenAskedToEnd) {
+    const MacRoot root;
+    const Snapshot before = root.snapshot();
+    Program program(root.installCommand(root.samplePackage(largePackage)));
+    ASSERT_TRUE(program.readUntil("installer:%"));
+    program.sendSignal(SIGTERM);
+    EXPECT_EQ(program.wait(), 1);
+    EXPECT_EQ(program.lines().back(), interrupted);
+    EXPECT_EQ(root.snapshot(), before);
+}
+
+TEST(InstallerKill, WhileWaitingForAnotherInstallationEndsTheWait) {
+    const MacRoot root;
+    TestPackage first;
+    first.preinstall = "#!/bin/sh\nmkfifo \"$3/gate\"\nread -r line <\"$3/gate\"\n";
+    Program one(root.installCommand(first.write(root.beside("first.pkg"))));
+    ASSERT_TRUE(one.readUntil("installer:PHASE:Running package scripts"));
+    Program two(root.installCommand(root.samplePackage({"--version", "1"})));
+    ASSERT_TRUE(two.readUntil("installer:PHASE:Waiting for other installations"));
+    two.sendSignal(SIGTERM);
+    EXPECT_EQ(two.wait(), 1);
+    EXPECT_EQ(two.lines().back(), interrupted);
+    EXPECT_TRUE(root.hasStage()) << "the first one's stage is not the second one's to remove";
+    one.sendSignal(SIGTERM);
+    EXPECT_EQ(one.wait(), 1);
+}
+
+} // namespace kyb::macroot

@@ -1,0 +1,222 @@
+#include "macroot/mac_root.h"
+#include "macroot/test_package.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+namespace kyb::macroot {
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr const char *failedInstall = "installer: The install failed. (";
+
+} // namespace
+
+TEST(InstallerRefusal, TellsHowItIsCalled) {
+    const MacRoot root;
+    const std::string program = (root / "usr/sbin/installer").string();
+    const std::vector<std::vector<std::string>> rows = {
+        {},    {"-pkg"}, {"-pkg", "a"}, {"-target", "/"}, {"-pkg", "a", "-target"}, {"-pkg", "a", "-target", "/", "-x"},
+        {"a"},
+    };
+    for (std::vector<std::string> words : rows) {
+        words.insert(words.begin(), program);
+        const Ran ran = runProgram(words);
+        EXPECT_EQ(ran.status, 1);
+        EXPECT_THAT(ran.errors, StartsWith("Usage: installer "));
+        EXPECT_TRUE(ran.lines.empty());
+    }
+}
+
+TEST(InstallerRefusal, KnowsOneTarget) {
+    const MacRoot root;
+    std::vector<std::string> command = root.installCommand(root.samplePackage({"--version", "1"}));
+    command[4] = "/Volumes/Other";
+    const Snapshot before = root.snapshot();
+    const Ran ran = runProgram(command);
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.lastLine(), HasSubstr("'/Volumes/Other'"));
+    EXPECT_EQ(root.snapshot(), before);
+}
+
+TEST(InstallerRefusal, NeedsItsPlaceInARoot) {
+    const MacRoot root;
+    const Ran ran = runProgram(
+        {builtProgram("installer"), "-pkg", root.samplePackage({"--version", "1"}), "-target", "/", "-verboseR"});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.errors, HasSubstr("usr/sbin/installer"));
+}
+
+TEST(InstallerRefusal, SaysThatAPathIsNoPackage) {
+    const MacRoot root;
+    writeText(root.beside("empty"), "");
+    writeText(root.beside("text"), "This is no package.\n");
+    writeText(root.beside("magic"), "xar!");
+    writeFlatPackage(root.beside("nothing in it").string(), {{"Something", "text", -1}});
+    ASSERT_EQ(::mkfifo(root.beside("fifo").c_str(), 0600), 0);
+    for (const char *const name : {"missing", "empty", "text", "magic", "nothing in it", "fifo", "root"}) {
+        const std::string path = root.beside(name).string();
+        const Snapshot before = root.snapshot();
+        const Ran ran = root.install(path);
+        EXPECT_EQ(ran.status, 1) << name;
+        EXPECT_EQ(ran.lastLine(), "installer: Error - the package path specified was invalid: '" + path + "'.");
+        EXPECT_EQ(root.snapshot(), before) << name;
+    }
+}
+
+TEST(InstallerRefusal, TakesNoPayloadThatCouldLeaveTheRoot) {
+    using Fill = void (*)(PayloadWriter &);
+    const std::pair<const char *, Fill> rows[] = {
+        {"dots", [](PayloadWriter &p) { p.addFile("../evil", "x"); }},
+        {"dots below", [](PayloadWriter &p) { p.addFile("./Library/../../evil", "x"); }},
+        {"absolute", [](PayloadWriter &p) { p.addFile("/tmp/kyb-macroot-evil", "x"); }},
+        {"folder", [](PayloadWriter &p) { p.addFolder("../evil"); }},
+        {"link", [](PayloadWriter &p) { p.addSymbolicLink("./Library/link", "/tmp"); }},
+        {"link with dots", [](PayloadWriter &p) { p.addSymbolicLink("./Library/link", "../../evil"); }},
+        {"through a link",
+         [](PayloadWriter &p) {
+             p.addSymbolicLink("./Library/link", "Printers");
+             p.addFile("./Library/link/evil", "x");
+         }},
+        {"hard link with dots", [](PayloadWriter &p) { p.addLinkedFiles("../evil", "./Library/x", "x"); }},
+        {"own stage", [](PayloadWriter &p) { p.addFile("./var/db/.installer-stage/plan", "x"); }},
+    };
+    const MacRoot root;
+    const Snapshot before = root.snapshot();
+    for (const auto &[name, fill] : rows) {
+        TestPackage package;
+        package.payload = [fill = fill](PayloadWriter &payload) {
+            payload.addFile("./Library/good", "x");
+            fill(payload);
+        };
+        const Ran ran = root.install(package.write(root.beside("a.pkg")));
+        EXPECT_EQ(ran.status, 1) << name;
+        EXPECT_THAT(ran.lastLine(), StartsWith(failedInstall)) << name;
+        EXPECT_EQ(root.snapshot(), before) << name;
+        EXPECT_FALSE(fs::exists(root.beside("evil"))) << name;
+    }
+}
+
+TEST(InstallerRefusal, RunsNoScriptOfAPackageWithABadPayload) {
+    const MacRoot root;
+    TestPackage package;
+    package.preinstall = "#!/bin/sh\ntouch \"$3/ran\"\n";
+    package.payload = [](PayloadWriter &payload) { payload.addFile("../evil", "x"); };
+    EXPECT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 1);
+    EXPECT_FALSE(fs::exists(root / "ran"));
+}
+
+TEST(InstallerRefusal, RunsNoScriptOfAPackageThatCannotGoToItsPlace) {
+    const MacRoot root;
+    fs::create_directories(root / "Library/file");
+    TestPackage package;
+    package.preinstall = "#!/bin/sh\ntouch \"$3/ran\"\n";
+    package.payload = [](PayloadWriter &payload) { payload.addFile("./Library/file", "x"); };
+    EXPECT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 1);
+    EXPECT_FALSE(fs::exists(root / "ran"));
+}
+
+TEST(InstallerRefusal, GoesThroughNoLinkThatSomebodyMade) {
+    for (const char *const folder : {"Library/Printers", "Library", "var/db/receipts", "var/db", "var/run"}) {
+        const MacRoot root;
+        fs::create_directories(root.beside("outside"));
+        fs::remove_all(root / folder);
+        fs::create_directory_symlink(root.beside("outside"), root / folder);
+        const Ran ran = root.install(root.samplePackage({"--version", "1"}));
+        EXPECT_EQ(ran.status, 1) << folder;
+        EXPECT_THAT(ran.lastLine(), StartsWith(failedInstall)) << folder;
+        EXPECT_TRUE(fs::is_empty(root.beside("outside"))) << folder;
+        EXPECT_FALSE(root.hasStage()) << folder;
+    }
+}
+
+TEST(InstallerRefusal, GoesThroughNoLinkThatAScriptMade) {
+    const MacRoot root;
+    fs::create_directories(root.beside("outside"));
+    TestPackage package;
+    package.preinstall = "#!/bin/sh\nln -s ../../outside \"$3/Library/Some\"\n";
+    package.payload = [](PayloadWriter &payload) { payload.addFile("./Library/Some/evil", "x"); };
+    EXPECT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 1);
+    EXPECT_TRUE(fs::is_empty(root.beside("outside")));
+}
+
+TEST(InstallerRefusal, LeavesNothingOfAPackageThatFails) {
+    for (const char *const part : {"preinstall", "postinstall", "payload"}) {
+        const MacRoot root;
+        const Snapshot before = root.snapshot();
+        const Ran ran = root.install(root.samplePackage({"--version", "1", "--size", "300000", "--fail", part}));
+        EXPECT_EQ(ran.status, 1) << part;
+        EXPECT_THAT(ran.lastLine(), StartsWith(failedInstall)) << part;
+        EXPECT_THAT(ran.lines, Not(Contains(HasSubstr("successful"))));
+        EXPECT_EQ(root.snapshot(), before) << part;
+        EXPECT_THAT(root.log(), HasSubstr("The installation failed: ")) << part;
+    }
+}
+
+TEST(InstallerRefusal, KeepsTheEarlierVersionWhenAnUpgradeFails) {
+    for (const char *const part : {"preinstall", "postinstall", "payload"}) {
+        const MacRoot root;
+        ASSERT_EQ(root.install(root.samplePackage({"--version", "1"})).status, 0);
+        const Snapshot before = root.snapshot();
+        const Ran ran = root.install(root.samplePackage({"--version", "2", "--size", "300000", "--fail", part}));
+        EXPECT_EQ(ran.status, 1) << part;
+        EXPECT_EQ(root.snapshot(), before) << part;
+    }
+}
+
+TEST(InstallerRefusal, TakesAReceiptBackWithTheFiles) {
+    const MacRoot root;
+    PayloadWriter scripts;
+    scripts.addFile("./preinstall", "#!/bin/sh\n", 0755);
+    // Where the second component's receipt goes stands a folder, so it fails when the first one's is written.
+    scripts.addFile("./postinstall", "#!/bin/sh\nmkdir -p \"$3/var/db/receipts/second.plist\"\n", 0755);
+    PayloadWriter payload;
+    payload.addFile("./Library/file", "x");
+    const UniqueFd scriptsFile = scripts.finish();
+    const UniqueFd payloadFile = payload.finish();
+    const std::string path = root.beside("a.pkg").string();
+    writeFlatPackage(path, {{"Distribution", "<installer-script><pkg-ref id='1'>#1.pkg</pkg-ref>"
+                                             "<pkg-ref id='2'>#2.pkg</pkg-ref></installer-script>"},
+                            {"1.pkg/PackageInfo", packageInfoText("first", "1", 0)},
+                            {"1.pkg/Scripts", "", scriptsFile.get()},
+                            {"1.pkg/Payload", "", payloadFile.get()},
+                            {"2.pkg/PackageInfo", "<pkg-info identifier='second' version='1'/>"}});
+    EXPECT_EQ(root.install(path).status, 1);
+    EXPECT_THAT(root.log(), HasSubstr("Wrote the receipt of first"));
+    EXPECT_FALSE(fs::exists(root / "var/db/receipts/first.plist"));
+    EXPECT_FALSE(fs::exists(root / "Library/file"));
+    EXPECT_FALSE(root.hasStage());
+}
+
+TEST(InstallerRefusal, SaysThatAnUpgradeFailed) {
+    const MacRoot root;
+    ASSERT_EQ(root.install(root.samplePackage({"--version", "1"})).status, 0);
+    const Ran ran = root.install(root.samplePackage({"--version", "2", "--fail", "postinstall"}));
+    EXPECT_EQ(ran.lastLine(), "installer: The upgrade failed. (The postinstall script failed with status 1.)");
+    EXPECT_THAT(root.log(), HasSubstr("postinstall: postinstall: this package was made to fail here"));
+}
+
+TEST(InstallerRefusal, NamesTheSignalThatEndedAScript) {
+    const MacRoot root;
+    TestPackage package;
+    package.preinstall = "#!/bin/sh\nkill -9 $$\n";
+    EXPECT_EQ(root.install(package.write(root.beside("a.pkg"))).lastLine(),
+              std::string(failedInstall) + "The preinstall script was ended by signal 9.)");
+}
+
+TEST(InstallerRefusal, NeedsEveryComponentThatAPackageNames) {
+    const MacRoot root;
+    const std::string path = root.beside("a.pkg").string();
+    writeFlatPackage(path, {{"Distribution", distributionText("A", "a", "1", "a.pkg"), -1}});
+    const Ran ran = root.install(path);
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.lastLine(), std::string(failedInstall) + "The package has no component a.pkg)");
+}
+
+} // namespace kyb::macroot

@@ -1,0 +1,256 @@
+#include "macroot/mac_root.h"
+#include "macroot/plist_commands.h"
+#include "macroot/test_package.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+
+namespace kyb::macroot {
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+
+constexpr const char *driver = "Library/Printers/BrelundQuorlix";
+constexpr const char *receipt = "var/db/receipts/com.Brelund.QuorlixInstaller.plist";
+
+std::vector<std::string> linesThatBegin(const Ran &ran, std::string_view beginning) {
+    std::vector<std::string> found;
+    std::ranges::copy_if(ran.lines, std::back_inserter(found),
+                         [beginning](const std::string &line) { return line.starts_with(beginning); });
+    return found;
+}
+
+std::string fieldOf(const fs::path &plist, const std::string &key) {
+    return PlistEditor(plistFromText(textOf(plist))).run("Print :" + key).text;
+}
+
+} // namespace
+
+TEST(InstallerRun, PutsTheDriverInPlaceWithItsModes) {
+    const MacRoot root;
+    const Ran ran = root.install(root.samplePackage({"--version", "4.2.0"}));
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_EQ(ran.errors, "");
+    EXPECT_EQ(ran.lastLine(), "installer: The install was successful.");
+    EXPECT_EQ(modeOf(root / driver), 0755U);
+    EXPECT_EQ(modeOf(root / (std::string(driver) + "/Uninstall.sh")), 0755U);
+    EXPECT_EQ(modeOf(root / (std::string(driver) + "/Filters/quorlix-filter")), 0755U);
+    EXPECT_EQ(modeOf(root / (std::string(driver) + "/Quorlix.ppd")), 0644U);
+    EXPECT_EQ(textOf(root / (std::string(driver) + "/Resources/version.txt")), "4.2.0\n");
+    EXPECT_EQ(fieldOf(root / "Library/Preferences/BrelundQuorlixAdmin.plist", "IsPrivateInstall"), "YES");
+    EXPECT_FALSE(root.hasStage());
+}
+
+TEST(InstallerRun, PrintsThePhasesAsTheyHappen) {
+    const MacRoot root;
+    const Ran ran = root.install(root.samplePackage({"--version", "4.2.0"}));
+    ASSERT_GE(ran.lines.size(), 2U);
+    EXPECT_EQ(ran.lines[0], "installer: Package name is Brelund Quorlix Driver");
+    EXPECT_EQ(ran.lines[1], "installer: Installing at base path /");
+    EXPECT_THAT(linesThatBegin(ran, "installer:PHASE:"),
+                ElementsAre("installer:PHASE:Preparing for installation…", "installer:PHASE:Preparing the disk…",
+                            "installer:PHASE:Preparing Brelund Quorlix Driver…",
+                            "installer:PHASE:Waiting for other installations to complete…",
+                            "installer:PHASE:Configuring the installation…", "installer:PHASE:Running package scripts…",
+                            "installer:PHASE:Writing files…", "installer:PHASE:Moving items into place…",
+                            "installer:PHASE:Validating packages…", "installer:PHASE:Running package scripts…",
+                            "installer:PHASE:Writing package receipts…", "installer:PHASE:Finishing the Installation…",
+                            "installer:PHASE:Cleaning up…", "installer:PHASE:Optimising system for installed software…",
+                            "installer:PHASE:The software was successfully installed."));
+    EXPECT_THAT(linesThatBegin(ran, "installer:STATUS:"), testing::Each("installer:STATUS:"));
+    EXPECT_EQ(linesThatBegin(ran, "installer:STATUS:").size(), 4U);
+}
+
+TEST(InstallerRun, PercentRisesWithTheBytesToAHundred) {
+    const MacRoot root;
+    const Ran ran = root.install(root.samplePackage({"--version", "4.2.0", "--size", "8000000"}));
+    const std::vector<std::string> lines = linesThatBegin(ran, "installer:%");
+    EXPECT_THAT(lines, testing::Each(MatchesRegex("installer:%[0-9]+\\.[0-9]{6}")));
+    EXPECT_GT(lines.size(), 50U);
+    std::vector<double> shares;
+    std::ranges::transform(lines, std::back_inserter(shares),
+                           [](const std::string &line) { return std::stod(line.substr(11)); });
+    EXPECT_TRUE(std::ranges::is_sorted(shares, std::ranges::less_equal()) &&
+                std::ranges::adjacent_find(shares) == shares.end());
+    EXPECT_EQ(lines.back(), "installer:%100.000000");
+    EXPECT_EQ(fs::file_size(root / (std::string(driver) + "/Resources/halftones.bin")), 8000000U);
+}
+
+TEST(InstallerRun, IsTerseWhenNotVerbose) {
+    const MacRoot root;
+    std::vector<std::string> command = root.installCommand(root.samplePackage({"--version", "1"}));
+    command.pop_back();
+    EXPECT_THAT(runProgram(command).lines,
+                ElementsAre("installer: Package name is Brelund Quorlix Driver", "installer: Installing at base path /",
+                            "installer: The install was successful."));
+}
+
+TEST(InstallerRun, LeavesAReceipt) {
+    const MacRoot root;
+    const auto before = std::time(nullptr);
+    ASSERT_EQ(root.install(root.samplePackage({"--version", "4.2.0"})).status, 0);
+    EXPECT_THAT(textOf(root / receipt), testing::StartsWith("<?xml"));
+    EXPECT_EQ(fieldOf(root / receipt, "PackageIdentifier"), "com.Brelund.QuorlixInstaller");
+    EXPECT_EQ(fieldOf(root / receipt, "PackageVersion"), "4.2.0");
+    EXPECT_EQ(fieldOf(root / receipt, "InstallPrefixPath"), "/");
+    EXPECT_EQ(fieldOf(root / receipt, "InstallProcessName"), "installer");
+    EXPECT_EQ(fieldOf(root / receipt, "PackageFileName"), "Brelund Quorlix Driver.pkg");
+    EXPECT_EQ(modeOf(root / receipt), 0644U);
+    const Plist plist = plistFromText(textOf(root / receipt));
+    const plist_t date = plist_dict_get_item(plist.get(), "InstallDate");
+    ASSERT_EQ(plist_get_node_type(date), PLIST_DATE);
+    EXPECT_GE(unixSecondsOf(date), before);
+    EXPECT_LE(unixSecondsOf(date), std::time(nullptr));
+}
+
+TEST(InstallerRun, CallsASecondInstallationAnUpgrade) {
+    const MacRoot root;
+    ASSERT_EQ(root.install(root.samplePackage({"--version", "4.1"})).status, 0);
+    const Ran ran = root.install(root.samplePackage({"--version", "4.2"}));
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_EQ(ran.lastLine(), "installer: The upgrade was successful.");
+    EXPECT_EQ(fieldOf(root / receipt, "PackageVersion"), "4.2");
+    EXPECT_EQ(textOf(root / (std::string(driver) + "/Resources/version.txt")), "4.2\n");
+}
+
+TEST(InstallerRun, DatesEveryLineOfTheLog) {
+    const MacRoot root;
+    ASSERT_EQ(root.install(root.samplePackage({"--version", "4.2.0"})).status, 0);
+    std::istringstream log(root.log());
+    std::string line;
+    int count = 0;
+    while (std::getline(log, line)) {
+        EXPECT_THAT(line,
+                    MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:]{8}[-+][0-9]{4} [^ ]+ installer\\[[0-9]+\\]: .+"));
+        ++count;
+    }
+    EXPECT_GE(count, 5);
+    EXPECT_THAT(root.log(), HasSubstr("postinstall: driver 4.2.0 is complete"));
+}
+
+TEST(InstallerRun, OwnsAllThatItInstalls) {
+    const MacRoot root;
+    ASSERT_EQ(root.install(root.samplePackage({"--version", "4.2.0"})).status, 0);
+    for (const auto &entry : fs::recursive_directory_iterator(root / driver)) {
+        struct stat found = {};
+        ASSERT_EQ(::lstat(entry.path().c_str(), &found), 0);
+        EXPECT_EQ(found.st_uid, ::geteuid()) << entry.path();
+    }
+}
+
+TEST(InstallerRun, CallsScriptsAsTheSystemDoes) {
+    const MacRoot root;
+    TestPackage package;
+    package.installLocation = "/Library/Printers";
+    package.preinstall = "#!/bin/sh\n"
+                         "{ echo \"$0\"; echo \"$1\"; echo \"$2\"; echo \"$3\"; echo \"$4\"; pwd; env | sort; } "
+                         ">\"$3/seen\"\n"
+                         "test -d \"$INSTALLER_TEMP\" && test -e ./postinstall && echo said\n";
+    const std::string file = package.write(root.beside("a b.pkg"));
+    const Ran ran = root.install(file);
+    ASSERT_EQ(ran.status, 0) << ran.lastLine();
+    const std::string volume = (root / "").string();
+    const std::string stage = volume + "var/db/.installer-stage";
+    std::istringstream seen(textOf(root / "seen"));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(seen, line);) {
+        lines.push_back(line);
+    }
+    ASSERT_GE(lines.size(), 6U);
+    EXPECT_EQ(lines[0], stage + "/scripts0/preinstall");
+    EXPECT_EQ(lines[1], file);
+    EXPECT_EQ(lines[2], volume + "Library/Printers");
+    EXPECT_EQ(lines[3], volume);
+    EXPECT_EQ(lines[4], volume);
+    EXPECT_EQ(lines[5], stage + "/scripts0");
+    for (const std::string &variable :
+         {"DSTROOT=" + volume + "Library/Printers", "DSTVOLUME=" + volume, "INSTALLER_TEMP=" + stage + "/tmp",
+          "PACKAGE_PATH=" + file, std::string("SCRIPT_NAME=preinstall"),
+          std::string("PATH=/usr/bin:/bin:/usr/sbin:/sbin"), std::string("INSTALL_PKG_SESSION_ID=com.example.test")}) {
+        EXPECT_THAT(lines, testing::Contains(variable));
+    }
+    EXPECT_THAT(root.log(), HasSubstr("preinstall: said"));
+    EXPECT_THAT(ran.lines, Not(testing::Contains(HasSubstr("said"))));
+}
+
+TEST(InstallerRun, InstallsBelowTheInstallLocation) {
+    const MacRoot root;
+    TestPackage package;
+    package.installLocation = "/Library/Printers";
+    package.payload = [](PayloadWriter &payload) { payload.addFile("./Some/driver", "text", 04751); };
+    EXPECT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 0);
+    EXPECT_EQ(textOf(root / "Library/Printers/Some/driver"), "text");
+    EXPECT_EQ(modeOf(root / "Library/Printers/Some/driver"), 04751U);
+    EXPECT_EQ(fieldOf(root / "var/db/receipts/com.example.test.plist", "InstallPrefixPath"), "Library/Printers");
+}
+
+TEST(InstallerRun, KeepsLinksAsLinks) {
+    const MacRoot root;
+    TestPackage package;
+    package.payload = [](PayloadWriter &payload) {
+        payload.addLinkedFiles("./Library/one", "./Library/two", "both");
+        payload.addSymbolicLink("./Library/current", "one");
+    };
+    ASSERT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 0);
+    EXPECT_EQ(textOf(root / "Library/two"), "both");
+    EXPECT_TRUE(fs::equivalent(root / "Library/one", root / "Library/two"));
+    EXPECT_EQ(fs::read_symlink(root / "Library/current"), "one");
+}
+
+TEST(InstallerRun, ReplacesALinkAndNotWhatItLeadsTo) {
+    const MacRoot root;
+    writeText(root.beside("outside"), "kept");
+    fs::create_symlink(root.beside("outside"), root / "Library/Preferences/BrelundQuorlixAdmin.plist");
+    EXPECT_EQ(root.install(root.samplePackage({"--version", "1"})).status, 0);
+    EXPECT_FALSE(fs::is_symlink(root / "Library/Preferences/BrelundQuorlixAdmin.plist"));
+    EXPECT_EQ(textOf(root.beside("outside")), "kept");
+}
+
+TEST(InstallerRun, RegistersApplications) {
+    const MacRoot root;
+    TestPackage package;
+    package.payload = [](PayloadWriter &payload) { payload.addFile("./Applications/Quorlix.app/Contents/x", "x"); };
+    EXPECT_EQ(linesThatBegin(root.install(package.write(root.beside("a.pkg"))), "installer:PHASE:Registering").size(),
+              1U);
+}
+
+TEST(InstallerRun, DoesNotWaitForWhatAScriptLeavesRunning) {
+    const MacRoot root;
+    ASSERT_EQ(::mkfifo((root / "gate").c_str(), 0600), 0);
+    TestPackage package;
+    package.postinstall = "#!/bin/sh\n(read -r line <\"$3/gate\"; echo \"$line\" >\"$3/done\") &\n";
+    EXPECT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 0);
+    EXPECT_FALSE(fs::exists(root / "done"));
+    std::ofstream(root / "gate") << "go\n"; // lets the one left behind end
+}
+
+TEST(InstallerRun, WaitsForAnotherInstallation) {
+    const MacRoot root;
+    ASSERT_EQ(::mkfifo((root / "gate").c_str(), 0600), 0);
+    TestPackage first;
+    first.identifier = "com.example.first";
+    first.preinstall = "#!/bin/sh\nread -r line <\"$3/gate\"\n";
+    TestPackage second;
+    second.identifier = "com.example.second";
+    Program one(root.installCommand(first.write(root.beside("first.pkg"))));
+    ASSERT_TRUE(one.readUntil("installer:PHASE:Running package scripts"));
+    Program two(root.installCommand(second.write(root.beside("second.pkg"))));
+    ASSERT_TRUE(two.readUntil("installer:PHASE:Waiting for other installations"));
+    std::ofstream(root / "gate") << "go\n";
+    EXPECT_EQ(one.wait(), 0);
+    EXPECT_EQ(two.wait(), 0);
+    const std::string log = root.log();
+    EXPECT_LT(log.find("Wrote the receipt of com.example.first"),
+              log.find("Running the preinstall script of com.example.second"));
+}
+
+} // namespace kyb::macroot

@@ -1,0 +1,142 @@
+#include "macroot/mac_root.h"
+#include "macroot/plist_commands.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+namespace kyb::macroot {
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+const std::string program = builtProgram("PlistBuddy");
+
+/// A property list with the one entry IsPrivateInstall, "YES".
+class PlistBuddyRun : public testing::TestWithParam<PlistFormat> {
+protected:
+    PlistBuddyRun() : m_file((m_folder / "a b.plist").string()) {
+        PlistEditor editor{Plist(plist_new_dict())};
+        editor.run("Add :IsPrivateInstall string YES");
+        writeText(m_file, plistToText(editor.root(), GetParam()));
+        fs::permissions(m_file, fs::perms(0640));
+    }
+
+    [[nodiscard]] Ran run(const std::vector<std::string> &commands) const {
+        std::vector<std::string> words{program};
+        for (const std::string &command : commands) {
+            words.insert(words.end(), {"-c", command});
+        }
+        words.push_back(m_file);
+        return runProgram(words);
+    }
+
+    TempFolder m_folder;
+    std::string m_file;
+};
+
+} // namespace
+
+TEST_P(PlistBuddyRun, SetsTheEntryAndKeepsFormatModeAndOwner) {
+    struct stat before = {};
+    struct stat after = {};
+    ASSERT_EQ(::stat(m_file.c_str(), &before), 0);
+    const Ran ran = run({"Set :IsPrivateInstall NO"});
+    ASSERT_EQ(::stat(m_file.c_str(), &after), 0);
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_TRUE(ran.lines.empty());
+    EXPECT_EQ(ran.errors, "");
+    EXPECT_THAT(run({"Print :IsPrivateInstall"}).lines, ElementsAre("NO"));
+    EXPECT_EQ(plistFormatOf(textOf(m_file)), GetParam());
+    EXPECT_EQ(after.st_mode, before.st_mode);
+    EXPECT_EQ(after.st_uid, before.st_uid);
+    EXPECT_EQ(after.st_gid, before.st_gid);
+    EXPECT_NE(after.st_ino, before.st_ino) << "the file is replaced in one step, not written over";
+}
+
+TEST_P(PlistBuddyRun, TakesTheCommandAsTheShellJoinsIt) {
+    const std::string line = "'" + program + "' -c \"Set :IsPrivateInstall \"NO\"\" \"" + m_file + "\"";
+    EXPECT_EQ(runProgram({"/bin/sh", "-c", line}).status, 0);
+    EXPECT_THAT(run({"Print :IsPrivateInstall"}).lines, ElementsAre("NO"));
+}
+
+TEST_P(PlistBuddyRun, RunsCommandsInTheirOrder) {
+    const Ran ran = run({"Add :Number integer 3", "Print :Number", "Delete :Number", "Print"});
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_THAT(ran.lines, ElementsAre("3", "Dict {", "    IsPrivateInstall = YES", "}"));
+}
+
+TEST_P(PlistBuddyRun, FailsForAnEntryThatIsNotThere) {
+    const std::string before = textOf(m_file);
+    const Ran ran = run({"Set :Missing YES"});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.errors, "Set: Entry, \":Missing\", Does Not Exist\n");
+    EXPECT_EQ(textOf(m_file), before);
+}
+
+TEST_P(PlistBuddyRun, SavesWhatSucceededBesideWhatFailed) {
+    EXPECT_EQ(run({"Set :Missing YES", "Set :IsPrivateInstall NO"}).status, 1);
+    EXPECT_THAT(run({"Print :IsPrivateInstall"}).lines, ElementsAre("NO"));
+}
+
+TEST_P(PlistBuddyRun, WritesTheFileBehindALink) {
+    const std::string link = (m_folder / "link").string();
+    fs::create_symlink(m_file, link);
+    EXPECT_EQ(runProgram({program, "-c", "Set :IsPrivateInstall NO", link}).status, 0);
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_THAT(run({"Print :IsPrivateInstall"}).lines, ElementsAre("NO"));
+}
+
+TEST_P(PlistBuddyRun, LeavesNothingElseInTheFolder) {
+    ASSERT_EQ(run({"Set :IsPrivateInstall NO", "Save", "Set :IsPrivateInstall YES"}).status, 0);
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_folder.path()), fs::directory_iterator()), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, PlistBuddyRun, testing::Values(PlistFormat::Xml, PlistFormat::Binary),
+                         [](const auto &formats) { return formats.param == PlistFormat::Xml ? "Xml" : "Binary"; });
+
+TEST(PlistBuddyFile, IsMadeByAddAndNotBySet) {
+    const TempFolder folder;
+    const std::string file = (folder / "new.plist").string();
+    const Ran set = runProgram({program, "-c", "Set :Key 1", file});
+    EXPECT_EQ(set.status, 1);
+    EXPECT_THAT(set.lines, ElementsAre("File Doesn't Exist, Will Create: " + file));
+    EXPECT_EQ(set.errors, "Set: Entry, \":Key\", Does Not Exist\n");
+    EXPECT_FALSE(fs::exists(file));
+    EXPECT_EQ(runProgram({program, "-c", "Add :Key string 1", file}).status, 0);
+    EXPECT_THAT(runProgram({program, "-c", "Print :Key", file}).lines, ElementsAre("1"));
+    EXPECT_THAT(textOf(file), testing::StartsWith("<?xml"));
+}
+
+TEST(PlistBuddyFile, StaysAsItIsWhenItIsNoPropertyList) {
+    const TempFolder folder;
+    const std::string file = (folder / "a.plist").string();
+    for (const char *const text : {"", "hello", "bplist00\x01"}) {
+        writeText(file, text);
+        const Ran ran = runProgram({program, "-c", "Add :Key string 1", file});
+        EXPECT_EQ(ran.status, 1) << text;
+        EXPECT_EQ(ran.errors, "Error Reading File: " + file + "\n") << text;
+        EXPECT_EQ(textOf(file), text);
+    }
+}
+
+TEST(PlistBuddyFile, IsReportedWhenItCannotBeWritten) {
+    const TempFolder folder;
+    const Ran ran = runProgram({program, "-c", "Add :Key string 1", (folder / "missing/a.plist").string()});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.errors, HasSubstr("Error Writing File"));
+}
+
+TEST(PlistBuddyArguments, AreExplained) {
+    const std::vector<std::vector<std::string>> rows = {{}, {"-c"}, {"-c", "Print"}, {"a.plist"}, {"-x", "a.plist"}};
+    for (std::vector<std::string> words : rows) {
+        words.insert(words.begin(), program);
+        const Ran ran = runProgram(words);
+        EXPECT_EQ(ran.status, 1);
+        EXPECT_THAT(ran.errors, testing::StartsWith("Usage: PlistBuddy "));
+    }
+}
+
+} // namespace kyb::macroot

@@ -1,0 +1,137 @@
+#include "macroot/flat_package.h"
+#include "macroot/mac_root.h"
+#include "macroot/plist_commands.h"
+
+#include <gmock/gmock.h>
+
+namespace kyb::macroot {
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+Ran makeMacroot(const fs::path &folder) {
+    return runProgram({tool("make-macroot"), folder.string(), "--programs", builtProgram("")});
+}
+
+} // namespace
+
+TEST(MakeMacroot, MakesWhatTheProductMeets) {
+    const MacRoot root;
+    for (const char *const folder :
+         {"Applications", "Library/PrivilegedHelperTools", "Library/Preferences", "Library/Printers",
+          "Library/LaunchDaemons", "var/db/receipts", "var/run", "var/tmp"}) {
+        EXPECT_TRUE(fs::is_directory(root / folder) && fs::is_empty(root / folder)) << folder;
+    }
+    EXPECT_EQ(modeOf(root / "var/tmp"), 01777U);
+    EXPECT_EQ(root.log(), "");
+    for (const char *const program : {"usr/sbin/installer", "usr/libexec/PlistBuddy"}) {
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(root / program))) << program;
+        EXPECT_EQ(fs::hard_link_count(root / program), 1U) << program;
+        EXPECT_EQ(modeOf(root / program), 0755U) << program;
+    }
+    const fs::path version = root / "System/Library/CoreServices/SystemVersion.plist";
+    PlistEditor editor(plistFromText(textOf(version)));
+    EXPECT_EQ(editor.run("Print :ProductName").text, "macOS");
+    EXPECT_EQ(editor.run("Print :ProductVersion").text, "13.1");
+    EXPECT_NE(editor.run("Print :ProductBuildVersion").text, "");
+}
+
+TEST(MakeMacroot, TakesAnEmptyFolder) {
+    const TempFolder folder;
+    EXPECT_EQ(makeMacroot(folder.path()).status, 0);
+    EXPECT_TRUE(fs::exists(folder / "usr/sbin/installer"));
+}
+
+TEST(MakeMacroot, TouchesNothingThatIsThere) {
+    const TempFolder folder;
+    writeText(folder / "mine", "kept");
+    fs::create_symlink("missing", folder / "link");
+    const Snapshot before = snapshotOf(folder.path());
+    for (const fs::path &path : {folder.path(), folder / "mine", folder / "link"}) {
+        const Ran ran = makeMacroot(path);
+        EXPECT_EQ(ran.status, 1) << path;
+        EXPECT_THAT(ran.errors, HasSubstr("make-macroot: " + path.string())) << path;
+    }
+    EXPECT_EQ(snapshotOf(folder.path()), before);
+}
+
+TEST(MakeMacroot, SaysThatThereAreNoPrograms) {
+    const TempFolder folder;
+    const Ran ran =
+        runProgram({tool("make-macroot"), (folder / "root").string(), "--programs", folder.path().string()});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.errors, HasSubstr("no program installer"));
+    EXPECT_FALSE(fs::exists(folder / "root"));
+}
+
+TEST(MakeMacroot, TellsHowItIsCalled) {
+    const std::vector<std::vector<std::string>> rows = {{}, {"--programs"}, {"--what"}, {"a", "b"}};
+    for (std::vector<std::string> words : rows) {
+        words.insert(words.begin(), tool("make-macroot"));
+        const Ran ran = runProgram(words);
+        EXPECT_EQ(ran.status, 1);
+        EXPECT_THAT(ran.errors, testing::StartsWith("make-macroot: "));
+    }
+}
+
+TEST(MakePackage, MakesAProductWithOneComponent) {
+    const MacRoot root;
+    const FlatPackage package(root.samplePackage({"--version", "4.2.0", "--name", "Some Driver & Co"}));
+    EXPECT_EQ(package.title(), "Some Driver & Co");
+    ASSERT_EQ(package.components().size(), 1U);
+    const Component &component = package.components().front();
+    EXPECT_EQ(component.folder, "Some Driver & Co.pkg");
+    EXPECT_EQ(component.info.identifier, "com.Brelund.QuorlixInstaller");
+    EXPECT_EQ(component.info.version, "4.2.0");
+    EXPECT_TRUE(component.hasPayload);
+    EXPECT_TRUE(component.hasScripts);
+}
+
+TEST(MakePackage, TakesTheSizeThatIsAskedFor) {
+    const MacRoot root;
+    const auto small = fs::file_size(root.samplePackage({"--version", "1"}));
+    const auto large = fs::file_size(root.samplePackage({"--version", "1", "--size", "1000001"}));
+    EXPECT_GT(large - small, 990000U) << "the bytes do not compress";
+}
+
+TEST(MakePackage, TellsHowItIsCalled) {
+    const TempFolder folder;
+    const std::string out = (folder / "a.pkg").string();
+    const std::vector<std::vector<std::string>> rows = {
+        {},
+        {out},
+        {"--version", "1"},
+        {out, "--version"},
+        {out, "--version", "1", "--size", "x"},
+        {out, "--version", "1", "--size", "-1"},
+        {out, "--version", "1", "--fail", "x"},
+        {out, "--version", "1", "--name", "a/b"},
+        {out, "--version", "1", "more"},
+    };
+    for (std::vector<std::string> words : rows) {
+        words.insert(words.begin(), {tool("make-package"), "--programs", builtProgram("")});
+        const Ran ran = runProgram(words);
+        EXPECT_EQ(ran.status, 1);
+        EXPECT_THAT(ran.errors, testing::StartsWith("Usage: make_package "));
+        EXPECT_FALSE(fs::exists(out));
+    }
+}
+
+TEST(MakePackage, KeepsTheEarlierFileWhenItCannotWrite) {
+    const TempFolder folder;
+    const std::string out = (folder / "missing/a.pkg").string();
+    const Ran ran = runProgram({tool("make-package"), out, "--version", "1", "--programs", builtProgram("")});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.errors, testing::StartsWith("make_package: "));
+}
+
+TEST(SamplePackage, LiesBesideItsVersionList) {
+    const fs::path shipped = fs::path(builtProgram("")).parent_path().parent_path() / "OSX";
+    const FlatPackage package((shipped / "Brelund Quorlix Driver.pkg").string());
+    EXPECT_THAT(textOf(shipped / "macver.list"),
+                HasSubstr("\nBrelund Quorlix Driver=" + package.components().front().info.version + "\n"));
+}
+
+} // namespace kyb::macroot

@@ -1,0 +1,118 @@
+#include "ChannelTest.h"
+
+#include "platform/bundle.h"
+#include "privileged/message_keys.h"
+#include "shell/threads.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+
+namespace kyb::test {
+namespace {
+
+std::unique_ptr<TempRoot> sharedRoot;
+
+/// Names the root before any test: the port reads the variable once.
+class RootEnvironment : public testing::Environment {
+public:
+    void SetUp() override {
+        sharedRoot = std::make_unique<TempRoot>();
+        setenv("KYB_SYSTEM_ROOT", sharedRoot->path().c_str(), 1);
+    }
+    void TearDown() override { sharedRoot.reset(); }
+};
+
+[[maybe_unused]] const testing::Environment *const environment = testing::AddGlobalTestEnvironment(new RootEnvironment);
+
+} // namespace
+
+void Outcome::addEvent(ConnectionEventKind kind) {
+    const std::lock_guard lock(mutex_);
+    EXPECT_FALSE(isMainThread());
+    EXPECT_TRUE(replies_.empty()) << "the event comes before what stands in the reply's place";
+    events_.push_back(kind);
+}
+
+void Outcome::addReply(const std::optional<QByteArray> &reply) {
+    const std::lock_guard lock(mutex_);
+    EXPECT_TRUE(isMainThread());
+    EXPECT_TRUE(replies_.empty()) << "one reply for one message";
+    replies_.push_back(reply);
+}
+
+std::vector<ConnectionEventKind> Outcome::events() const {
+    const std::lock_guard lock(mutex_);
+    return events_;
+}
+
+bool Outcome::isComplete() const {
+    const std::lock_guard lock(mutex_);
+    return !replies_.empty();
+}
+
+std::string Outcome::reply() const {
+    const std::lock_guard lock(mutex_);
+    return replies_.empty() ? "(not yet)" : replies_.front().value_or("(none)").toStdString();
+}
+
+ChannelTest::ChannelTest() {
+    root().clear();
+}
+
+ChannelTest::~ChannelTest() {
+    root().killHelpers();
+    spinUntil([] { return backgroundTaskCount() == 0; });
+}
+
+const TempRoot &ChannelTest::root() {
+    return *sharedRoot;
+}
+
+void ChannelTest::registerHelper() {
+    root().registerHelper(bundlePath().toStdString() + "/Contents/Library/LaunchServices/" + kHelperLabel);
+}
+
+std::shared_ptr<Outcome> ChannelTest::send(const QByteArray &command, Progress progress) {
+    auto outcome = std::make_shared<Outcome>();
+    HelperConnection connection = createHelperConnection(kHelperServiceName);
+    setConnectionEventHandler(connection, [outcome](const ConnectionEvent &event) { outcome->addEvent(event.kind); });
+    resumeConnection(connection);
+    HelperMessage message{{kCommandKey, command}};
+    if (progress == Progress::Wanted) {
+        message.emplace_back(kInstallerLogPathKey, QByteArray::fromStdString(root().progressFile()));
+    }
+    sendMessageWithReply(connection, message,
+                         [outcome](const std::optional<QByteArray> &reply) { outcome->addReply(reply); });
+    releaseConnection(connection);
+    return outcome;
+}
+
+std::string ChannelTest::waitForReply(const Outcome &outcome) {
+    spinUntil([&outcome] { return outcome.isComplete(); });
+    return outcome.reply();
+}
+
+ChannelTest::FirstLook ChannelTest::lookForProgressFile() {
+    std::filesystem::remove(root().progressFile());
+    const auto begin = std::chrono::steady_clock::now();
+    const auto outcome = send("true", Progress::Wanted);
+    const bool isThere = std::filesystem::exists(root().progressFile());
+    const bool waitedInFull = std::chrono::steady_clock::now() - begin >= std::chrono::seconds(2);
+    EXPECT_EQ(waitForReply(*outcome), "Command finished with status 0");
+    if (isThere) {
+        return FirstLook::Found;
+    }
+    return waitedInFull ? FirstLook::TooSlow : FirstLook::Missing;
+}
+
+std::string ChannelTest::run(const QByteArray &command, Progress progress) {
+    return waitForReply(*send(command, progress));
+}
+
+std::vector<ConnectionEventKind> ChannelTest::eventsOf(const Outcome &outcome) {
+    waitForReply(outcome);
+    return outcome.events();
+}
+
+} // namespace kyb::test

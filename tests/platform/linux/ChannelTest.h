@@ -1,0 +1,65 @@
+#pragma once
+
+#include "QtTest.h"
+#include "TempRoot.h"
+#include "platform/helper_connection.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace kyb::test {
+
+/// What came of one message. Any thread.
+class Outcome {
+public:
+    void addEvent(ConnectionEventKind kind);
+    void addReply(const std::optional<QByteArray> &reply);
+
+    std::vector<ConnectionEventKind> events() const;
+
+    /// Whether the one reply, or what stands in its place, has come.
+    bool isComplete() const;
+
+    /// The reply's text; "(none)" when there is none.
+    std::string reply() const;
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<ConnectionEventKind> events_;
+    std::vector<std::optional<QByteArray>> replies_;
+};
+
+/// A test of the channel, with a root folder that all tests of the process share, one after the other.
+class ChannelTest : public testing::Test {
+protected:
+    enum class Progress { Wanted, NotWanted };
+
+    ChannelTest();
+    ~ChannelTest() override;
+
+    static const TempRoot &root();
+
+    /// Puts the real helper at its place.
+    static void registerHelper();
+
+    static std::shared_ptr<Outcome> send(const QByteArray &command, Progress progress = Progress::NotWanted);
+
+    static std::string waitForReply(const Outcome &outcome);
+
+    /// Whether a message that names the progress file was answered by the file before the call returned. A machine that
+    /// does not let the helper run for as long as the call waits makes it `TooSlow`.
+    enum class FirstLook { Found, Missing, TooSlow };
+
+    /// Sends such a message, with no file there, and looks once; then waits for the reply.
+    static FirstLook lookForProgressFile();
+
+    /// Sends, and waits for what comes.
+    static std::string run(const QByteArray &command, Progress progress = Progress::NotWanted);
+
+    /// Waits for what comes, and gives the events.
+    static std::vector<ConnectionEventKind> eventsOf(const Outcome &outcome);
+};
+
+} // namespace kyb::test

@@ -1,0 +1,58 @@
+#include "Probe.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace kyb {
+namespace {
+
+using testing::AnyOf;
+using testing::ElementsAre;
+
+constexpr char kNoLocale[] =
+    "-u LC_ALL -u LC_MESSAGES -u LC_TIME -u LC_NUMERIC -u LC_CTYPE -u LANG -u LANGUAGE TZ=UTC ";
+
+/// The narrow space that stands before "PM" in newer locale data.
+constexpr char kAfternoon[] = "11/14/23, 10:13\u202fPM";
+
+std::string languages(const std::string &environment) {
+    return test::askProbe(kNoLocale + environment, "locale").at(4);
+}
+
+TEST(LocaleInfo, SpeaksAmericanEnglish) {
+    EXPECT_THAT(test::askProbe(std::string(kNoLocale) + "LANG=en_US.UTF-8", "locale"),
+                ElementsAre("en_US", "English (United States)", AnyOf(kAfternoon, "11/14/23, 10:13 PM"), "1.07", "en"));
+}
+
+TEST(LocaleInfo, SpeaksGerman) {
+    EXPECT_THAT(test::askProbe(std::string(kNoLocale) + "LANG=de_DE.UTF-8", "locale"),
+                ElementsAre("de_DE", "Englisch (Vereinigte Staaten)", "14.11.23, 22:13", "1,07", "de en"));
+}
+
+TEST(LocaleInfo, TakesNoLocaleForAmericanEnglish) {
+    for (const std::string locale : {"", "LANG=C", "LC_ALL=C.UTF-8", "LC_ALL=POSIX LANG=de_DE.UTF-8"}) {
+        EXPECT_THAT(
+            test::askProbe(kNoLocale + locale, "locale"),
+            ElementsAre("en_US", "English (United States)", AnyOf(kAfternoon, "11/14/23, 10:13 PM"), "1.07", "en"))
+            << locale;
+    }
+}
+
+TEST(LocaleInfo, KnowsTheTimeZone) {
+    EXPECT_EQ(test::askProbe(std::string(kNoLocale) + "LANG=de_DE.UTF-8 TZ=Europe/Berlin", "locale").at(2),
+              "14.11.23, 23:13");
+}
+
+TEST(LocaleInfo, PrefersTheLanguagesAsTheCLibraryDoes) {
+    EXPECT_EQ(languages("LANG=de_AT.UTF-8@euro"), "de en");
+    EXPECT_EQ(languages("LANG=de_DE LC_MESSAGES=fr_FR"), "fr en");
+    EXPECT_EQ(languages("LANG=de_DE LC_MESSAGES=fr_FR LC_ALL=it_IT.UTF-8"), "it en");
+    EXPECT_EQ(languages("LANG=de_DE LC_ALL="), "de en");
+    EXPECT_EQ(languages("LANG=de_DE LANGUAGE=sv:fr_CA::de"), "sv fr de en");
+    EXPECT_EQ(languages("LANG=en_GB LANGUAGE=en:de"), "en");
+    EXPECT_EQ(languages("LANGUAGE=de"), "en");
+    EXPECT_EQ(languages("LC_ALL=C LANGUAGE=de"), "en");
+}
+
+} // namespace
+} // namespace kyb

@@ -1,0 +1,182 @@
+#include "platform/linux/plist_guard.h"
+
+#include "TempRoot.h"
+#include "platform/property_list.h"
+
+#include <cstdint>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <plist/plist.h>
+#include <string>
+#include <vector>
+
+namespace kyb {
+namespace {
+
+void appendNumber(std::string &bytes, std::uint64_t value, int width) {
+    for (int i = width - 1; i >= 0; --i) {
+        bytes.push_back(static_cast<char>(value >> (8 * i)));
+    }
+}
+
+constexpr int kReferenceBytes = 4;
+
+std::string array(const std::vector<std::uint64_t> &objects) {
+    std::string bytes(1, static_cast<char>(0xa0 + objects.size()));
+    for (const std::uint64_t object : objects) {
+        appendNumber(bytes, object, kReferenceBytes);
+    }
+    return bytes;
+}
+
+std::string binaryList(const std::vector<std::string> &objects) {
+    std::string bytes = "bplist00";
+    std::vector<std::uint64_t> offsets;
+    for (const std::string &object : objects) {
+        offsets.push_back(bytes.size());
+        bytes += object;
+    }
+    const std::uint64_t table = bytes.size();
+    for (const std::uint64_t offset : offsets) {
+        appendNumber(bytes, offset, 4);
+    }
+    bytes += std::string(6, '\0') + '\4' + static_cast<char>(kReferenceBytes);
+    appendNumber(bytes, objects.size(), 8);
+    appendNumber(bytes, 0, 8);
+    appendNumber(bytes, table, 8);
+    return bytes;
+}
+
+/// Arrays in arrays, \p depth deep.
+std::string nestedList(std::uint64_t depth) {
+    std::vector<std::string> objects;
+    for (std::uint64_t i = 0; i < depth; ++i) {
+        objects.push_back(array({i + 1}));
+    }
+    objects.push_back("\x51x");
+    return binaryList(objects);
+}
+
+std::string nestedXml(int depth) {
+    std::string xml = "<plist version=\"1.0\">";
+    for (int i = 0; i < depth; ++i) {
+        xml += "<array>";
+    }
+    for (int i = 0; i < depth; ++i) {
+        xml += "</array>";
+    }
+    return xml + "</plist>";
+}
+
+TEST(PlistGuard, LetsWhatLibplistWritesThrough) {
+    plist_t inner = plist_new_array();
+    for (int i = 0; i < 300; ++i) {
+        plist_array_append_item(inner, plist_new_string("Grüße"));
+        plist_array_append_item(inner, plist_new_uint(static_cast<std::uint64_t>(i) << 40));
+    }
+    plist_t root = plist_new_dict();
+    plist_dict_set_item(root, "list", inner);
+    plist_dict_set_item(root, "real", plist_new_real(1.5));
+    plist_dict_set_item(root, "data", plist_new_data("\0\0\0", 3));
+    plist_dict_set_item(root, "empty", plist_new_string(""));
+    plist_dict_set_item(root, "long", plist_new_string(std::string(100'000, 'x').c_str()));
+    plist_dict_set_item(root, "date", plist_new_date(1, 2));
+    plist_dict_set_item(root, "bool", plist_new_bool(1));
+    char *bytes = nullptr;
+    std::uint32_t length = 0;
+    plist_to_bin(root, &bytes, &length);
+    EXPECT_TRUE(isSafeForLibplist({bytes, length}));
+    plist_to_bin_free(bytes);
+    plist_to_xml(root, &bytes, &length);
+    EXPECT_TRUE(isSafeForLibplist({bytes, length}));
+    plist_to_xml_free(bytes);
+    plist_free(root);
+}
+
+TEST(PlistGuard, RefusesDepth) {
+    EXPECT_TRUE(isSafeForLibplist(nestedList(60)));
+    EXPECT_FALSE(isSafeForLibplist(nestedList(70)));
+    EXPECT_FALSE(isSafeForLibplist(nestedList(100'000)));
+    EXPECT_TRUE(isSafeForLibplist(nestedXml(10'000)));
+    EXPECT_FALSE(isSafeForLibplist(nestedXml(10'001)));
+}
+
+TEST(PlistGuard, LeavesLibplistRoomAtTheDeepestThatItLetsThrough) {
+    for (const std::string &list : {nestedList(64), nestedXml(10'000)}) {
+        ASSERT_TRUE(isSafeForLibplist(list));
+        plist_t root = nullptr;
+        plist_from_memory(list.data(), static_cast<std::uint32_t>(list.size()), &root);
+        plist_free(root);
+    }
+}
+
+TEST(PlistGuard, RefusesACircle) {
+    EXPECT_FALSE(isSafeForLibplist(binaryList({array({0})})));
+    EXPECT_FALSE(isSafeForLibplist(binaryList({array({1}), array({0, 0})})));
+}
+
+TEST(PlistGuard, RefusesWhatDoublesWithEveryStep) {
+    std::vector<std::string> objects;
+    for (std::uint64_t i = 0; i < 40; ++i) {
+        objects.push_back(array({i + 1, i + 1}));
+    }
+    objects.push_back("\x51x");
+    EXPECT_FALSE(isSafeForLibplist(binaryList(objects)));
+}
+
+TEST(PlistGuard, RefusesALongTextThatIsReferredToOften) {
+    std::string text = "\x5f\x12";
+    appendNumber(text, 1'000'000, 4);
+    text += std::string(1'000'000, 'x');
+    std::string many = "\xaf\x11";
+    appendNumber(many, 1000, 2);
+    for (int i = 0; i < 1000; ++i) {
+        appendNumber(many, 1, kReferenceBytes);
+    }
+    EXPECT_FALSE(isSafeForLibplist(binaryList({many, text})));
+    EXPECT_TRUE(isSafeForLibplist(binaryList({array({1, 1}), text})));
+}
+
+TEST(PlistGuard, RefusesANulInText) {
+    EXPECT_TRUE(isSafeForLibplist(binaryList({"\x53xyz"})));
+    EXPECT_FALSE(isSafeForLibplist(binaryList({std::string("\x53x\0z", 4)})));
+    EXPECT_TRUE(isSafeForLibplist(binaryList({std::string("\x62\0x\1\0", 5)})));
+    EXPECT_FALSE(isSafeForLibplist(binaryList({std::string("\x62\0x\0\0", 5)})));
+}
+
+TEST(PlistGuard, RefusesNumbersThatPointNowhere) {
+    EXPECT_FALSE(isSafeForLibplist("bplist00"));
+    EXPECT_FALSE(isSafeForLibplist("bplist00" + std::string(32, '\0')));
+    EXPECT_FALSE(isSafeForLibplist("bplist00" + std::string(32, '\xff')));
+    EXPECT_FALSE(isSafeForLibplist(binaryList({array({7})})));
+    EXPECT_FALSE(isSafeForLibplist(binaryList({std::string("\xaf\x13\xff\xff\xff\xff\xff\xff\xff\xff", 10)})));
+    EXPECT_FALSE(isSafeForLibplist(binaryList({std::string("\x5f\x1f\x01", 3)})));
+}
+
+TEST(PlistGuard, SurvivesEveryFlippedByte) {
+    const std::string list = binaryList({array({1, 2}), "\x53xyz", "\xd0"});
+    for (std::size_t at = 0; at < list.size(); ++at) {
+        for (int bits = 1; bits < 256; ++bits) {
+            std::string changed = list;
+            changed[at] = static_cast<char>(changed[at] ^ bits);
+            if (isSafeForLibplist(changed)) {
+                plist_t root = nullptr;
+                plist_from_memory(changed.data(), static_cast<std::uint32_t>(changed.size()), &root);
+                plist_free(root);
+            }
+        }
+    }
+}
+
+TEST(PlistGuard, KeepsAHostileFileAway) {
+    const test::TempRoot root;
+    const QString path = QString::fromStdString(root.at("/list"));
+    const std::string files[] = {nestedList(100'000), nestedXml(1'000'000), std::string(17 << 20, ' ') + nestedXml(0)};
+    for (const std::string &content : files) {
+        std::ofstream(root.at("/list"), std::ios::binary) << content;
+        EXPECT_FALSE(propertyListValue(path, QStringLiteral("x")));
+    }
+}
+
+} // namespace
+} // namespace kyb

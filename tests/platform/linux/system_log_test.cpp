@@ -1,0 +1,70 @@
+#include "platform/system_log.h"
+
+#include "TempRoot.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace kyb {
+namespace {
+
+/// Standard error goes to a file as long as this lives.
+class CapturedErrors {
+public:
+    explicit CapturedErrors(const std::string &path) : saved_(dup(STDERR_FILENO)) {
+        const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+        dup2(file, STDERR_FILENO);
+        close(file);
+    }
+    ~CapturedErrors() {
+        dup2(saved_, STDERR_FILENO);
+        close(saved_);
+    }
+    CapturedErrors(const CapturedErrors &) = delete;
+    CapturedErrors &operator=(const CapturedErrors &) = delete;
+
+private:
+    int saved_;
+};
+
+TEST(SystemLog, WritesTheMessageAndALineFeed) {
+    const test::TempRoot root;
+    {
+        const CapturedErrors captured(root.at("/errors"));
+        systemLog(QStringLiteral("Grüße %s"));
+        systemLog(QStringLiteral("with its own\n"));
+        systemLog(QString());
+    }
+    EXPECT_EQ(test::contentOf(root.at("/errors")), "Grüße %s\nwith its own\n\n\n");
+}
+
+TEST(SystemLog, KeepsTheMessagesOfSeveralThreadsWhole) {
+    const test::TempRoot root;
+    {
+        const CapturedErrors captured(root.at("/errors"));
+        std::vector<std::thread> threads;
+        for (char letter = 'a'; letter < 'e'; ++letter) {
+            threads.emplace_back([letter] {
+                for (int i = 0; i < 500; ++i) {
+                    systemLog(QString(300, QLatin1Char(letter)));
+                }
+            });
+        }
+        for (std::thread &thread : threads) {
+            thread.join();
+        }
+    }
+    std::istringstream lines(test::contentOf(root.at("/errors")));
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+        ASSERT_EQ(line, std::string(300, line.at(0)));
+    }
+    EXPECT_EQ(count, 2000);
+}
+
+} // namespace
+} // namespace kyb

@@ -1,0 +1,228 @@
+#include "helper/macos/Service.h"
+
+#include "code_requirement.h"
+#include "recorded.h"
+
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <iterator>
+#include <pthread.h>
+
+using namespace kyb;
+using namespace kyb::helper;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// What a client saw of one request.
+struct Outcome {
+    std::optional<std::string> reply; ///< the text under "reply"
+    bool wasInterrupted = false;
+};
+
+/// Runs the service on a thread of its own, and talks to it as the application does.
+class HelperServiceOnMac : public OnFakeMac {
+protected:
+    HelperServiceOnMac() {
+        std::string pattern = "/tmp/kyb_mac_helper_XXXXXX";
+        folder_ = mkdtemp(pattern.data());
+        options_.progressFile = folder_ / "progress.log";
+        options_.idle = 100ms;
+        options_.commands.failureHold = 1ms;
+    }
+    ~HelperServiceOnMac() override { std::filesystem::remove_all(folder_); }
+
+    void start() {
+        status_ = std::async(std::launch::async, [this] {
+            thread_ = pthread_self();
+            return serve(options_);
+        });
+        while (callsOf("xpc_connection_resume listener").empty()) {
+            std::this_thread::yield();
+        }
+    }
+
+    /// The service ends by itself when nobody is connected. Its listener lives as long as the process.
+    void waitForEnd() {
+        EXPECT_EQ(status_.get(), 0);
+        expectOneKept();
+    }
+
+    /// As the system ends a job. Only the process's main thread takes signals there: the queues' threads block them.
+    void askToEnd() { EXPECT_EQ(pthread_kill(thread_, SIGTERM), 0); }
+
+    using Message = std::map<std::string, std::string>;
+
+    Outcome ask(const Message &message) {
+        auto told = std::make_shared<std::promise<Outcome>>();
+        xpc_connection_t client = xpc_connection_create_mach_service("com.kyb.HelperTool.xpc", nullptr, 2);
+        xpc_connection_set_event_handler(client, ^(xpc_object_t){
+                                         });
+        xpc_connection_resume(client);
+        xpc_object_t request = xpc_dictionary_create(nullptr, nullptr, 0);
+        for (const auto &[key, value] : message) {
+            xpc_dictionary_set_string(request, key.c_str(), value.c_str());
+        }
+        xpc_connection_send_message_with_reply(client, request, fake::defaultQueue(), ^(xpc_object_t reply) {
+          const char *text = xpc_dictionary_get_string(reply, "reply");
+          told->set_value({text == nullptr ? std::nullopt : std::optional<std::string>(text),
+                           reply == XPC_ERROR_CONNECTION_INTERRUPTED});
+        });
+        xpc_release(request);
+        xpc_release(client);
+        return told->get_future().get();
+    }
+
+    std::string progress() const {
+        std::ifstream file(options_.progressFile);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    bool exists(const char *name) const { return std::filesystem::exists(folder_ / name); }
+    std::string touch(const char *name) const { return "touch '" + (folder_ / name).string() + "'"; }
+
+    std::filesystem::path folder_;
+    ServiceOptions options_;
+    std::future<int> status_;
+    pthread_t thread_{}; ///< the service's, which is its process's main thread otherwise
+};
+
+TEST_F(HelperServiceOnMac, ListensForTheServiceThatTheJobPublishes) {
+    start();
+    waitForEnd();
+    EXPECT_THAT(fake::calls(),
+                ElementsAre("dispatch_queue_create label=com.kyb.HelperTool.xpc attributes=null",
+                            "xpc_connection_create_mach_service name=com.kyb.HelperTool.xpc queue=own flags=1",
+                            "xpc_connection_set_event_handler listener", "xpc_connection_resume listener",
+                            "xpc_connection_cancel listener"));
+}
+
+TEST_F(HelperServiceOnMac, RunsACommandAndAnswersWhenItHasEnded) {
+    start();
+    const Outcome outcome = ask({{"command_to_be_execute", touch("made")}});
+    EXPECT_TRUE(exists("made"));
+    EXPECT_THAT(outcome.reply, testing::Optional(HasSubstr("status 0")));
+    EXPECT_EQ(progress(), "");
+    waitForEnd();
+}
+
+TEST_F(HelperServiceOnMac, WritesTheOutputIntoTheProgressFile) {
+    start();
+    ask({{"command_to_be_execute", "echo one; echo two"}, {"installerlog_file_path", options_.progressFile}});
+    EXPECT_EQ(progress(), "one\ntwo\nInstallation_Done\n");
+    waitForEnd();
+}
+
+TEST_F(HelperServiceOnMac, TellsAFailureInTheProgressFile) {
+    start();
+    ask({{"command_to_be_execute", "exit 3"}, {"installerlog_file_path", options_.progressFile}});
+    EXPECT_THAT(progress(), HasSubstr("installer: The install failed ("));
+    EXPECT_TRUE(progress().ends_with("Installation_Done\n"));
+    waitForEnd();
+}
+
+TEST_F(HelperServiceOnMac, WritesToNoOtherFile) {
+    start();
+    const Outcome outcome =
+        ask({{"command_to_be_execute", touch("made")}, {"installerlog_file_path", folder_ / "other"}});
+    EXPECT_TRUE(outcome.wasInterrupted);
+    EXPECT_FALSE(exists("made"));
+    EXPECT_FALSE(exists("other"));
+    waitForEnd();
+}
+
+TEST_F(HelperServiceOnMac, DropsAMessageWithoutACommand) {
+    start();
+    EXPECT_TRUE(ask({{"command", touch("made")}}).wasInterrupted);
+    EXPECT_FALSE(exists("made"));
+    waitForEnd();
+}
+
+TEST_F(HelperServiceOnMac, HasTheSystemCheckEachPeerFromMacOS12On) {
+    fake::machine().macOSVersion = 12;
+    start();
+    ask({{"command_to_be_execute", touch("made")}});
+    waitForEnd();
+    EXPECT_TRUE(exists("made"));
+    EXPECT_THAT(callsOf("xpc_connection_set_peer_code_signing_requirement"),
+                ElementsAre("xpc_connection_set_peer_code_signing_requirement connection requirement=" +
+                            std::string(kClientRequirement)));
+    EXPECT_THAT(callsOf("Sec"), IsEmpty());
+}
+
+TEST_F(HelperServiceOnMac, RunsNothingForAPeerThatTheSystemRefuses) {
+    fake::machine().clientSatisfiesRequirement = false;
+    start();
+    EXPECT_TRUE(ask({{"command_to_be_execute", touch("made")}}).wasInterrupted);
+    EXPECT_FALSE(exists("made"));
+    waitForEnd();
+}
+
+TEST_F(HelperServiceOnMac, RunsNothingWhenTheRequirementCannotBeSet) {
+    fake::machine().requirementStatus = 22;
+    start();
+    EXPECT_TRUE(ask({{"command_to_be_execute", touch("made")}}).wasInterrupted);
+    EXPECT_FALSE(exists("made"));
+    waitForEnd();
+}
+
+TEST_F(HelperServiceOnMac, LooksAtTheMessagesOwnCodeOnMacOS11) {
+    fake::machine().macOSVersion = 11;
+    start();
+    ask({{"command_to_be_execute", touch("made")}});
+    waitForEnd();
+    EXPECT_TRUE(exists("made"));
+    EXPECT_THAT(callsOf("xpc_connection_set_peer_code_signing_requirement"), IsEmpty());
+    EXPECT_THAT(callsOf("Sec"),
+                ElementsAre("SecCodeCreateWithXPCMessage message=dictionary flags=0",
+                            "SecRequirementCreateWithString text=" + std::string(kClientRequirement) + " flags=0",
+                            "SecCodeCheckValidity code=set flags=0 requirement=set"));
+}
+
+struct RefusalRow {
+    const char *name;
+    void (*change)(fake::Machine &);
+};
+const RefusalRow kRefusals[] = {
+    {"OtherCode", [](fake::Machine &machine) { machine.clientSatisfiesRequirement = false; }},
+    {"NoCode", [](fake::Machine &machine) { machine.messageHasCode = false; }},
+    {"NoRequirement", [](fake::Machine &machine) { machine.requirementTextIsValid = false; }},
+};
+class RefusalOnMac11 : public HelperServiceOnMac, public testing::WithParamInterface<RefusalRow> {};
+
+TEST_P(RefusalOnMac11, RunsNothing) {
+    fake::machine().macOSVersion = 11;
+    GetParam().change(fake::machine());
+    start();
+    EXPECT_TRUE(ask({{"command_to_be_execute", touch("made")}}).wasInterrupted);
+    EXPECT_FALSE(exists("made"));
+    waitForEnd();
+}
+INSTANTIATE_TEST_SUITE_P(Refusals, RefusalOnMac11, testing::ValuesIn(kRefusals),
+                         [](const auto &row) { return row.param.name; });
+
+TEST_F(HelperServiceOnMac, EndsItsCommandAsFailedWhenAskedToEnd) {
+    options_.idle = 1h;
+    start();
+    auto outcome = std::async(std::launch::async, [this] {
+        return ask({{"command_to_be_execute", "echo begun; exec sleep 600"},
+                    {"installerlog_file_path", options_.progressFile}});
+    });
+    while (progress().find("begun") == std::string::npos) {
+        std::this_thread::yield();
+    }
+    askToEnd();
+    EXPECT_THAT(outcome.get().reply, testing::Optional(HasSubstr("asked to end")));
+    EXPECT_TRUE(progress().ends_with("Installation_Done\n"));
+    waitForEnd();
+}
+
+} // namespace

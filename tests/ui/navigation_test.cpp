@@ -1,0 +1,265 @@
+#include "ControllerTest.h"
+
+namespace {
+
+const QString kLicense =
+    QStringLiteral("/Installer Folder/Brelund Quorlix Installer.app/Contents/Resources/License.rtf");
+
+class Navigation : public ControllerTest {
+protected:
+    void SetUp() override {
+        connectScreens();
+        putTexts("\"Next\" = \"Weiter\";\n\"Back\" = \"Zurueck\";\n\"Install\" = \"Installieren\";");
+        screen("multipleActionsButton").currentText = QStringLiteral("Weiter");
+        machine.rightsStatus = -60006; // "Install" ends after its second step
+        makeSelectedApp();
+    }
+
+    bool isInBox(const char *view) { return screen(view).superview == &screen("installationBox"); }
+    void pressForward() { screen("multipleActionsButton").press(); }
+    void setTerms(int state) {
+        screen("checkBoxButton").currentState = state;
+        screen("checkBoxButton").press();
+    }
+};
+
+// What the forward button does.
+
+TEST_F(Navigation, NextShowsThePublicOrPrivateScreen) {
+    pressForward();
+    EXPECT_TRUE(isInBox("publicOrPrivateView"));
+}
+
+TEST_F(Navigation, BackShowsTheDragScreen) {
+    screen("multipleActionsButton").currentText = QStringLiteral("Zurueck");
+    pressForward();
+    EXPECT_TRUE(isInBox("installationView"));
+}
+
+TEST_F(Navigation, InstallStartsTheInstallation) {
+    screen("multipleActionsButton").currentText = QStringLiteral("Installieren");
+    pressForward();
+    EXPECT_EQ(machine.requests().size(), 1U);
+}
+
+TEST_F(Navigation, AnyOtherTitleQuits) {
+    for (const char *title : {"Next", "weiter", "Weiter ", ""}) {
+        screen("multipleActionsButton").currentText = QString::fromLatin1(title);
+        EXPECT_EQ(runApplication([this] { pressForward(); }), 0) << title;
+    }
+}
+
+TEST_F(Navigation, OfTwoKeysWithTheSameTextTheEarlierWins) {
+    putTexts("\"Next\" = \"Go\";\n\"Back\" = \"Go\";\n\"Install\" = \"Go\";");
+    screen("multipleActionsButton").currentText = QStringLiteral("Go");
+    pressForward();
+    EXPECT_TRUE(isInBox("publicOrPrivateView"));
+    EXPECT_FALSE(isInBox("installationView"));
+}
+
+// The screens, each step in its order.
+
+TEST_F(Navigation, TheTermsScreenComesOverTheHiddenDragScreen) {
+    machine.write(kLicense, "{\\rtf1 Terms}");
+    screen("termsOfServiceButton").press();
+    EXPECT_EQ(screens.journal,
+              (QStringList{
+                  QStringLiteral("termsOfServiceButton hidden yes"), QStringLiteral("installationView hidden yes"),
+                  QStringLiteral("installationBox add licenseView"), QStringLiteral("licenseTextView text \"\""),
+                  QStringLiteral("cancelButton hidden yes"), QStringLiteral("multipleActionsButton text \"Zurueck\""),
+                  QStringLiteral("multipleActionsButton enabled yes"), QStringLiteral("licenseTextView rich text")}));
+    EXPECT_EQ(screen("licenseTextView").currentText.trimmed(), QStringLiteral("Terms"));
+}
+
+TEST_F(Navigation, AMissingTermsFileIsSaidOnTheScreen) {
+    screen("termsOfServiceButton").press();
+    EXPECT_EQ(screen("licenseTextView").currentText, QStringLiteral("License file missing!"));
+    pressForward();
+    EXPECT_TRUE(isInBox("installationView"));
+}
+
+TEST_F(Navigation, TheWayBackTakesBothScreensAwayAndShowsTheDragScreen) {
+    screen("checkBoxButton").currentState = 1;
+    controller->displayInstallationViewFromLicenseView();
+    EXPECT_EQ(
+        screens.journal,
+        (QStringList{QStringLiteral("licenseView remove"), QStringLiteral("publicOrPrivateView remove"),
+                     QStringLiteral("installationBox add installationView"),
+                     QStringLiteral("installationView hidden no"), QStringLiteral("termsOfServiceButton hidden no"),
+                     QStringLiteral("multipleActionsButton text \"Weiter\""), QStringLiteral("cancelButton hidden no"),
+                     QStringLiteral("backButton enabled no"), QStringLiteral("backButton transparent yes")}));
+}
+
+TEST_F(Navigation, BackFromTheTermsWithTheBoxOffDisablesNext) {
+    screen("termsOfServiceButton").press();
+    pressForward();
+    EXPECT_FALSE(screen("multipleActionsButton").enabled);
+    EXPECT_EQ(screen("multipleActionsButton").currentText, QStringLiteral("Weiter"));
+}
+
+TEST_F(Navigation, BackFromTheTermsWithTheBoxOnLeavesNextEnabled) {
+    setTerms(1);
+    screen("termsOfServiceButton").press();
+    pressForward();
+    EXPECT_TRUE(screen("multipleActionsButton").enabled);
+    EXPECT_EQ(screen("multipleActionsButton").currentText, QStringLiteral("Weiter"));
+}
+
+TEST_F(Navigation, BackWithTheBoxOnDoesNotEnableAButtonThatWasDisabled) {
+    screen("checkBoxButton").currentState = 1;
+    screen("multipleActionsButton").enabled = false;
+    controller->displayInstallationViewFromLicenseView();
+    EXPECT_FALSE(screen("multipleActionsButton").enabled);
+}
+
+TEST_F(Navigation, ThePublicOrPrivateScreenComesOverTheHiddenDragScreen) {
+    controller->displayPublicOrPrivateView();
+    EXPECT_EQ(
+        screens.journal,
+        (QStringList{QStringLiteral("termsOfServiceButton hidden yes"), QStringLiteral("installationView hidden yes"),
+                     QStringLiteral("installationBox add publicOrPrivateView"),
+                     QStringLiteral("licenseTextView text \"\""), QStringLiteral("cancelButton hidden yes"),
+                     QStringLiteral("multipleActionsButton text \"Installieren\""),
+                     QStringLiteral("multipleActionsButton enabled yes"), QStringLiteral("backButton enabled yes"),
+                     QStringLiteral("backButton transparent no")}));
+}
+
+TEST_F(Navigation, TheBackButtonLeavesThePublicOrPrivateScreenWithTheBoxStillOn) {
+    setTerms(1);
+    controller->displayPublicOrPrivateView();
+    screen("backButton").press();
+    EXPECT_TRUE(isInBox("installationView"));
+    EXPECT_FALSE(isInBox("publicOrPrivateView"));
+    EXPECT_EQ(screen("checkBoxButton").currentState, 1);
+    EXPECT_TRUE(screen("multipleActionsButton").enabled);
+}
+
+TEST_F(Navigation, TheProgressScreenPutsEveryButtonAway) {
+    putTexts("\"applicationImage\" = \"Package.png\";");
+    controller->displayInstallationInProgressView();
+    EXPECT_EQ(
+        screens.journal,
+        (QStringList{QStringLiteral("termsOfServiceButton transparent yes"),
+                     QStringLiteral("termsOfServiceButton display"), QStringLiteral("termsOfServiceButton enabled no"),
+                     QStringLiteral("installationInProgressImageView image Package.png"),
+                     QStringLiteral("cancelButton transparent yes"), QStringLiteral("cancelButton enabled no"),
+                     QStringLiteral("multipleActionsButton transparent yes"),
+                     QStringLiteral("multipleActionsButton enabled no"), QStringLiteral("cancelButton display"),
+                     QStringLiteral("multipleActionsButton display"), QStringLiteral("installationView remove"),
+                     QStringLiteral("publicOrPrivateView remove"), QStringLiteral("backButton transparent yes"),
+                     QStringLiteral("backButton enabled no"), QStringLiteral("progressInfoLabel text \"\""),
+                     QStringLiteral("installationBox add installationProgressView")}));
+}
+
+TEST_F(Navigation, ARefusedHelperLeavesThePublicOrPrivateScreenWithInstallEnabled) {
+    controller->displayPublicOrPrivateView();
+    pressForward();
+    EXPECT_TRUE(isInBox("publicOrPrivateView"));
+    EXPECT_TRUE(screen("multipleActionsButton").enabled);
+    EXPECT_EQ(screen("multipleActionsButton").currentText, QStringLiteral("Installieren"));
+}
+
+TEST_F(Navigation, TheResultScreenShowsASuccess) {
+    controller->displayInstallFinishedView();
+    EXPECT_EQ(screens.journal,
+              (QStringList{QStringLiteral("installationProgressView remove"),
+                           QStringLiteral("installationBox add installationResultView"),
+                           QStringLiteral("closeButton enabled yes"), QStringLiteral("closeButton transparent no"),
+                           QStringLiteral("installationResultLabel text \"InstallSuccessful\""),
+                           QStringLiteral("installationSubResultLabel text \"InstallSuccessfulSubResult\""),
+                           QStringLiteral("installationResultImageView image Success.png"),
+                           QStringLiteral("parentWindow close widget yes")}));
+    EXPECT_EQ(screen("installationResultImageView").image.size, screen("installationResultImageView").frame);
+    EXPECT_EQ(controller->internalLog(), QStringLiteral("Installation successful...\n"));
+}
+
+TEST_F(Navigation, TheResultScreenShowsAFailure) {
+    installFailed = true;
+    controller->displayInstallFinishedView();
+    EXPECT_EQ(screen("installationResultLabel").currentText, QStringLiteral("InstallFailed"));
+    EXPECT_EQ(screen("installationSubResultLabel").currentText, QStringLiteral("InstallFailedSubResult"));
+    EXPECT_EQ(screen("installationResultImageView").image,
+              (kyb::NamedImage{QStringLiteral("Alert.png"), screen("installationResultImageView").frame}));
+    EXPECT_TRUE(screen("parentWindow").closeButtonEnabled);
+    EXPECT_EQ(controller->internalLog(), QStringLiteral("Installation failed...\n"));
+}
+
+TEST_F(Navigation, TheResultScreenCollectsTheLogs) {
+    controller->displayInstallFinishedView();
+    settle();
+    EXPECT_FALSE(controller->logFileData.isNull());
+    EXPECT_FALSE(screen("showLogMenuItem").hidden);
+}
+
+TEST_F(Navigation, ASilentRunEndsWithoutTheResultScreen) {
+    isSilentInstall = true;
+    EXPECT_EQ(runApplication([this] { controller->displayInstallFinishedView(); }), 0);
+    EXPECT_TRUE(screens.journal.isEmpty());
+    EXPECT_EQ(controller->internalLog(), QString());
+}
+
+TEST_F(Navigation, CloseEndsTheApplication) {
+    EXPECT_EQ(runApplication([this] { screen("closeButton").press(); }), 0);
+}
+
+// The terms.
+
+TEST_F(Navigation, AcceptingTheTermsEnablesNextAndTakesTheBorderAway) {
+    controller->showBorderOnTermsAndConditionsView();
+    setTerms(1);
+    EXPECT_TRUE(isTermsAndConditionsAccepted);
+    EXPECT_TRUE(screen("multipleActionsButton").enabled);
+    EXPECT_EQ(screen("termsAndConditionsViewBox").borderColor, kyb::Color::Clear);
+}
+
+TEST_F(Navigation, RefusingThemDisablesNextAtOnceAndLeavesTheBorder) {
+    setTerms(1);
+    controller->showBorderOnTermsAndConditionsView();
+    setTerms(0);
+    EXPECT_FALSE(isTermsAndConditionsAccepted);
+    EXPECT_FALSE(screen("multipleActionsButton").enabled);
+    EXPECT_EQ(screen("termsAndConditionsViewBox").borderColor, kyb::Color::Red);
+}
+
+TEST_F(Navigation, AMixedStateIsNoAcceptance) {
+    setTerms(-1);
+    EXPECT_FALSE(isTermsAndConditionsAccepted);
+    EXPECT_FALSE(screen("multipleActionsButton").enabled);
+}
+
+TEST_F(Navigation, TheBorderIsRedOnlyWhileTheBoxCanBeTicked) {
+    screen("checkBoxButton").enabled = false;
+    controller->showBorderOnTermsAndConditionsView();
+    EXPECT_EQ(screen("termsAndConditionsViewBox").borderColor, kyb::Color::Standard);
+    screen("checkBoxButton").enabled = true;
+    controller->showBorderOnTermsAndConditionsView();
+    EXPECT_EQ(screen("termsAndConditionsViewBox").borderColor, kyb::Color::Red);
+}
+
+// Public or private.
+
+TEST_F(Navigation, PublicTakesPrivateOffAndSecondClickLeavesBothOffAndTheChoiceStanding) {
+    screen("privateCheckBoxButton").currentState = 1;
+    screen("publicCheckBoxButton").currentState = 1;
+    screen("publicCheckBoxButton").press();
+    EXPECT_EQ(screen("privateCheckBoxButton").currentState, 0);
+    EXPECT_FALSE(isPrivateComputerAccepted);
+    screen("publicCheckBoxButton").currentState = 0;
+    screen("publicCheckBoxButton").press();
+    EXPECT_EQ(screen("privateCheckBoxButton").currentState, 0);
+    EXPECT_FALSE(isPrivateComputerAccepted);
+}
+
+TEST_F(Navigation, PrivateTakesPublicOff) {
+    isPrivateComputerAccepted = false;
+    screen("publicCheckBoxButton").currentState = 1;
+    screen("privateCheckBoxButton").currentState = 1;
+    screen("privateCheckBoxButton").press();
+    EXPECT_EQ(screen("publicCheckBoxButton").currentState, 0);
+    EXPECT_TRUE(isPrivateComputerAccepted);
+    screen("privateCheckBoxButton").currentState = 0;
+    screen("privateCheckBoxButton").press();
+    EXPECT_TRUE(isPrivateComputerAccepted);
+}
+
+} // namespace

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "shell/KYGlobalConstants.h"
+
+#include <QByteArray>
+#include <QColor>
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QImage>
+#include <QTemporaryDir>
+#include <QWidget>
+#include <gtest/gtest.h>
+
+/// A bundle of a test's own, in a temporary folder, and the shared flags as they are at the start of the process.
+class TestBundle : public ::testing::Test {
+protected:
+    TestBundle();
+    ~TestBundle() override;
+
+    void addFile(const QString &name, const QByteArray &contents) const;
+    void addPicture(const QString &name, QSize pixels, const QColor &color) const;
+    void addText(const QString &key, const QString &text) const;
+
+    /// How often \p notification was posted so far, in this test.
+    int posts(const char *notification) const;
+
+private:
+    QTemporaryDir folder_;
+    int observations_[2];
+    int drops_ = 0;
+    int refusals_ = 0;
+};
+
+/// What \p widget shows at \p devicePixelRatio pixels to the point.
+QImage shot(QWidget &widget, double devicePixelRatio = 1);
+
+/// A picture file of one colour.
+QByteArray png(QSize pixels, const QColor &color);
+
+/// An icon container with those pictures.
+QByteArray icns(const QList<QByteArray> &pictures);
+
+/// Lets the event loop run until \p condition holds. False when it does not within some seconds.
+template <typename Condition> bool eventually(Condition condition) {
+    constexpr int patienceMilliseconds = 10'000;
+    QElapsedTimer waited;
+    waited.start();
+    while (!condition() && waited.elapsed() < patienceMilliseconds) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    }
+    return condition();
+}

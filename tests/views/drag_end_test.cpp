@@ -1,0 +1,123 @@
+#include "ui/views/DragBoundary.h"
+
+#include "TestBundle.h"
+#include "ui/views/SlideBack.h"
+
+#include <QApplication>
+#include <QDrag>
+#include <QMouseEvent>
+#include <QProxyStyle>
+#include <QTimer>
+#include <optional>
+
+using kyb::DraggingContext;
+
+namespace {
+
+class DragEnd : public TestBundle {
+protected:
+    DragEnd() {
+        window_.setGeometry(100, 100, 200, 150);
+        window_.show();
+    }
+    void send(QEvent::Type type, QPoint where) {
+        QMouseEvent event(type, window_.mapFromGlobal(where), where, Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
+        QApplication::sendEvent(&window_, &event);
+    }
+    static QWidget *ghost() {
+        for (QWidget *window : QApplication::topLevelWidgets()) {
+            if (window->objectName() == QStringLiteral("slideBack")) {
+                return window;
+            }
+        }
+        return nullptr;
+    }
+    QPixmap picture() const {
+        QPixmap pixmap(40, 40);
+        pixmap.fill(Qt::red);
+        return pixmap;
+    }
+    QWidget window_;
+};
+
+TEST_F(DragEnd, OnlyTheReleaseIsHeldAgainstWhatTheSourceAllows) {
+    QDrag drag(&window_);
+    std::optional<DraggingContext> asked;
+    const kyb::DragBoundary boundary(&drag, QPoint(7, 8), [&](DraggingContext context) {
+        asked = context;
+        return true;
+    });
+    EXPECT_EQ(boundary.lastPosition(), QPoint(7, 8));
+    QCoreApplication::processEvents();
+    send(QEvent::MouseMove, QPoint(150, 160));
+    EXPECT_FALSE(asked);
+    EXPECT_EQ(boundary.lastPosition(), QPoint(150, 160));
+    send(QEvent::MouseButtonRelease, QPoint(160, 170));
+    EXPECT_EQ(asked, DraggingContext::OutsideApplication); // no view has taken the drag
+    EXPECT_EQ(boundary.lastPosition(), QPoint(160, 170));
+}
+
+TEST_F(DragEnd, AReleaseDuringTheFirstTurnOfTheLoopIsSeen) {
+    QDrag drag(&window_);
+    int asked = 0;
+    const kyb::DragBoundary boundary(&drag, QPoint(), [&](DraggingContext) { return ++asked > 0; });
+    QTimer::singleShot(0, &window_, [&] { send(QEvent::MouseButtonRelease, QPoint(160, 170)); });
+    EXPECT_TRUE(eventually([&] { return asked == 1; }));
+}
+
+TEST_F(DragEnd, TheBoundaryEndsWithTheDrag) {
+    int asked = 0;
+    {
+        QDrag drag(&window_);
+        const kyb::DragBoundary boundary(&drag, QPoint(), [&](DraggingContext) { return ++asked > 0; });
+        QCoreApplication::processEvents();
+        send(QEvent::MouseButtonRelease, QPoint(160, 170));
+        EXPECT_EQ(asked, 1);
+    }
+    send(QEvent::MouseButtonRelease, QPoint(160, 170));
+    EXPECT_EQ(asked, 1);
+}
+
+TEST_F(DragEnd, ThePictureGlidesHomeAndIsGone) {
+    const QPoint home = window_.mapToGlobal(QPoint(0, 0));
+    kyb::slideBack(window_, picture(), home + QPoint(300, 200));
+    ASSERT_NE(ghost(), nullptr);
+    EXPECT_EQ(ghost()->pos(), home + QPoint(300, 200));
+    EXPECT_TRUE(ghost()->testAttribute(Qt::WA_ShowWithoutActivating));
+    EXPECT_TRUE(ghost()->windowFlags().testFlag(Qt::WindowTransparentForInput));
+    EXPECT_TRUE(ghost()->windowFlags().testFlag(Qt::FramelessWindowHint));
+    QPoint last;
+    EXPECT_TRUE(eventually([&] {
+        last = ghost() != nullptr ? ghost()->pos() : last;
+        return ghost() == nullptr;
+    }));
+    EXPECT_LT((last - home).manhattanLength(), 100);
+}
+
+TEST_F(DragEnd, AClickDoesNotGlide) {
+    kyb::slideBack(window_, picture(), window_.mapToGlobal(QPoint(2, 1)));
+    EXPECT_EQ(ghost(), nullptr);
+}
+
+TEST_F(DragEnd, WithoutAPictureOrAVisibleViewNothingGlides) {
+    kyb::slideBack(window_, QPixmap(), QPoint(900, 900));
+    EXPECT_EQ(ghost(), nullptr);
+    window_.hide();
+    kyb::slideBack(window_, picture(), QPoint(900, 900));
+    EXPECT_EQ(ghost(), nullptr);
+}
+
+TEST_F(DragEnd, WhoWantsNoAnimationsSeesNone) {
+    class Still : public QProxyStyle {
+        int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                      QStyleHintReturn *data) const override {
+            return hint == SH_Widget_Animation_Duration ? 0 : QProxyStyle::styleHint(hint, option, widget, data);
+        }
+    } still;
+    window_.setStyle(&still);
+    kyb::slideBack(window_, picture(), QPoint(900, 900));
+    EXPECT_EQ(ghost(), nullptr);
+    window_.setStyle(nullptr);
+}
+
+} // namespace

@@ -1,0 +1,164 @@
+// Walks the wizard and saves every screen, sheet and the log window as PNG, as they are on the display. Driven by
+// tools/screenshots, which sets:
+//
+//   KYB_SCREENSHOTS   what the files' names begin with, a folder included
+//   KYB_APPEARANCE    light or dark
+
+#include "Walk.h"
+
+#include "shell/KYAppDelegate.h"
+#include "shell/KYGlobalConstants.h"
+#include "shell/KYViewController.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QPalette>
+#include <QScreen>
+#include <QThread>
+#include <QWidget>
+#include <QWindow>
+
+namespace {
+
+const QByteArray kWaitingInstaller =
+    "#!/bin/sh\n"
+    "root=${0%/usr/sbin/installer}\n"
+    "echo 'installer:PHASE:Writing files'\n"
+    "echo 'installer:%1.000000'\n"
+    "while [ ! -e \"$root/go\" ]; do sleep 0.02; done\n"
+    "[ ! -e \"$root/fail\" ] || { echo 'installer: The install failed. (x)'; exit 1; }\n"
+    "echo 'installer: The install was successful.'\n";
+
+QPalette darkPalette() {
+    QPalette palette(QColor(0x2b, 0x2d, 0x31));
+    palette.setColor(QPalette::Base, QColor(0x1e, 0x1f, 0x22));
+    palette.setColor(QPalette::AlternateBase, QColor(0x26, 0x28, 0x2c));
+    palette.setColor(QPalette::Highlight, QColor(0x3d, 0x7e, 0xdb));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::Link, QColor(0x7a, 0xb0, 0xff));
+    for (const QPalette::ColorRole text : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+        palette.setColor(QPalette::Disabled, text, QColor(0x86, 0x88, 0x8c));
+    }
+    return palette;
+}
+
+class Screens : public Walk {
+protected:
+    void prepareApplication() override {
+        if (qEnvironmentVariable("KYB_APPEARANCE") == QStringLiteral("dark")) {
+            QApplication::setPalette(darkPalette());
+        }
+    }
+
+    /// Saves what the display shows where the active window and what hangs on it lie, when it has come to rest.
+    void save(User &user, const char *name) {
+        QThread::msleep(600);
+        user.onMain([&] {
+            QRect area;
+            for (QWidget *widget : QApplication::topLevelWidgets()) {
+                if (widget->isVisible() && widget->windowType() != Qt::ToolTip) {
+                    area |= widget->frameGeometry();
+                }
+            }
+            const QString file =
+                qEnvironmentVariable("KYB_SCREENSHOTS") + QString::fromLatin1(name) + QStringLiteral(".png");
+            const QPixmap picture =
+                QGuiApplication::primaryScreen()->grabWindow(0, area.x(), area.y(), area.width(), area.height());
+            EXPECT_TRUE(picture.save(file)) << qPrintable(file);
+        });
+    }
+
+    void beginInstallation(User &user) {
+        user.click(QStringLiteral("multipleActionsButton"));
+        user.waitForVisible(QStringLiteral("publicOrPrivateView"));
+        user.click(QStringLiteral("multipleActionsButton"));
+        user.waitForVisible(QStringLiteral("installationProgressView"));
+    }
+
+    void accept(User &user) {
+        user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
+        user.click(QStringLiteral("checkBoxButton"));
+    }
+};
+
+TEST_F(Screens, OfAnUpgrade) {
+    installEarlierVersion();
+    putProgram(QStringLiteral("/usr/sbin/installer"), kWaitingInstaller);
+    walk([this](User &user) {
+        user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
+        save(user, "1-start-earlier-version");
+        user.click(QStringLiteral("sourceIconView"));
+        save(user, "2-terms-not-accepted");
+        user.click(QStringLiteral("checkBoxButton"));
+        save(user, "3-terms-accepted");
+        user.click(QStringLiteral("termsOfServiceButton"));
+        user.waitForVisible(QStringLiteral("licenseView"));
+        save(user, "4-terms");
+        user.click(QStringLiteral("multipleActionsButton"));
+        user.waitForVisible(QStringLiteral("installationView"));
+        const QPoint from = user.centerOf(QStringLiteral("sourceIconView"));
+        const QPoint to = user.centerOf(QStringLiteral("destinationIconView"));
+        user.moveTo(from);
+        user.press();
+        for (int step = 1; step <= 20; ++step) {
+            QThread::msleep(10);
+            user.moveTo(from + (to - from) * step / 20);
+        }
+        save(user, "5-dragging");
+        user.release();
+        user.waitForVisible(QStringLiteral("publicOrPrivateView"));
+        user.click(QStringLiteral("publicCheckBoxButton"));
+        save(user, "6-public-or-private");
+        user.click(QStringLiteral("multipleActionsButton"));
+        user.waitForVisible(QStringLiteral("installationProgressView"));
+        save(user, "7-removing");
+        user.waitFor([] { return bool(installationInProgress); }, "the installation");
+        save(user, "8-installing");
+        user.keyWithControl("q");
+        user.waitForActive(QStringLiteral("quitAppWarningSheet"));
+        save(user, "9-quit-refused");
+        user.key("Return");
+        user.waitForGone(QStringLiteral("quitAppWarningSheet"));
+        write(QStringLiteral("/go"), "");
+        user.waitForVisible(QStringLiteral("installationResultView"));
+        save(user, "10-installed");
+        user.keyWithControl("l");
+        user.waitForVisible(QStringLiteral("logTextView"));
+        save(user, "11-log");
+        user.onMain([] { QApplication::exit(0); });
+    });
+}
+
+TEST_F(Screens, OfAFailure) {
+    putProgram(QStringLiteral("/usr/sbin/installer"), kWaitingInstaller);
+    write(QStringLiteral("/fail"), "");
+    write(QStringLiteral("/go"), "");
+    walk([this](User &user) {
+        user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
+        save(user, "12-start");
+        accept(user);
+        beginInstallation(user);
+        user.waitForVisible(QStringLiteral("installationResultView"));
+        save(user, "13-failed");
+        user.click(QStringLiteral("closeButton"));
+    });
+}
+
+TEST_F(Screens, OfAMissingPackageAndTheOtherSheets) {
+    QFile::remove(scratch() + QStringLiteral("/Installer/OSX/Brelund Quorlix Driver.pkg"));
+    walk([this](User &user) {
+        user.waitForVisible(QStringLiteral("installationView"));
+        save(user, "14-package-missing");
+        user.onMain([this] { controller->displayWarningSheet(); });
+        user.waitForVisible(QStringLiteral("warningSheetWindow"));
+        save(user, "15-warning-sheet");
+        user.onMain([this] { controller->warningSheetCancelPressed(nullptr); });
+        user.onMain([this] { controller->displayAppsBusyWarningSheet(); });
+        user.waitForVisible(QStringLiteral("appsBusyWarningSheetWindow"));
+        save(user, "16-busy-sheet");
+        user.onMain([this] { controller->appsBusyWarningSheetCancelPressed(nullptr); });
+        user.onMain([] { QApplication::exit(0); });
+    });
+}
+
+} // namespace

@@ -1,0 +1,374 @@
+#include "Walk.h"
+
+#include "shell/KYGlobalConstants.h"
+#include "shell/KYViewController.h"
+#include "ui/localized_text.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QThread>
+#include <QWindow>
+
+namespace {
+
+using kyb::localizedText;
+
+const QString kDriver = QStringLiteral("/Library/Printers/BrelundQuorlix");
+const QString kBox = QStringLiteral("checkBoxButton");
+const QString kForward = QStringLiteral("multipleActionsButton");
+const QString kDrag = QStringLiteral("installationView");
+const QString kChoice = QStringLiteral("publicOrPrivateView");
+const QString kProgress = QStringLiteral("installationProgressView");
+const QString kResult = QStringLiteral("installationResultView");
+const QString kClose = QStringLiteral("closeButton");
+
+/// An installer that works in steps of its own pace until the file "go" is below the root.
+const QByteArray kWaitingInstaller = "#!/bin/sh\n"
+                                     "root=${0%/usr/sbin/installer}\n"
+                                     "echo 'installer:PHASE:Writing files'\n"
+                                     "echo 'installer:%1.000000'\n"
+                                     "while [ ! -e \"$root/go\" ]; do sleep 0.02; done\n"
+                                     "echo 'installer: The install was successful.'\n";
+
+QString textOf(const char *key) {
+    return localizedText(QString::fromLatin1(key));
+}
+
+void waitForTheCatalog(User &user) {
+    user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
+}
+
+void acceptTerms(User &user) {
+    waitForTheCatalog(user);
+    user.click(kBox);
+    user.waitFor([] { return bool(isTermsAndConditionsAccepted); }, "the terms to be accepted");
+}
+
+void expectInstalled(const Walk *, const QByteArray &receipt, const char *version) {
+    EXPECT_TRUE(receipt.contains(version)) << receipt.constData();
+}
+
+TEST_F(Walk, InstallsByDraggingTheIconOntoTheDestination) {
+    const int status = walk([this](User &user) {
+        acceptTerms(user);
+        user.drag(QStringLiteral("sourceIconView"), user.centerOf(QStringLiteral("destinationIconView")));
+        user.waitForVisible(kChoice);
+        EXPECT_EQ(user.text(kForward), textOf("Install"));
+        user.click(QStringLiteral("publicCheckBoxButton"));
+        user.waitFor([] { return !isPrivateComputerAccepted; }, "the public choice");
+        user.click(kForward);
+        user.waitForVisible(kResult);
+        EXPECT_EQ(user.text(QStringLiteral("installationResultLabel")), textOf("InstallSuccessful"));
+        user.click(kClose);
+    });
+    EXPECT_EQ(status, 0);
+    expectInstalled(this, read(QStringLiteral("/var/db/receipts/com.Brelund.QuorlixInstaller.plist")), "4.2.0");
+    EXPECT_TRUE(read(QStringLiteral("/Library/Preferences/BrelundQuorlixAdmin.plist")).contains("NO"));
+}
+
+TEST_F(Walk, InstallsWithTheKeyboardAlone) {
+    const int status = walk([](User &user) {
+        waitForTheCatalog(user);
+        user.tabTo(kBox);
+        user.key("space");
+        user.waitFor([] { return bool(isTermsAndConditionsAccepted); }, "the terms to be accepted");
+        user.key("Return");
+        user.waitForVisible(kChoice);
+        user.tabTo(QStringLiteral("publicCheckBoxButton"));
+        user.key("space");
+        user.waitFor([] { return !isPrivateComputerAccepted; }, "the public choice");
+        user.key("Return");
+        user.waitForVisible(kResult);
+        user.key("Return");
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(exists(kDriver));
+    EXPECT_TRUE(read(QStringLiteral("/Library/Preferences/BrelundQuorlixAdmin.plist")).contains("NO"));
+}
+
+TEST_F(Walk, TheKeyboardDragsTheIconToo) {
+    walk([](User &user) {
+        acceptTerms(user);
+        user.tabTo(QStringLiteral("sourceIconView"));
+        user.key("space");
+        user.waitForVisible(kChoice);
+        user.keyWithControl("q");
+    });
+    EXPECT_FALSE(exists(kDriver));
+}
+
+TEST_F(Walk, AnIconThatIsPressedBeforeTheTermsAreAcceptedDrawsTheRedBorder) {
+    walk([this](User &user) {
+        waitForTheCatalog(user);
+        user.click(QStringLiteral("sourceIconView"));
+        user.waitFor([this] { return controller->termsAndConditionsViewBox.isConnected(); }, "the box");
+        QImage picture;
+        const QRect frame = user.frameOf(QStringLiteral("termsAndConditionsViewBox"));
+        user.waitFor(
+            [&] {
+                for (QWidget *widget : QApplication::allWidgets()) {
+                    if (widget->objectName() == QStringLiteral("termsAndConditionsViewBox")) {
+                        picture = widget->grab().toImage();
+                    }
+                }
+                return picture.pixelColor(picture.width() / 2, 1) == QColor(Qt::red);
+            },
+            "the red border");
+        EXPECT_TRUE(user.isVisible(kDrag));
+        user.click(kBox);
+        user.waitFor(
+            [&] {
+                for (QWidget *widget : QApplication::allWidgets()) {
+                    if (widget->objectName() == QStringLiteral("termsAndConditionsViewBox")) {
+                        picture = widget->grab().toImage();
+                    }
+                }
+                return picture.pixelColor(picture.width() / 2, 1) != QColor(Qt::red);
+            },
+            "the border to go");
+        EXPECT_FALSE(frame.isEmpty());
+        user.keyWithControl("q");
+    });
+}
+
+TEST_F(Walk, TheTermsAreReadAndLeadBack) {
+    walk([](User &user) {
+        acceptTerms(user);
+        user.click(QStringLiteral("termsOfServiceButton"));
+        user.waitForVisible(QStringLiteral("licenseView"));
+        EXPECT_EQ(user.text(kForward), textOf("Back"));
+        EXPECT_FALSE(user.isVisible(kDrag));
+        user.click(kForward);
+        user.waitForVisible(kDrag);
+        EXPECT_EQ(user.text(kForward), textOf("Next"));
+        EXPECT_TRUE(user.isEnabled(kForward));
+        user.click(QStringLiteral("cancelButton"));
+    });
+}
+
+TEST_F(Walk, AnIconDroppedElsewhereGoesBackAndChangesNothing) {
+    walk([](User &user) {
+        acceptTerms(user);
+        user.drag(QStringLiteral("sourceIconView"), user.centerOf(QStringLiteral("titleDragandDropMessage")));
+        QThread::msleep(500); // longer than the icon takes on its way back
+        EXPECT_TRUE(user.isVisible(kDrag));
+        EXPECT_FALSE(user.isVisible(kChoice));
+        user.drag(QStringLiteral("sourceIconView"), QPoint(5, 5)); // outside the window
+        QThread::msleep(500);
+        EXPECT_TRUE(user.isVisible(kDrag));
+        user.drag(QStringLiteral("sourceIconView"), user.centerOf(QStringLiteral("destinationIconView")));
+        user.waitForVisible(kChoice);
+        user.keyWithControl("q");
+    });
+}
+
+TEST_F(Walk, EscapeCancelsADrag) {
+    walk([](User &user) {
+        acceptTerms(user);
+        user.moveTo(user.centerOf(QStringLiteral("sourceIconView")));
+        user.press();
+        for (int step = 0; step < 10; ++step) {
+            QThread::msleep(10);
+            user.moveTo(user.centerOf(QStringLiteral("sourceIconView")) + QPoint(10 * step, 0));
+        }
+        user.key("Escape");
+        QThread::msleep(100);
+        user.release();
+        EXPECT_TRUE(user.isVisible(kDrag));
+        user.keyWithControl("q");
+    });
+}
+
+TEST_F(Walk, BackFromTheChoiceLeadsToTheDragScreen) {
+    walk([](User &user) {
+        acceptTerms(user);
+        user.click(kForward);
+        user.waitForVisible(kChoice);
+        user.click(QStringLiteral("backButton"));
+        user.waitForVisible(kDrag);
+        EXPECT_TRUE(user.isEnabled(kForward));
+        user.key("Escape");
+    });
+}
+
+TEST_F(Walk, TheChoicesExcludeEachOther) {
+    walk([](User &user) {
+        acceptTerms(user);
+        user.click(kForward);
+        user.click(QStringLiteral("publicCheckBoxButton"));
+        user.waitFor([] { return !isPrivateComputerAccepted; }, "public");
+        user.click(QStringLiteral("privateCheckBoxButton"));
+        user.waitFor([] { return bool(isPrivateComputerAccepted); }, "private");
+        user.keyWithControl("q");
+    });
+}
+
+TEST_F(Walk, InAnotherLanguageTheButtonsLeadOnAsWell) {
+    qputenv("LANGUAGE", "de");
+    walk([](User &user) {
+        EXPECT_EQ(user.text(kForward), QStringLiteral("Weiter"));
+        acceptTerms(user);
+        user.click(kForward);
+        user.waitForVisible(kChoice);
+        EXPECT_EQ(user.text(kForward), QStringLiteral("Installieren"));
+        user.click(kForward);
+        user.waitForVisible(kResult);
+        EXPECT_EQ(user.text(QStringLiteral("installationResultLabel")), textOf("InstallSuccessful"));
+        user.click(kClose);
+    });
+    EXPECT_TRUE(exists(kDriver));
+}
+
+TEST_F(Walk, QuitIsRefusedWhileTheEngineWorks) {
+    putProgram(QStringLiteral("/usr/sbin/installer"), kWaitingInstaller);
+    const int status = walk([this](User &user) {
+        acceptTerms(user);
+        user.click(kForward);
+        user.waitForVisible(kChoice);
+        user.click(kForward);
+        user.waitForVisible(kProgress);
+        user.keyWithControl("q");
+        user.waitForActive(QStringLiteral("quitAppWarningSheet"));
+        user.key("Return");
+        user.waitForGone(QStringLiteral("quitAppWarningSheet"));
+        EXPECT_TRUE(installationInProgress);
+        EXPECT_TRUE(user.isVisible(kProgress));
+        user.onMain(
+            [this] { EXPECT_FALSE(QApplication::activeWindow() != nullptr && QApplication::activeWindow()->close()); });
+        EXPECT_TRUE(user.isVisible(kProgress));
+        write(QStringLiteral("/go"), "");
+        user.waitForVisible(kResult);
+        user.keyWithControl("q");
+    });
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(Walk, ProgressNeverGoesBackwardsWithinTheInstallation) {
+    putPackage(
+        {QStringLiteral("--version"), QStringLiteral("4.2.0"), QStringLiteral("--size"), QStringLiteral("60000000")});
+    walk([](User &user) {
+        acceptTerms(user);
+        user.click(kForward);
+        user.click(kForward);
+        user.waitForVisible(kProgress);
+        int last = 0;
+        bool finished = false;
+        while (!finished) {
+            user.onMain([&] {
+                for (QWidget *widget : QApplication::allWidgets()) {
+                    if (auto *bar = qobject_cast<QProgressBar *>(widget);
+                        bar != nullptr && bar->objectName() == QStringLiteral("installProgressIndicator")) {
+                        EXPECT_GE(bar->value(), last);
+                        last = bar->value();
+                    }
+                }
+            });
+            finished = user.isVisible(kResult);
+        }
+        EXPECT_GT(last, 0);
+        user.click(kClose);
+    });
+}
+
+TEST_F(Walk, AnUpgradeWarnsAndRemovesTheEarlierVersionFirst) {
+    installEarlierVersion();
+    write(kDriver + QStringLiteral("/left by the earlier version"), "x");
+    walk([](User &user) {
+        waitForTheCatalog(user);
+        user.waitForText(QStringLiteral("warningField"), QStringLiteral("3.9.1"));
+        EXPECT_TRUE(user.isVisible(QStringLiteral("warningField")));
+        EXPECT_TRUE(user.isVisible(QStringLiteral("warningImageView")));
+        user.click(kBox);
+        user.click(kForward);
+        user.click(kForward);
+        user.waitForVisible(kResult);
+        EXPECT_EQ(user.text(QStringLiteral("installationResultLabel")), textOf("InstallSuccessful"));
+        user.click(kClose);
+    });
+    EXPECT_FALSE(exists(kDriver + QStringLiteral("/left by the earlier version")));
+    expectInstalled(this, read(QStringLiteral("/var/db/receipts/com.Brelund.QuorlixInstaller.plist")), "4.2.0");
+    EXPECT_TRUE(logEntries().contains(QStringLiteral("Older Brelund Quorlix Driver uninstalled successfully.")));
+}
+
+TEST_F(Walk, AFailureIsShownWithItsTexts) {
+    putPackage({QStringLiteral("--version"), QStringLiteral("4.2.0"), QStringLiteral("--fail"),
+                QStringLiteral("postinstall")});
+    walk([](User &user) {
+        acceptTerms(user);
+        user.click(kForward);
+        user.click(kForward);
+        user.waitForVisible(kResult);
+        EXPECT_EQ(user.text(QStringLiteral("installationResultLabel")), textOf("InstallFailed"));
+        EXPECT_EQ(user.text(QStringLiteral("installationSubResultLabel")), textOf("InstallFailedSubResult"));
+        user.click(kClose);
+    });
+    EXPECT_FALSE(exists(kDriver));
+    EXPECT_TRUE(logEntries().contains(QStringLiteral("Installation failed...")));
+}
+
+TEST_F(Walk, TheLogIsShownFilteredAndSaved) {
+    const QString saved = scratch() + QStringLiteral("/saved.txt");
+    walk([&](User &user) {
+        acceptTerms(user);
+        user.click(kForward);
+        user.click(kForward);
+        user.waitForVisible(kResult);
+        user.waitFor(
+            [this] { return controller->logTextView->text().startsWith(QStringLiteral("Wrapper Application Logs:")); },
+            "the log");
+        user.keyWithControl("l");
+        user.waitForVisible(QStringLiteral("logTextView"));
+        user.waitForActive(QStringLiteral("logWindow"));
+        user.keyWithControl("f");
+        user.type(QStringLiteral("installer"));
+        user.waitFor(
+            [this] {
+                const QString shown = controller->logTextView->text();
+                return shown.startsWith(QLatin1Char('\n')) && shown.contains(QStringLiteral("installer")) &&
+                       !shown.contains(QStringLiteral("Wrapper Application Logs:"));
+            },
+            "the filtered log");
+        user.keyWithControl("s");
+        user.waitFor(
+            [] {
+                return QApplication::activeModalWidget() != nullptr &&
+                       QApplication::activeWindow() == QApplication::activeModalWidget() &&
+                       qobject_cast<QLineEdit *>(QApplication::focusWidget()) != nullptr;
+            },
+            "the save panel's name field");
+        user.keyWithControl("a");
+        user.type(saved);
+        user.key("Return");
+        user.waitFor([&] { return QFileInfo::exists(saved) && QApplication::activeModalWidget() == nullptr; },
+                     "the saved log");
+        user.onMain([] { QApplication::exit(0); });
+    });
+    QFile file(saved);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(file.readAll()), controller->logFileData);
+}
+
+TEST_F(Walk, AMissingPackageIsSaidAndNothingCanBeDone) {
+    QFile::remove(scratch() + QStringLiteral("/Installer/OSX/Brelund Quorlix Driver.pkg"));
+    walk([](User &user) {
+        user.waitForText(QStringLiteral("packageNameLabel"), textOf("MissingPackage"));
+        EXPECT_FALSE(user.isEnabled(kBox));
+        EXPECT_FALSE(user.isEnabled(kForward));
+        user.drag(QStringLiteral("sourceIconView"), user.centerOf(QStringLiteral("destinationIconView")));
+        EXPECT_TRUE(user.isVisible(kDrag));
+        user.click(QStringLiteral("cancelButton"));
+    });
+}
+
+TEST_F(Walk, TheCloseWidgetEndsTheProgramWhileTheEngineIsIdle) {
+    const int status = walk([](User &user) {
+        waitForTheCatalog(user);
+        user.onMain([] { QApplication::activeWindow()->close(); });
+    });
+    EXPECT_EQ(status, 0);
+}
+
+} // namespace

@@ -1,0 +1,380 @@
+#include "WizardTest.h"
+
+#include "ui/views/ImageView.h"
+#include "ui/wizard/BorderBox.h"
+#include "ui/wizard/EvenProgressBar.h"
+#include "ui/wizard/Label.h"
+#include "ui/wizard/Spinner.h"
+#include "ui/wizard/colors.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QFontDatabase>
+#include <QGroupBox>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+#include <QTest>
+#include <QToolBar>
+
+using kyb::Color;
+
+namespace {
+
+const QString kAwkward = QStringLiteral("<b>Fish</b> & chips &amp; <i>more");
+
+TEST_F(WizardTest, ShowsTextsAsTheyStand) {
+    for (const char *name :
+         {"titleDragandDropMessage", "agreeTermsOfKYB", "cancelButton", "aboutMenuItem", "installerLog",
+          "appsBusyWarningSheet_warning", "titleWindow", "warningSheetTextView", "licenseTextView", "logTextView"}) {
+        control(name).setText(kAwkward);
+        EXPECT_EQ(control(name).text().toStdString(), kAwkward.toStdString()) << name;
+    }
+    EXPECT_EQ(object<QLabel>("titleDragandDropMessage").textFormat(), Qt::PlainText);
+    EXPECT_EQ(object<QLabel>("agreeTermsOfKYB").textFormat(), Qt::PlainText);
+}
+
+TEST_F(WizardTest, AnAmpersandInATitleIsNoShortcut) {
+    control("cancelButton").setText(QStringLiteral("Stop & go"));
+    EXPECT_TRUE(object<QPushButton>("cancelButton").shortcut().isEmpty());
+    EXPECT_EQ(object<QPushButton>("cancelButton").text().toStdString(), "Stop && go");
+    control("agreeTermsOfKYB").setText(QStringLiteral("Terms & conditions"));
+    EXPECT_EQ(object<QLabel>("agreeTermsOfKYB").text().toStdString(), "Terms && conditions");
+}
+
+TEST_F(WizardTest, ANewTitleLeavesTheShortcut) {
+    const QKeySequence before = object<QPushButton>("backButton").shortcut();
+    ASSERT_FALSE(before.isEmpty());
+    control("backButton").setText(QStringLiteral("Zurück"));
+    EXPECT_EQ(object<QPushButton>("backButton").shortcut(), before);
+}
+
+TEST_F(WizardTest, FitsAButtonToItsTitleAndLeavesTheOthers) {
+    open();
+    control("termsOfServiceButton").setText(QStringLiteral("Terms"));
+    control("termsOfServiceButton").sizeToFit();
+    QCoreApplication::processEvents();
+    const int narrow = object("termsOfServiceButton").width();
+    const QRect cancel = object("cancelButton").geometry();
+    const QRect forward = object("multipleActionsButton").geometry();
+    control("termsOfServiceButton").setText(QStringLiteral("All the terms and conditions of this service"));
+    control("termsOfServiceButton").sizeToFit();
+    QCoreApplication::processEvents();
+    EXPECT_GT(object("termsOfServiceButton").width(), narrow + 100);
+    EXPECT_EQ(object("cancelButton").geometry(), cancel);
+    EXPECT_EQ(object("multipleActionsButton").geometry(), forward);
+}
+
+TEST_F(WizardTest, EnablesAndDisables) {
+    for (const char *name : {"multipleActionsButton", "checkBoxButton", "quitMenuItem", "installerLog", "searchItem"}) {
+        control(name).setEnabled(false);
+        EXPECT_FALSE(control(name).isEnabled()) << name;
+        control(name).setEnabled(true);
+        EXPECT_TRUE(control(name).isEnabled()) << name;
+    }
+}
+
+TEST_F(WizardTest, APressRunsTheActionWithItsSender) {
+    kyb::Control *sender = nullptr;
+    control("cancelButton").onAction([&](kyb::Control &pressed) { sender = &pressed; });
+    object<QPushButton>("cancelButton").click();
+    EXPECT_EQ(sender, &control("cancelButton"));
+}
+
+TEST_F(WizardTest, ADisabledButtonCannotBePressed) {
+    int &presses = actionsOf("multipleActionsButton");
+    control("multipleActionsButton").setEnabled(false);
+    object<QPushButton>("multipleActionsButton").click();
+    EXPECT_EQ(presses, 0);
+}
+
+TEST_F(WizardTest, ACheckBoxReportsClicksOnly) {
+    int &clicks = actionsOf("checkBoxButton");
+    control("checkBoxButton").setState(1);
+    EXPECT_EQ(control("checkBoxButton").state(), 1);
+    EXPECT_EQ(clicks, 0);
+    object<QCheckBox>("checkBoxButton").click();
+    EXPECT_EQ(control("checkBoxButton").state(), 0);
+    EXPECT_EQ(clicks, 1);
+}
+
+TEST_F(WizardTest, AClickOnALabelIsAClickOnItsCheckBox) {
+    open();
+    control("agreeTermsOfKYB").setText(QStringLiteral("I agree"));
+    int &clicks = actionsOf("checkBoxButton");
+    QTest::mouseClick(&object("agreeTermsOfKYB"), Qt::LeftButton);
+    EXPECT_EQ(control("checkBoxButton").state(), 1);
+    QTest::mouseClick(&object("agreeTermsOfKYB"), Qt::RightButton);
+    control("checkBoxButton").setEnabled(false);
+    QTest::mouseClick(&object("agreeTermsOfKYB"), Qt::LeftButton);
+    EXPECT_EQ(control("checkBoxButton").state(), 1);
+    EXPECT_EQ(clicks, 1);
+    EXPECT_EQ(object("checkBoxButton").accessibleName().toStdString(), "I agree");
+}
+
+TEST_F(WizardTest, APressThatLeavesTheLabelIsNoClick) {
+    open();
+    QWidget &label = object("agreeTermsOfKYB");
+    QTest::mousePress(&label, Qt::LeftButton);
+    QTest::mouseRelease(&label, Qt::LeftButton, {}, QPoint(5, -20));
+    EXPECT_EQ(control("checkBoxButton").state(), 0);
+}
+
+TEST_F(WizardTest, TransparentKeepsItsPlaceAndIsOutOfReach) {
+    open();
+    const QRect cancel = object("cancelButton").geometry();
+    const QRect place = object("multipleActionsButton").geometry();
+    control("closeButton").setTransparent(true);
+    control("multipleActionsButton").setTransparent(true);
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(control("multipleActionsButton").isVisible());
+    EXPECT_EQ(object("cancelButton").geometry(), cancel);
+    int &presses = actionsOf("multipleActionsButton");
+    QTest::mouseClick(object("multipleActionsButton").parentWidget(), Qt::LeftButton, {}, place.center());
+    EXPECT_EQ(presses, 0);
+    control("multipleActionsButton").setTransparent(false);
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(control("multipleActionsButton").isVisible());
+    EXPECT_EQ(object("multipleActionsButton").geometry(), place);
+}
+
+TEST_F(WizardTest, HiddenAndTransparentAreTwoThings) {
+    control("backButton").setTransparent(true);
+    control("backButton").setHidden(true);
+    control("backButton").setTransparent(false);
+    EXPECT_FALSE(control("backButton").isVisible());
+    control("backButton").setHidden(false);
+    EXPECT_TRUE(control("backButton").isVisible());
+}
+
+TEST_F(WizardTest, AScreenComesOnTopAndFillsTheBox) {
+    open();
+    control("installationBox").addSubview(control("licenseView"));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(object("licenseView").geometry(), object("installationBox").rect());
+    const QPoint middle = object("installationBox").rect().center();
+    EXPECT_TRUE(object("licenseView").isAncestorOf(object("installationBox").childAt(middle)));
+    EXPECT_TRUE(control("installationView").isVisible()); // beneath
+}
+
+TEST_F(WizardTest, AHiddenScreenStaysHiddenWhenItIsAdded) {
+    control("installationView").setHidden(true);
+    control("installationView").removeFromSuperview();
+    control("installationBox").addSubview(control("installationView"));
+    EXPECT_FALSE(control("installationView").isVisible());
+    control("installationView").setHidden(false);
+    EXPECT_TRUE(control("installationView").isVisible());
+}
+
+TEST_F(WizardTest, ARemovedScreenIsGoneUntilItIsAddedAgain) {
+    control("installationBox").addSubview(control("publicOrPrivateView"));
+    control("publicOrPrivateView").removeFromSuperview();
+    control("publicOrPrivateView").setHidden(false);
+    EXPECT_FALSE(control("publicOrPrivateView").isVisible());
+    EXPECT_FALSE(control("publicMessage").isVisible());
+    control("installationBox").addSubview(control("publicOrPrivateView"));
+    EXPECT_TRUE(control("publicMessage").isVisible());
+}
+
+TEST_F(WizardTest, ShowsPictures) {
+    control("arrowImageView").setImage({QStringLiteral("Drag_arrow.png"), {}});
+    control("sourceIconView").setImage({QStringLiteral("Package.png"), {128, 128}});
+    EXPECT_EQ(object<kyb::ImageView>("arrowImageView").image().name.toStdString(), "Drag_arrow.png");
+    EXPECT_EQ(object<kyb::ImageView>("sourceIconView").image().size, QSize(128, 128));
+}
+
+TEST_F(WizardTest, TheTermsHaveAClearBorderOrAPurelyRedOne) {
+    const auto &box = object<kyb::BorderBox>("termsAndConditionsViewBox");
+    EXPECT_EQ(box.borderColor().alpha(), 0);
+    control("termsAndConditionsViewBox").setBorderColor(Color::Red);
+    EXPECT_EQ(box.borderColor(), QColor(255, 0, 0));
+    control("termsAndConditionsViewBox").setBorderColor(Color::Clear);
+    EXPECT_EQ(box.borderColor().alpha(), 0);
+}
+
+TEST_F(WizardTest, TheRedBorderIsDrawn) {
+    open();
+    QWidget &box = object("termsAndConditionsViewBox");
+    control("termsAndConditionsViewBox").setBorderColor(Color::Red);
+    EXPECT_EQ(box.grab().toImage().pixelColor(box.width() / 2, 1), QColor(255, 0, 0));
+    control("termsAndConditionsViewBox").setBorderColor(Color::Clear);
+    EXPECT_NE(box.grab().toImage().pixelColor(box.width() / 2, 1), QColor(255, 0, 0));
+}
+
+TEST_F(WizardTest, ATextCanBeRedOrBlack) {
+    control("packageNameLabel").setTextColor(Color::Red);
+    EXPECT_EQ(object("packageNameLabel").palette().color(QPalette::WindowText), QColor(255, 0, 0));
+    control("packageNameLabel").setTextColor(Color::Standard);
+    EXPECT_NE(object("packageNameLabel").palette().color(QPalette::WindowText), QColor(255, 0, 0));
+    control("warningSheetTextView").setTextColor(Color::Black);
+    EXPECT_EQ(object("warningSheetTextView").palette().color(QPalette::WindowText), QColor(0, 0, 0));
+    EXPECT_FALSE(object("warningSheetTextView").autoFillBackground());
+}
+
+TEST_F(WizardTest, BlackTextIsReadableInTheDark) {
+    control("warningSheetTextView").setTextColor(Color::Black);
+    goDark();
+    const QPalette palette = object("warningSheetTextView").palette();
+    EXPECT_EQ(palette.color(QPalette::WindowText), QColor(0, 0, 0));
+    EXPECT_EQ(palette.color(QPalette::Window), QColor(255, 255, 255));
+    EXPECT_TRUE(object("warningSheetTextView").autoFillBackground());
+}
+
+TEST_F(WizardTest, TextsFollowTheAppearance) {
+    const auto contrastOf = [this](const char *name) {
+        const QPalette palette = object(name).palette();
+        return kyb::contrast(palette.color(QPalette::WindowText), QApplication::palette().color(QPalette::Window));
+    };
+    for (const char *name : {"progressInfoLabel", "titleDragandDropMessage", "packageNameLabel"}) {
+        EXPECT_GE(contrastOf(name), 4.5) << name;
+    }
+    goDark();
+    for (const char *name : {"progressInfoLabel", "titleDragandDropMessage", "packageNameLabel"}) {
+        EXPECT_GE(contrastOf(name), 4.5) << name;
+    }
+}
+
+TEST_F(WizardTest, HeadlinesAreLargerAndBolder) {
+    const QFont headline = object("titleDragandDropMessage").font();
+    const QFont body = object("agreeTermsOfKYB").font();
+    EXPECT_GT(headline.pointSizeF(), 1.3 * body.pointSizeF());
+    EXPECT_GT(headline.weight(), body.weight());
+    EXPECT_GT(object("quit_App_WarningSheet_installerBusyMessage").font().weight(), body.weight());
+}
+
+TEST_F(WizardTest, TakesAFontThatTheSystemHas) {
+    const QString family = QFontDatabase::families().constFirst();
+    control("logTextView").setFont({family, 15.0});
+    EXPECT_EQ(control("logTextView").font().family, family);
+    EXPECT_EQ(control("logTextView").font().sizePoints, 15.0);
+}
+
+TEST_F(WizardTest, SkipsAFontThatTheSystemLacks) {
+    const kyb::FontChoice before = control("logTextView").font();
+    control("logTextView").setFont({QStringLiteral("No Such Font At All"), 31.0});
+    control("logTextView").setFont({QString(), 31.0});
+    EXPECT_EQ(control("logTextView").font().family, before.family);
+    EXPECT_EQ(control("logTextView").font().sizePoints, before.sizePoints);
+}
+
+TEST_F(WizardTest, TheProgressBarGlidesToItsValue) {
+    open();
+    showScreen("installationProgressView");
+    const auto &bar = object<kyb::EvenProgressBar>("installProgressIndicator");
+    control("installProgressIndicator").setValue(0);
+    control("installProgressIndicator").setValue(42.5);
+    EXPECT_EQ(control("installProgressIndicator").value(), 42.5);
+    EXPECT_LT(bar.shownPercentage(), 42.5);
+    double last = 0;
+    waitUntil([&] {
+        EXPECT_GE(bar.shownPercentage(), last);
+        last = bar.shownPercentage();
+        return last == 42.5;
+    });
+}
+
+TEST_F(WizardTest, WhatTheProgressBarShowsGoesBackToZeroOnly) {
+    open();
+    showScreen("installationProgressView");
+    const auto &bar = object<kyb::EvenProgressBar>("installProgressIndicator");
+    control("installProgressIndicator").setValue(70);
+    waitUntil([&] { return bar.shownPercentage() == 70; });
+    control("installProgressIndicator").setValue(5);
+    EXPECT_EQ(control("installProgressIndicator").value(), 5);
+    EXPECT_EQ(bar.shownPercentage(), 70);
+    EXPECT_FALSE(bar.isGliding());
+    control("installProgressIndicator").setValue(0);
+    EXPECT_EQ(bar.shownPercentage(), 0);
+}
+
+TEST_F(WizardTest, TheProgressBarShowsNoMoreThanAll) {
+    control("installProgressIndicator").setValue(150);
+    EXPECT_EQ(control("installProgressIndicator").value(), 150);
+    EXPECT_EQ(object<kyb::EvenProgressBar>("installProgressIndicator").shownPercentage(), 100);
+}
+
+TEST_F(WizardTest, TheSpinnerTurnsBetweenStartAndStop) {
+    const auto &spinner = object<kyb::Spinner>("initializationProgressIndicator");
+    control("initializationProgressIndicator").startAnimation();
+    EXPECT_TRUE(spinner.isTurning());
+    control("initializationProgressIndicator").stopAnimation();
+    EXPECT_FALSE(spinner.isTurning());
+}
+
+TEST_F(WizardTest, WhatIsAwaitedGoesWithTheSpinner) {
+    EXPECT_TRUE(control("initializingInstaller").isVisible());
+    control("initializationProgressIndicator").setHidden(true);
+    EXPECT_FALSE(control("initializingInstaller").isVisible());
+}
+
+TEST_F(WizardTest, DrawsAtOnceWhenAsked) {
+    open();
+    showScreen("installationProgressView");
+    control("installProgressViewBoldLabel").setText(QStringLiteral("Installing"));
+    control("installationProgressView").displayNow();
+    EXPECT_EQ(object("installationProgressView").geometry(), object("installationBox").rect());
+    EXPECT_GT(object("installProgressViewBoldLabel").width(), 100);
+}
+
+TEST_F(WizardTest, TheLogMenuIsThereOnceItHasSomething) {
+    control("showLogMenuItem"); // known to the program
+    EXPECT_FALSE(control("installerLog").isVisible());
+    EXPECT_FALSE(control("showLogMenuItem").isEnabled());
+    control("showLogMenuItem").setHidden(false);
+    EXPECT_TRUE(control("installerLog").isVisible());
+    EXPECT_TRUE(control("showLogMenuItem").isVisible());
+}
+
+TEST_F(WizardTest, AMenuItemRunsItsAction) {
+    int &choices = actionsOf("quitMenuItem");
+    object<QAction>("quitMenuItem").trigger();
+    EXPECT_EQ(choices, 1);
+}
+
+TEST_F(WizardTest, TheLogButtonFollowsTheMenuItem) {
+    open();
+    showScreen("installationResultView");
+    auto &button = object<QPushButton>("showLogButton");
+    EXPECT_FALSE(button.isVisible());
+    control("showLogMenuItem").setHidden(false);
+    control("showLogMenuItem").setEnabled(true);
+    EXPECT_TRUE(button.isVisible());
+    EXPECT_TRUE(button.isEnabled());
+    int &choices = actionsOf("showLogMenuItem");
+    button.click();
+    EXPECT_EQ(choices, 1);
+}
+
+TEST_F(WizardTest, ToolbarItemsComeWhenTheyAreInserted) {
+    auto &bar = object<QToolBar>("logToolBar");
+    ASSERT_EQ(bar.actions().size(), 1);
+    for (int time = 0; time < 2; ++time) {
+        control("logToolBar").insertItem(control("searchItem"), 1);
+        control("logToolBar").insertItem(control("saveButtonItem"), 2);
+        ASSERT_EQ(bar.actions().size(), 3);
+        EXPECT_EQ(bar.actions()[1]->objectName().toStdString(), "searchItem");
+        EXPECT_EQ(bar.actions()[2]->objectName().toStdString(), "saveButtonItem");
+    }
+}
+
+TEST_F(WizardTest, AnIndexPastTheEndOfTheToolbarIsTheEnd) {
+    control("logToolBar").insertItem(control("saveButtonItem"), 99);
+    EXPECT_EQ(object<QToolBar>("logToolBar").actions().constLast()->objectName().toStdString(), "saveButtonItem");
+}
+
+TEST_F(WizardTest, TheSearchFieldReportsEachKeystroke) {
+    control("logToolBar").insertItem(control("searchItem"), 1);
+    control("logWindow").makeKeyAndOrderFront();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&object("logWindow")));
+    QStringList reported;
+    control("searchItem").onAction([&](kyb::Control &sender) { reported << sender.text(); });
+    auto *field = object("logToolBar").findChild<QLineEdit *>();
+    ASSERT_NE(field, nullptr);
+    QTest::keyClicks(field, QStringLiteral("abc"));
+    EXPECT_EQ(reported, QStringList({QStringLiteral("a"), QStringLiteral("ab"), QStringLiteral("abc")}));
+    field->setFocus();
+    QTest::keyClick(field, Qt::Key_Escape);
+    EXPECT_EQ(control("searchItem").text().toStdString(), "");
+}
+
+} // namespace

@@ -1,0 +1,93 @@
+#include "WizardTest.h"
+
+#include "ui/rich_text.h"
+#include "ui/wizard/RichTextView.h"
+#include "ui/wizard/colors.h"
+
+#include <QTextBlock>
+#include <QTextLayout>
+
+namespace {
+
+class TermsView : public WizardTest {
+protected:
+    kyb::RichTextView &view = object<kyb::RichTextView>("licenseTextView");
+
+    void show(const QByteArray &rtf) { control("licenseTextView").setRichText(kyb::parseRichText(rtf)); }
+    QTextCharFormat formatAt(int position) const {
+        QTextCursor cursor(view.document());
+        cursor.setPosition(position + 1);
+        return cursor.charFormat();
+    }
+};
+
+TEST_F(TermsView, ShowsStylesAndParagraphs) {
+    show("{\\rtf1\\ansi\\fs28 A\\b B\\b0\\i C\\i0\\ul D\\par\\qc\\fs20 E}");
+    EXPECT_EQ(control("licenseTextView").text().toStdString(), "ABCD\nE");
+    EXPECT_EQ(formatAt(0).fontPointSize(), 14);
+    EXPECT_EQ(formatAt(0).fontWeight(), int(QFont::Normal));
+    EXPECT_EQ(formatAt(1).fontWeight(), int(QFont::Bold));
+    EXPECT_TRUE(formatAt(2).fontItalic());
+    EXPECT_TRUE(formatAt(3).fontUnderline());
+    EXPECT_EQ(view.document()->lastBlock().blockFormat().alignment(), Qt::AlignHCenter);
+}
+
+TEST_F(TermsView, ANewTextReplacesTheOldOne) {
+    show("{\\rtf1 old\\par old}");
+    show("{\\rtf1 new}");
+    EXPECT_EQ(control("licenseTextView").text().toStdString(), "new");
+    control("licenseTextView").setText(QStringLiteral("License file missing!"));
+    EXPECT_EQ(control("licenseTextView").text().toStdString(), "License file missing!");
+    goDark();
+    EXPECT_EQ(control("licenseTextView").text().toStdString(), "License file missing!");
+}
+
+TEST_F(TermsView, IsForReadingOnly) {
+    EXPECT_TRUE(view.isReadOnly());
+    EXPECT_FALSE(view.textInteractionFlags().testFlag(Qt::LinksAccessibleByMouse));
+    EXPECT_FALSE(view.textInteractionFlags().testFlag(Qt::LinksAccessibleByKeyboard));
+}
+
+TEST_F(TermsView, TheLinesOfAListItemBeginBelowEachOther) {
+    show("{\\rtf1\\pard\\li720\\fi-720 \\tab 1.\\tab " + QByteArray("word ").repeated(60) + "}");
+    open();
+    showScreen("licenseView");
+    view.grab();
+    const QTextLayout &layout = *view.document()->firstBlock().layout();
+    ASSERT_GT(layout.lineCount(), 1);
+    EXPECT_NEAR(layout.lineAt(0).cursorToX(4), layout.lineAt(1).cursorToX(layout.lineAt(1).textStart()), 1);
+}
+
+TEST_F(TermsView, BeginsAtTheTop) {
+    show("{\\rtf1 " + QByteArray("line\\par ").repeated(400) + "}");
+    EXPECT_EQ(view.textCursor().position(), 0);
+}
+
+TEST_F(TermsView, ColoursOfThePaperAreReadableInTheDark) {
+    const QByteArray black = "{\\rtf1{\\colortbl;\\red0\\green0\\blue0;}\\cf1 black}";
+    show(black);
+    EXPECT_EQ(formatAt(0).foreground().color(), QColor(0, 0, 0));
+    goDark();
+    waitUntil([&] {
+        const QColor ground = view.palette().color(QPalette::Base);
+        return kyb::contrast(formatAt(0).foreground().color(), ground) >= 4.5;
+    });
+}
+
+TEST(ReadableColor, LeavesWhatCanBeRead) {
+    EXPECT_EQ(kyb::readableColor(Qt::black, Qt::white), QColor(Qt::black));
+    EXPECT_EQ(kyb::readableColor(QColor(0, 0, 160), Qt::white), QColor(0, 0, 160));
+}
+
+TEST(ReadableColor, TurnsTheLightnessAndKeepsTheHue) {
+    const QColor shown = kyb::readableColor(QColor(0, 0, 160), Qt::black);
+    EXPECT_GT(kyb::contrast(shown, Qt::black), kyb::contrast(QColor(0, 0, 160), Qt::black));
+    EXPECT_NEAR(shown.hueF(), QColor(0, 0, 160).hueF(), 0.01);
+}
+
+TEST(Contrast, GoesFromOneToTwentyOne) {
+    EXPECT_DOUBLE_EQ(kyb::contrast(Qt::black, Qt::white), 21.0);
+    EXPECT_DOUBLE_EQ(kyb::contrast(Qt::red, Qt::red), 1.0);
+}
+
+} // namespace

@@ -1,0 +1,181 @@
+#include "WizardTest.h"
+
+#include "shell/KYGlobalConstants.h"
+#include "shell/threads.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QMessageBox>
+#include <QScreen>
+#include <QTest>
+#include <QWindow>
+
+namespace {
+
+TEST_F(WizardTest, TheMainWindowHasOneSizeAndStandsInTheMiddle) {
+    open();
+    EXPECT_EQ(wizard->window()->centralWidget()->size(), QSize(720, 480));
+    EXPECT_EQ(wizard->window()->minimumSize(), wizard->window()->maximumSize());
+    const QPoint off = wizard->window()->geometry().center() - wizard->window()->screen()->availableGeometry().center();
+    EXPECT_LT(off.manhattanLength(), 8);
+}
+
+TEST_F(WizardTest, NoTextOfAScreenChangesTheSizeOfTheWindow) {
+    open();
+    const QSize before = wizard->window()->size();
+    control("titleDragandDropMessage").setText(QStringLiteral("Word ").repeated(200));
+    control("packageNameLabel").setText(QStringLiteral("Wordwordword").repeated(40));
+    control("cancelButton").setText(QStringLiteral("A rather long title for a button"));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(wizard->window()->size(), before);
+}
+
+TEST_F(WizardTest, TheMainWindowClosesWhenNothingRuns) {
+    open();
+    EXPECT_TRUE(wizard->window()->close());
+    EXPECT_FALSE(control("parentWindow").isVisible());
+}
+
+TEST_F(WizardTest, TheMainWindowStaysWhileTheEngineWorks) {
+    open();
+    for (kyb::Flag *flag : {&installationInProgress, &uninstallationInProgress}) {
+        *flag = true;
+        EXPECT_FALSE(wizard->window()->close());
+        EXPECT_TRUE(control("parentWindow").isVisible());
+        *flag = false;
+    }
+}
+
+TEST_F(WizardTest, TheCloseButtonCanBeTakenAway) {
+    open();
+    control("parentWindow").setCloseButtonEnabled(false);
+    EXPECT_FALSE(wizard->window()->windowHandle()->flags().testFlag(Qt::WindowCloseButtonHint));
+    EXPECT_FALSE(wizard->window()->close());
+    EXPECT_TRUE(control("parentWindow").isVisible());
+    control("parentWindow").setCloseButtonEnabled(true);
+    EXPECT_TRUE(wizard->window()->windowHandle()->flags().testFlag(Qt::WindowCloseButtonHint));
+    EXPECT_TRUE(wizard->window()->close());
+}
+
+TEST_F(WizardTest, TheApplicationEndsWithItsLastWindow) {
+    kyb::onMainThread([this] {
+        control("parentWindow").makeKeyAndOrderFront();
+        control("logWindow").makeKeyAndOrderFront();
+        object("logWindow").close();
+        wizard->window()->close();
+    });
+    EXPECT_EQ(wizard->run(), 0);
+}
+
+TEST_F(WizardTest, ClosingTheLogEndsNothing) {
+    bool ended = true;
+    kyb::onMainThread([&] {
+        control("parentWindow").makeKeyAndOrderFront();
+        control("logWindow").makeKeyAndOrderFront();
+        object("logWindow").close();
+        kyb::onMainThread([&] {
+            ended = false;
+            wizard->window()->close();
+        });
+    });
+    wizard->run();
+    EXPECT_FALSE(ended);
+}
+
+TEST_F(WizardTest, WithoutItsLastWindowItGoesOnWhileTheEngineWorks) {
+    bool goesOn = false;
+    kyb::onMainThread([&] {
+        control("logWindow").makeKeyAndOrderFront();
+        installationInProgress = true;
+        object("logWindow").close();
+        kyb::onMainThread([&] {
+            goesOn = true;
+            QCoreApplication::exit(7);
+        });
+    });
+    EXPECT_EQ(wizard->run(), 7);
+    EXPECT_TRUE(goesOn);
+}
+
+TEST_F(WizardTest, QuittingFromOutsideIsRefusedWhileTheEngineWorks) {
+    controller.connectOutlets(*wizard);
+    open();
+    installationInProgress = true;
+    QEvent quit(QEvent::Quit);
+    quit.accept();
+    QCoreApplication::sendEvent(qApp, &quit);
+    EXPECT_FALSE(quit.isAccepted());
+    EXPECT_TRUE(control("parentWindow").isVisible());
+    EXPECT_TRUE(control("quitAppWarningSheet").isVisible());
+}
+
+TEST_F(WizardTest, QuittingFromOutsideEndsAnIdleApplication) {
+    kyb::onMainThread([this] {
+        control("parentWindow").makeKeyAndOrderFront();
+        QEvent quit(QEvent::Quit);
+        QCoreApplication::sendEvent(qApp, &quit);
+    });
+    EXPECT_EQ(wizard->run(), 0);
+}
+
+TEST_F(WizardTest, ASheetBlocksTheMainWindowAlone) {
+    open();
+    for (const char *name : {"quitAppWarningSheet", "warningSheetWindow", "appsBusyWarningSheetWindow"}) {
+        control("parentWindow").beginSheet(control(name));
+        EXPECT_TRUE(control(name).isVisible()) << name;
+        EXPECT_EQ(object(name).windowModality(), Qt::WindowModal) << name;
+        EXPECT_EQ(object(name).parentWidget(), wizard->window()) << name;
+        int &presses = actionsOf("cancelButton");
+        QTest::mouseClick(wizard->window()->windowHandle(), Qt::LeftButton, {},
+                          object("cancelButton").mapTo(wizard->window(), QPoint(10, 10)));
+        EXPECT_EQ(presses, 0) << name;
+        control(name).endSheet();
+        control(name).orderOut();
+        EXPECT_FALSE(control(name).isVisible()) << name;
+    }
+}
+
+TEST_F(WizardTest, TheCloseButtonOfASheetPressesItsCancelButton) {
+    open();
+    int &presses = actionsOf("quit_App_WarningSheet_OK");
+    control("parentWindow").beginSheet(control("quitAppWarningSheet"));
+    object("quitAppWarningSheet").close();
+    EXPECT_EQ(presses, 1);
+    EXPECT_TRUE(control("quitAppWarningSheet").isVisible());
+}
+
+TEST_F(WizardTest, ASheetBringsAMinimisedWindowBack) {
+    open();
+    wizard->window()->showMinimized();
+    EXPECT_TRUE(control("parentWindow").isMinimised());
+    control("parentWindow").beginSheet(control("quitAppWarningSheet"));
+    EXPECT_FALSE(control("parentWindow").isMinimised());
+}
+
+TEST_F(WizardTest, AMinimisedWindowIsNotVisible) {
+    control("logWindow").makeKeyAndOrderFront();
+    EXPECT_TRUE(control("logWindow").isVisible());
+    object("logWindow").showMinimized();
+    EXPECT_FALSE(control("logWindow").isVisible());
+    control("logWindow").makeKeyAndOrderFront();
+    EXPECT_TRUE(control("logWindow").isVisible());
+    control("logWindow").orderOut();
+    EXPECT_FALSE(control("logWindow").isVisible());
+}
+
+TEST_F(WizardTest, TheLogWindowOpensInItsOwnSize) {
+    control("logWindow").makeKeyAndOrderFront();
+    EXPECT_EQ(object("logWindow").size(), QSize(880, 560));
+}
+
+TEST_F(WizardTest, TheAboutPanelTellsNameAndVersion) {
+    open();
+    object<QAction>("aboutMenuItem").trigger();
+    const auto *panel = wizard->window()->findChild<QMessageBox *>();
+    ASSERT_NE(panel, nullptr);
+    EXPECT_EQ(panel->text().toStdString(), "Brelund Quorlix Installer");
+    EXPECT_FALSE(QCoreApplication::applicationVersion().isEmpty());
+    EXPECT_TRUE(panel->informativeText().contains(QCoreApplication::applicationVersion()));
+}
+
+} // namespace
