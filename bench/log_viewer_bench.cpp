@@ -3,7 +3,7 @@
 
 #include "Sample.h"
 
-#include "logging/log_viewer_text.h"
+#include "text/log_viewer_text.h"
 #include "ui/views/LogTextView.h"
 
 #include <QApplication>

@@ -2,7 +2,7 @@
 // not counted: the fake clock does not wait.
 
 #include "FakeMachine.h"
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
 #include <QCoreApplication>
 #include <benchmark/benchmark.h>

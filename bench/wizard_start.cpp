@@ -3,11 +3,11 @@
 
 #include "FirstPaint.h"
 
-#include "shell/KYAppDelegate.h"
-#include "shell/KYViewController.h"
-#include "shell/resources.h"
-#include "shell/threads.h"
+#include "base/threads.h"
+#include "controller/KYAppDelegate.h"
+#include "controller/KYViewController.h"
 #include "shell/wizard_module.h"
+#include "text/resources.h"
 
 #include <QApplication>
 

@@ -1,7 +1,7 @@
 // WriteLog against a bare loop that opens, appends and closes. The system log goes nowhere.
 
+#include "controller/KYViewController.h"
 #include "platform/system_root.h"
-#include "shell/KYViewController.h"
 
 #include <QCoreApplication>
 #include <QDir>

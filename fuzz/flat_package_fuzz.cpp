@@ -1,9 +1,9 @@
 // A package of any content is read as the installer reads one before it writes anything.
 
-#include "macroot/flat_package.h"
-#include "macroot/install_error.h"
-#include "macroot/package_writer.h"
-#include "macroot/payload.h"
+#include "flat_package.h"
+#include "install_error.h"
+#include "package_writer.h"
+#include "payload.h"
 
 #include <unistd.h>
 

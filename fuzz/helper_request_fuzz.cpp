@@ -1,7 +1,7 @@
 // What a client may send to the privileged helper: any bytes at all.
 
-#include "helper/linux/request.h"
-#include "platform/linux/channel_message.h"
+#include "channel/channel_message.h"
+#include "linux/request.h"
 
 #include <algorithm>
 #include <cstddef>

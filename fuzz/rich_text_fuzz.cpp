@@ -1,6 +1,6 @@
 // Terms of any bytes: whatever they are, what is read of them can be shown.
 
-#include "ui/rich_text.h"
+#include "text/rich_text.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // String tables of any bytes: every broken entry is reported, in order, and none takes the entry after it along.
 
-#include "ui/string_table.h"
+#include "text/string_table.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
-#include "helper/CommandQueue.h"
+#include "CommandQueue.h"
 
-#include "helper/helper_log.h"
+#include "helper_log.h"
 
 #include <algorithm>
 #include <csignal>

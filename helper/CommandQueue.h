@@ -1,7 +1,7 @@
 #pragma once
 
-#include "helper/ProgressReport.h"
-#include "helper/ShellCommand.h"
+#include "ProgressReport.h"
+#include "ShellCommand.h"
 
 #include <chrono>
 #include <deque>

@@ -1,4 +1,4 @@
-#include "helper/ProgressFile.h"
+#include "ProgressFile.h"
 
 #include <cerrno>
 #include <fcntl.h>

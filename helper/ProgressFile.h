@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/posix/unique_fd.h"
+#include "posix/UniqueFd.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
-#include "helper/ProgressReport.h"
+#include "ProgressReport.h"
 
-#include "install/failure_texts.h"
-#include "privileged/message_keys.h"
+#include "channel/failure_texts.h"
+#include "channel/message_keys.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "helper/ProgressFile.h"
+#include "ProgressFile.h"
 
 #include <optional>
 #include <string>

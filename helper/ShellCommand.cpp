@@ -1,4 +1,4 @@
-#include "helper/ShellCommand.h"
+#include "ShellCommand.h"
 
 #include <algorithm>
 #include <array>

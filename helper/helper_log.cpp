@@ -1,4 +1,4 @@
-#include "helper/helper_log.h"
+#include "helper_log.h"
 
 #include <array>
 #include <ctime>

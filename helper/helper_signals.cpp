@@ -1,4 +1,4 @@
-#include "helper/helper_signals.h"
+#include "helper_signals.h"
 
 #include <array>
 #include <cerrno>

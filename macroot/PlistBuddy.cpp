@@ -1,7 +1,7 @@
 // PlistBuddy -c COMMAND [-c COMMAND ...] FILE: reads and changes a property list, and saves it when all commands ran.
 
-#include "macroot/file_replace.h"
-#include "macroot/plist_commands.h"
+#include "file_replace.h"
+#include "plist_commands.h"
 
 #include <algorithm>
 #include <cstdio>

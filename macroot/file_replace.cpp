@@ -1,6 +1,6 @@
-#include "macroot/file_replace.h"
+#include "file_replace.h"
 
-#include "macroot/unique_fd.h"
+#include "posix/UniqueFd.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

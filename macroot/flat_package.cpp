@@ -1,8 +1,8 @@
-#include "macroot/flat_package.h"
+#include "flat_package.h"
 
-#include "macroot/archive_handle.h"
-#include "macroot/install_error.h"
-#include "macroot/payload_path.h"
+#include "archive_handle.h"
+#include "install_error.h"
+#include "payload_path.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "macroot/package_info.h"
-#include "macroot/unique_fd.h"
+#include "package_info.h"
+#include "posix/UniqueFd.h"
 
 #include <archive.h>
 

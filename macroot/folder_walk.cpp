@@ -1,7 +1,7 @@
-#include "macroot/folder_walk.h"
+#include "folder_walk.h"
 
-#include "macroot/install_error.h"
-#include "macroot/payload_path.h"
+#include "install_error.h"
+#include "payload_path.h"
 
 #include <dirent.h>
 #include <fcntl.h>

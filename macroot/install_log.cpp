@@ -1,8 +1,8 @@
-#include "macroot/install_log.h"
+#include "install_log.h"
 
-#include "macroot/folder_walk.h"
-#include "macroot/install_error.h"
-#include "macroot/printable.h"
+#include "folder_walk.h"
+#include "install_error.h"
+#include "printable.h"
 
 #include <fcntl.h>
 

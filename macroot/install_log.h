@@ -1,6 +1,6 @@
 #pragma once
 
-#include "macroot/unique_fd.h"
+#include "posix/UniqueFd.h"
 
 #include <ctime>
 #include <string>

@@ -1,9 +1,9 @@
-#include "macroot/installation.h"
+#include "installation.h"
 
-#include "macroot/folder_walk.h"
-#include "macroot/install_error.h"
-#include "macroot/package_script.h"
-#include "macroot/payload_path.h"
+#include "folder_walk.h"
+#include "install_error.h"
+#include "package_script.h"
+#include "payload_path.h"
 
 #include <fcntl.h>
 #include <sys/statvfs.h>

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "macroot/flat_package.h"
-#include "macroot/install_log.h"
-#include "macroot/installer_output.h"
-#include "macroot/payload.h"
-#include "macroot/receipt.h"
-#include "macroot/signal_watch.h"
-#include "macroot/stage.h"
+#include "flat_package.h"
+#include "install_log.h"
+#include "installer_output.h"
+#include "payload.h"
+#include "receipt.h"
+#include "signal_watch.h"
+#include "stage.h"
 
 #include <string>
 

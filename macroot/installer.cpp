@@ -1,7 +1,7 @@
 // installer -pkg PATH -target / [-verboseR]: installs a flat package below the root folder that this program lies in.
 
-#include "macroot/install_error.h"
-#include "macroot/installation.h"
+#include "install_error.h"
+#include "installation.h"
 
 #include <clocale>
 #include <csignal>

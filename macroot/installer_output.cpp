@@ -1,6 +1,6 @@
-#include "macroot/installer_output.h"
+#include "installer_output.h"
 
-#include "macroot/printable.h"
+#include "printable.h"
 
 #include <array>
 #include <cmath>

@@ -2,7 +2,7 @@
 //
 // Makes the sample driver package out of the folder "package" beside this program.
 
-#include "macroot/package_writer.h"
+#include "package_writer.h"
 
 #include <charconv>
 #include <clocale>
@@ -18,6 +18,7 @@
 
 namespace {
 
+using kyb::UniqueFd;
 using namespace kyb::macroot;
 
 constexpr std::string_view identifier = "com.Brelund.QuorlixInstaller";

@@ -1,7 +1,7 @@
-#include "macroot/package_info.h"
+#include "package_info.h"
 
-#include "macroot/install_error.h"
-#include "macroot/payload_path.h"
+#include "install_error.h"
+#include "payload_path.h"
 
 #include <pugixml.hpp>
 

@@ -1,7 +1,7 @@
-#include "macroot/package_script.h"
+#include "package_script.h"
 
-#include "macroot/install_error.h"
-#include "macroot/unique_fd.h"
+#include "install_error.h"
+#include "posix/UniqueFd.h"
 
 #include <fcntl.h>
 #include <poll.h>

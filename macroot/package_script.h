@@ -1,6 +1,6 @@
 #pragma once
 
-#include "macroot/signal_watch.h"
+#include "signal_watch.h"
 
 #include <functional>
 #include <string>

@@ -1,4 +1,4 @@
-#include "macroot/package_writer.h"
+#include "package_writer.h"
 
 #include <fcntl.h>
 #include <pugixml.hpp>

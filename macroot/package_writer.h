@@ -1,8 +1,8 @@
 #pragma once
 
-#include "macroot/archive_handle.h"
-#include "macroot/payload.h"
-#include "macroot/unique_fd.h"
+#include "archive_handle.h"
+#include "payload.h"
+#include "posix/UniqueFd.h"
 
 #include <cstdint>
 #include <filesystem>

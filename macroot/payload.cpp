@@ -1,9 +1,9 @@
-#include "macroot/payload.h"
+#include "payload.h"
 
-#include "macroot/archive_handle.h"
-#include "macroot/folder_walk.h"
-#include "macroot/install_error.h"
-#include "macroot/payload_path.h"
+#include "archive_handle.h"
+#include "folder_walk.h"
+#include "install_error.h"
+#include "payload_path.h"
 
 #include <fcntl.h>
 

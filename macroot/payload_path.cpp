@@ -1,4 +1,4 @@
-#include "macroot/payload_path.h"
+#include "payload_path.h"
 
 #include <algorithm>
 

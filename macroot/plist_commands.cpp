@@ -1,7 +1,7 @@
-#include "macroot/plist_commands.h"
+#include "plist_commands.h"
 
-#include "macroot/plist_value.h"
-#include "macroot/split_text.h"
+#include "plist_value.h"
+#include "split_text.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "macroot/plist_document.h"
+#include "plist_document.h"
 
 #include <cstdint>
 

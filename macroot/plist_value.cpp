@@ -1,4 +1,4 @@
-#include "macroot/plist_value.h"
+#include "plist_value.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "macroot/plist_document.h"
+#include "plist_document.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,6 +1,6 @@
-#include "macroot/receipt.h"
+#include "receipt.h"
 
-#include "macroot/plist_document.h"
+#include "plist_document.h"
 
 namespace kyb::macroot {
 

@@ -1,6 +1,6 @@
-#include "macroot/signal_watch.h"
+#include "signal_watch.h"
 
-#include "macroot/install_error.h"
+#include "install_error.h"
 
 #include <poll.h>
 

@@ -1,9 +1,9 @@
-#include "macroot/stage.h"
+#include "stage.h"
 
-#include "macroot/folder_walk.h"
-#include "macroot/install_error.h"
-#include "macroot/payload_path.h"
-#include "macroot/split_text.h"
+#include "folder_walk.h"
+#include "install_error.h"
+#include "payload_path.h"
+#include "split_text.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "macroot/payload.h"
-#include "macroot/unique_fd.h"
+#include "payload.h"
+#include "posix/UniqueFd.h"
 
 #include <set>
 #include <string>

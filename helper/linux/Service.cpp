@@ -1,12 +1,12 @@
-#include "helper/linux/Service.h"
+#include "linux/Service.h"
 
-#include "helper/helper_log.h"
-#include "helper/helper_signals.h"
-#include "helper/linux/Client.h"
-#include "helper/linux/request.h"
-#include "platform/linux/channel_message.h"
-#include "platform/linux/service_socket.h"
-#include "privileged/message_keys.h"
+#include "channel/ServiceSocket.h"
+#include "channel/channel_message.h"
+#include "channel/message_keys.h"
+#include "helper_log.h"
+#include "helper_signals.h"
+#include "linux/Client.h"
+#include "linux/request.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
-#include "helper/helper_log.h"
-#include "helper/linux/Service.h"
-#include "privileged/message_keys.h"
+#include "channel/message_keys.h"
+#include "helper_log.h"
+#include "linux/Service.h"
 
 #include <array>
 #include <climits>

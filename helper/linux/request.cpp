@@ -1,7 +1,7 @@
-#include "helper/linux/request.h"
+#include "linux/request.h"
 
-#include "platform/linux/channel_message.h"
-#include "privileged/message_keys.h"
+#include "channel/channel_message.h"
+#include "channel/message_keys.h"
 
 namespace kyb::helper {
 

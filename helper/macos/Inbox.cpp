@@ -1,4 +1,4 @@
-#include "helper/macos/Inbox.h"
+#include "macos/Inbox.h"
 
 #include <array>
 #include <fcntl.h>

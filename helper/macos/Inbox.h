@@ -1,7 +1,7 @@
 #pragma once
 
-#include "helper/CommandQueue.h"
-#include "platform/posix/unique_fd.h"
+#include "CommandQueue.h"
+#include "posix/UniqueFd.h"
 
 #include <mutex>
 #include <vector>

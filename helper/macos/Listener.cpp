@@ -1,8 +1,8 @@
-#include "helper/macos/Listener.h"
+#include "macos/Listener.h"
 
-#include "helper/helper_log.h"
-#include "helper/macos/client_trust.h"
-#include "privileged/message_keys.h"
+#include "channel/message_keys.h"
+#include "helper_log.h"
+#include "macos/client_trust.h"
 
 #include <dispatch/dispatch.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "helper/macos/Inbox.h"
+#include "macos/Inbox.h"
 
 #include <memory>
 #include <string>

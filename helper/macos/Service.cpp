@@ -1,8 +1,8 @@
-#include "helper/macos/Service.h"
+#include "macos/Service.h"
 
-#include "helper/helper_log.h"
-#include "helper/helper_signals.h"
-#include "helper/macos/Listener.h"
+#include "helper_log.h"
+#include "helper_signals.h"
+#include "macos/Listener.h"
 
 #include <algorithm>
 #include <array>

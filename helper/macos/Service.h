@@ -1,7 +1,7 @@
 #pragma once
 
-#include "helper/CommandQueue.h"
-#include "privileged/message_keys.h"
+#include "CommandQueue.h"
+#include "channel/message_keys.h"
 
 #include <chrono>
 #include <string>

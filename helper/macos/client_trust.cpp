@@ -1,8 +1,8 @@
-#include "helper/macos/client_trust.h"
+#include "macos/client_trust.h"
 
 #include "code_requirement.h"
-#include "platform/macos/available.h"
-#include "platform/macos/cf_ref.h"
+#include "macos/available.h"
+#include "macos/cf_ref.h"
 
 #include <Security/Security.h>
 

@@ -14,7 +14,7 @@ set(KYB_SIGNING_IDENTITY "" CACHE STRING
   "Signing identity: \"Developer ID Application: NAME (TEAM)\". Without one, the helper serves nobody")
 
 set(KYB_APP_IDENTIFIER "com.kyb.BrelundQuorlixInstaller")
-set(KYB_HELPER_LABEL "com.kyb.InstallerHelperTool") # also in src/privileged/message_keys.h
+set(KYB_HELPER_LABEL "com.kyb.InstallerHelperTool") # also in common/channel/message_keys.h
 set(KYB_HELPER_SERVICE "com.kyb.HelperTool.xpc") # NB: not the label
 set(KYB_BUNDLE_SOURCES "${CMAKE_CURRENT_LIST_DIR}")
 

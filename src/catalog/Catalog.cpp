@@ -1,13 +1,13 @@
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
 #include "catalog/version_list.h"
 #include "platform/property_list.h"
 #include "platform/system_log.h"
 #include "platform/system_root.h"
-#include "shell/format.h"
-#include "shell/resources.h"
-#include "ui/localized_text.h"
-#include "ui/string_table.h"
+#include "text/format.h"
+#include "text/localized_text.h"
+#include "text/resources.h"
+#include "text/string_table.h"
 
 #include <QFile>
 #include <QFileInfo>

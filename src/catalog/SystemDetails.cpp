@@ -1,11 +1,11 @@
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
 #include "catalog/system_version.h"
 #include "platform/locale_info.h"
 #include "platform/property_list.h"
 #include "platform/system_root.h"
 #include "platform/volume.h"
-#include "ui/localized_text.h"
+#include "text/localized_text.h"
 
 using kyb::localizedText;
 

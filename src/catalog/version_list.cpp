@@ -1,7 +1,7 @@
 #include "catalog/version_list.h"
 
-#include "logging/line_breaks.h"
-#include "shell/utf8.h"
+#include "text/line_breaks.h"
+#include "text/utf8.h"
 
 namespace kyb {
 namespace {

@@ -1,10 +1,10 @@
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
 #include "install/command_lines.h"
 #include "platform/system_root.h"
-#include "shell/format.h"
-#include "ui/localized_text.h"
-#include "ui/string_table.h"
+#include "text/format.h"
+#include "text/localized_text.h"
+#include "text/string_table.h"
 
 #include <QCoreApplication>
 #include <QFile>

@@ -1,12 +1,12 @@
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
 #include "install/command_lines.h"
 #include "install/phases.h"
 #include "platform/clock.h"
 #include "platform/system_log.h"
 #include "platform/system_root.h"
-#include "shell/resources.h"
-#include "ui/localized_text.h"
+#include "text/localized_text.h"
+#include "text/resources.h"
 
 #include <QFileInfo>
 #include <algorithm>

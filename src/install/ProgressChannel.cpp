@@ -1,7 +1,7 @@
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
 #include "platform/clock.h"
-#include "ui/localized_text.h"
+#include "text/localized_text.h"
 
 #include <atomic>
 #include <thread>

@@ -1,7 +1,7 @@
 #include "install/phases.h"
 
-#include "install/failure_texts.h"
-#include "shell/utf8.h"
+#include "channel/failure_texts.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 #include <iterator>

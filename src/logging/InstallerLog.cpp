@@ -1,7 +1,7 @@
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
 #include "platform/system_root.h"
-#include "shell/utf8.h"
+#include "text/utf8.h"
 
 #include <QFile>
 #include <QSaveFile>

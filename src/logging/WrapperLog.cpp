@@ -1,4 +1,4 @@
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
 #include "platform/locale_info.h"
 #include "platform/system_log.h"

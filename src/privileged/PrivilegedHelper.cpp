@@ -1,4 +1,4 @@
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
 #include "install/command_lines.h"
 #include "platform/helper_connection.h"

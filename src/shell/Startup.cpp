@@ -1,7 +1,7 @@
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
+#include "base/notification_center.h"
 #include "platform/activation.h"
-#include "shell/notification_center.h"
 
 KYViewController::~KYViewController() {
     for (const int observation : observations_) {

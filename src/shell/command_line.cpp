@@ -1,7 +1,7 @@
 #include "shell/command_line.h"
 
+#include "base/KYGlobalConstants.h"
 #include "platform/current_user.h"
-#include "shell/KYGlobalConstants.h"
 
 #include <strings.h>
 

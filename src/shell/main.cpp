@@ -1,11 +1,11 @@
+#include "base/threads.h"
+#include "controller/KYAppDelegate.h"
+#include "controller/KYViewController.h"
 #include "platform/system_root.h"
-#include "shell/KYAppDelegate.h"
-#include "shell/KYViewController.h"
 #include "shell/command_line.h"
 #include "shell/quit_signals.h"
-#include "shell/resources.h"
-#include "shell/threads.h"
 #include "shell/wizard_module.h"
+#include "text/resources.h"
 
 #include <QCoreApplication>
 #include <csignal>

@@ -1,6 +1,6 @@
 #include "shell/quit_signals.h"
 
-#include "shell/threads.h"
+#include "base/threads.h"
 
 #include <array>
 #include <cerrno>

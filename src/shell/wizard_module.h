@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/interface.h"
+#include "controller/interface.h"
 
 #include <QString>
 

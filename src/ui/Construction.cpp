@@ -1,7 +1,7 @@
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
-#include "ui/localized_text.h"
-#include "ui/string_table.h"
+#include "text/localized_text.h"
+#include "text/string_table.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
-#include "shell/resources.h"
-#include "ui/localized_text.h"
-#include "ui/rich_text.h"
+#include "text/localized_text.h"
+#include "text/resources.h"
+#include "text/rich_text.h"
 
 #include <QFile>
 

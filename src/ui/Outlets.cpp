@@ -1,4 +1,4 @@
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
 namespace {
 

@@ -1,6 +1,4 @@
-#include "shell/KYViewController.h"
-
-#include "shell/KYAppDelegate.h"
+#include "controller/KYViewController.h"
 
 namespace {
 
@@ -43,24 +41,4 @@ void KYViewController::warningSheetCancelPressed(Sender) {
 void KYViewController::appsBusyWarningSheetCancelPressed(Sender) {
     warningSheetTextView->setTextColor(kyb::Color::Black); // NB: the other sheet's text
     close(appsBusyWarningSheetWindow);
-}
-
-bool KYAppDelegate::isSafeToCloseWindow() const {
-    return !uninstallationInProgress && !installationInProgress;
-}
-
-bool KYAppDelegate::windowShouldClose() const {
-    return isSafeToCloseWindow();
-}
-
-bool KYAppDelegate::applicationShouldTerminateAfterLastWindowClosed() const {
-    return isSafeToCloseWindow();
-}
-
-bool KYAppDelegate::applicationShouldTerminate() {
-    if (isSafeToCloseWindow()) {
-        return true;
-    }
-    controller_.displayWarningSheetWhenQuittingApplication(nullptr);
-    return false;
 }

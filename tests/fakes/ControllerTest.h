@@ -2,7 +2,7 @@
 
 #include "FakeInterface.h"
 #include "FakeMachine.h"
-#include "shell/KYViewController.h"
+#include "controller/KYViewController.h"
 
 #include <QCoreApplication>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ui/interface.h"
-#include "ui/rich_text.h"
+#include "controller/interface.h"
+#include "text/rich_text.h"
 
 #include <QStringList>
 #include <map>

@@ -1,6 +1,6 @@
-#include "helper/linux/Client.h"
+#include "linux/Client.h"
 
-#include "platform/linux/channel_message.h"
+#include "channel/channel_message.h"
 
 #include <gtest/gtest.h>
 #include <linux/sockios.h>

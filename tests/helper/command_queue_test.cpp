@@ -1,4 +1,4 @@
-#include "helper/CommandQueue.h"
+#include "CommandQueue.h"
 
 #include "TempRoot.h"
 

@@ -1,6 +1,6 @@
 #include "TempRoot.h"
 
-#include "platform/posix/unique_fd.h"
+#include "posix/UniqueFd.h"
 
 #include <cstdio>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "helper/ProgressReport.h"
+#include "ProgressReport.h"
 
 #include "TempRoot.h"
 

@@ -1,6 +1,6 @@
 // The helper with an idle limit of 0 to 5 milliseconds, another for each process, so that it ends while clients come.
 
-#include "helper/linux/Service.h"
+#include "linux/Service.h"
 
 #include <filesystem>
 #include <unistd.h>

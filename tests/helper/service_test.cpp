@@ -1,9 +1,9 @@
-#include "helper/linux/Service.h"
+#include "linux/Service.h"
 
 #include "TempRoot.h"
-#include "platform/linux/channel_message.h"
-#include "platform/linux/service_socket.h"
-#include "privileged/message_keys.h"
+#include "channel/ServiceSocket.h"
+#include "channel/channel_message.h"
+#include "channel/message_keys.h"
 
 #include <csignal>
 #include <cstring>

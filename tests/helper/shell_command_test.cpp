@@ -1,6 +1,6 @@
-#include "helper/ShellCommand.h"
+#include "ShellCommand.h"
 
-#include "platform/posix/unique_fd.h"
+#include "posix/UniqueFd.h"
 
 #include <csignal>
 #include <fcntl.h>

@@ -1,7 +1,7 @@
-#include "macroot/folder_walk.h"
+#include "folder_walk.h"
 
-#include "macroot/install_error.h"
-#include "macroot/mac_root.h"
+#include "install_error.h"
+#include "mac_root.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
-#include "macroot/install_error.h"
-#include "macroot/install_log.h"
+#include "install_error.h"
+#include "install_log.h"
 
-#include "macroot/folder_walk.h"
-#include "macroot/mac_root.h"
+#include "folder_walk.h"
+#include "mac_root.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>

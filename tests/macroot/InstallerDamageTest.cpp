@@ -1,5 +1,5 @@
-#include "macroot/mac_root.h"
-#include "macroot/package_writer.h"
+#include "mac_root.h"
+#include "package_writer.h"
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
-#include "macroot/mac_root.h"
-#include "macroot/test_package.h"
+#include "mac_root.h"
+#include "test_package.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "macroot/installer_output.h"
+#include "installer_output.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "macroot/mac_root.h"
-#include "macroot/plist_commands.h"
-#include "macroot/test_package.h"
+#include "mac_root.h"
+#include "plist_commands.h"
+#include "test_package.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>

@@ -1,6 +1,6 @@
-#include "macroot/install_error.h"
-#include "macroot/package_info.h"
-#include "macroot/package_writer.h"
+#include "install_error.h"
+#include "package_info.h"
+#include "package_writer.h"
 
 #include <gmock/gmock.h>
 

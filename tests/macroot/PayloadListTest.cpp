@@ -1,5 +1,5 @@
-#include "macroot/install_error.h"
-#include "macroot/payload.h"
+#include "install_error.h"
+#include "payload.h"
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
-#include "macroot/mac_root.h"
-#include "macroot/plist_commands.h"
+#include "mac_root.h"
+#include "plist_commands.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>

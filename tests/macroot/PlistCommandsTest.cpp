@@ -1,6 +1,6 @@
-#include "macroot/plist_commands.h"
+#include "plist_commands.h"
 
-#include "macroot/plist_value.h"
+#include "plist_value.h"
 
 #include <gmock/gmock.h>
 

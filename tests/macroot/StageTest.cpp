@@ -1,8 +1,8 @@
-#include "macroot/stage.h"
+#include "stage.h"
 
-#include "macroot/folder_walk.h"
-#include "macroot/install_error.h"
-#include "macroot/mac_root.h"
+#include "folder_walk.h"
+#include "install_error.h"
+#include "mac_root.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

@@ -1,6 +1,6 @@
-#include "macroot/flat_package.h"
-#include "macroot/mac_root.h"
-#include "macroot/plist_commands.h"
+#include "flat_package.h"
+#include "mac_root.h"
+#include "plist_commands.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "macroot/mac_root.h"
+#include "mac_root.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
-#include "macroot/mac_root.h"
+#include "mac_root.h"
 
-#include "macroot/stage.h"
+#include "stage.h"
 
 #include <sys/stat.h>
 

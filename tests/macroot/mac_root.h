@@ -1,6 +1,6 @@
 #pragma once
 
-#include "macroot/program.h"
+#include "program.h"
 
 #include <filesystem>
 #include <map>

@@ -1,6 +1,6 @@
-#include "macroot/program.h"
+#include "program.h"
 
-#include "macroot/package_writer.h"
+#include "package_writer.h"
 
 #include <fcntl.h>
 #include <spawn.h>

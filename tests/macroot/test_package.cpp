@@ -1,4 +1,4 @@
-#include "macroot/test_package.h"
+#include "test_package.h"
 
 namespace kyb::macroot {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "macroot/package_writer.h"
+#include "package_writer.h"
 
 #include <filesystem>
 #include <functional>

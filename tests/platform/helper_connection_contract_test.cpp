@@ -1,9 +1,9 @@
 // What every machine's helper connection holds to where nobody publishes the service.
 
 #include "QtTest.h"
+#include "base/threads.h"
+#include "channel/message_keys.h"
 #include "platform/helper_connection.h"
-#include "privileged/message_keys.h"
-#include "shell/threads.h"
 
 #include <atomic>
 #include <vector>

@@ -1,5 +1,5 @@
+#include "channel/message_keys.h"
 #include "code_requirement.h"
-#include "privileged/message_keys.h"
 
 #include <cstdlib>
 #include <fstream>

@@ -27,13 +27,13 @@ if [ "$architecture" != x86_64 ]; then
 fi
 
 count=0
-for source in "$root"/src/platform/macos/*.cpp "$root"/src/platform/posix/*.cpp "$root"/helper/*.cpp \
-    "$root"/helper/macos/*.cpp; do
+for source in "$root"/src/platform/macos/*.cpp "$root"/src/platform/posix/*.cpp \
+    "$root"/helper/*.cpp "$root"/helper/macos/*.cpp; do
     # shellcheck disable=SC2086 # lists of options
     "$compiler" --target="$architecture-apple-macos11" -std=c++20 -fblocks -fsyntax-only -nostdinc++ -nostdlibinc \
         -U__nonnull -D_GNU_SOURCE -D__linux__ $processor $warnings \
         -DQT_NO_CAST_FROM_ASCII -DQT_NO_CAST_TO_ASCII -DQT_NO_KEYWORDS \
-        -I "$root/src" -I "$root" -I "$bundle_files" -isystem "$root/tests/fakes/macos/include" $qt \
+        -I "$root/common" -I "$root/src" -I "$root/helper" -I "$bundle_files" -isystem "$root/tests/fakes/macos/include" $qt \
         -isystem "$stand_ins" -isystem "/usr/include/c++/$gcc_version" -isystem "/usr/include/$host/c++/$gcc_version" \
         -isystem "/usr/include/$host" -isystem /usr/include "$source"
     count=$((count + 1))

@@ -1,8 +1,8 @@
 #include "platform/helper_connection.h"
 
-#include "privileged/message_keys.h"
+#include "base/threads.h"
+#include "channel/message_keys.h"
 #include "recorded.h"
-#include "shell/threads.h"
 
 #include <cstdlib>
 #include <future>

@@ -1,4 +1,4 @@
-#include "helper/macos/Service.h"
+#include "macos/Service.h"
 
 #include "code_requirement.h"
 #include "recorded.h"

@@ -1,8 +1,8 @@
 #include "platform/privileges.h"
 
+#include "channel/message_keys.h"
 #include "platform/helper_connection.h"
 #include "platform/macos/open_connections.h"
-#include "privileged/message_keys.h"
 #include "recorded.h"
 
 #include <atomic>

@@ -1,7 +1,7 @@
 #include "shell/command_line.h"
 
 #include "FakeMachine.h"
-#include "shell/KYGlobalConstants.h"
+#include "base/KYGlobalConstants.h"
 
 #include <gtest/gtest.h>
 #include <vector>

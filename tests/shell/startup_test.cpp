@@ -1,5 +1,5 @@
 #include "ControllerTest.h"
-#include "shell/notification_center.h"
+#include "base/notification_center.h"
 
 namespace {
 

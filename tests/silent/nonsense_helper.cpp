@@ -1,8 +1,8 @@
 // A helper that answers a message without a progress file well, and any other with the nonsense that the file
 // "nonsense" beside it names: close, half, garbage, array or oversize.
 
-#include "platform/linux/channel_message.h"
-#include "privileged/message_keys.h"
+#include "channel/channel_message.h"
+#include "channel/message_keys.h"
 
 #include <cstring>
 #include <filesystem>

@@ -1,5 +1,5 @@
 #include "ControllerTest.h"
-#include "shell/KYAppDelegate.h"
+#include "controller/KYAppDelegate.h"
 
 namespace {
 

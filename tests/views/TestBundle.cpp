@@ -1,8 +1,8 @@
 #include "TestBundle.h"
 
-#include "shell/notification_center.h"
-#include "shell/resources.h"
-#include "ui/localized_text.h"
+#include "base/notification_center.h"
+#include "text/localized_text.h"
+#include "text/resources.h"
 #include "ui/views/stroke.h"
 
 #include <QBuffer>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/KYGlobalConstants.h"
+#include "base/KYGlobalConstants.h"
 
 #include <QByteArray>
 #include <QColor>

@@ -1,6 +1,6 @@
 #include "User.h"
 
-#include "shell/threads.h"
+#include "base/threads.h"
 
 #include <QAction>
 #include <QApplication>

@@ -1,8 +1,8 @@
 #include "Walk.h"
 
-#include "shell/KYAppDelegate.h"
-#include "shell/KYViewController.h"
-#include "shell/resources.h"
+#include "controller/KYAppDelegate.h"
+#include "controller/KYViewController.h"
+#include "text/resources.h"
 #include "ui/wizard/Wizard.h"
 
 #include <QApplication>

@@ -6,9 +6,9 @@
 
 #include "Walk.h"
 
-#include "shell/KYAppDelegate.h"
-#include "shell/KYGlobalConstants.h"
-#include "shell/KYViewController.h"
+#include "base/KYGlobalConstants.h"
+#include "controller/KYAppDelegate.h"
+#include "controller/KYViewController.h"
 
 #include <QApplication>
 #include <QFile>

@@ -1,8 +1,8 @@
 #include "Walk.h"
 
-#include "shell/KYGlobalConstants.h"
-#include "shell/KYViewController.h"
-#include "ui/localized_text.h"
+#include "base/KYGlobalConstants.h"
+#include "controller/KYViewController.h"
+#include "text/localized_text.h"
 
 #include <QApplication>
 #include <QFile>

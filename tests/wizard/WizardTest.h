@@ -1,7 +1,7 @@
 #pragma once
 
-#include "shell/KYAppDelegate.h"
-#include "shell/KYViewController.h"
+#include "controller/KYAppDelegate.h"
+#include "controller/KYViewController.h"
 #include "ui/wizard/Wizard.h"
 #include "ui/wizard/WizardWindow.h"
 

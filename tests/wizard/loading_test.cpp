@@ -1,6 +1,6 @@
 #include "FakeMachine.h"
 #include "WizardTest.h"
-#include "ui/string_table.h"
+#include "text/string_table.h"
 
 #include <QAbstractButton>
 #include <QAccessible>

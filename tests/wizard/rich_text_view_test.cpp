@@ -1,6 +1,6 @@
 #include "WizardTest.h"
 
-#include "ui/rich_text.h"
+#include "text/rich_text.h"
 #include "ui/wizard/RichTextView.h"
 #include "ui/wizard/colors.h"
 

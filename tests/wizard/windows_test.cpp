@@ -1,7 +1,7 @@
 #include "WizardTest.h"
 
-#include "shell/KYGlobalConstants.h"
-#include "shell/threads.h"
+#include "base/KYGlobalConstants.h"
+#include "base/threads.h"
 
 #include <QApplication>
 #include <QDialog>

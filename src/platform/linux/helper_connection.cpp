@@ -1,12 +1,12 @@
 #include "platform/helper_connection.h"
 
-#include "platform/linux/channel_message.h"
+#include "base/threads.h"
+#include "channel/ServiceSocket.h"
+#include "channel/channel_message.h"
+#include "channel/message_keys.h"
 #include "platform/linux/helper_launch.h"
 #include "platform/linux/missing_helper_events.h"
-#include "platform/linux/service_socket.h"
 #include "platform/system_root.h"
-#include "privileged/message_keys.h"
-#include "shell/threads.h"
 
 #include <QFile>
 #include <algorithm>

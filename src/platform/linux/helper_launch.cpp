@@ -1,6 +1,6 @@
 #include "platform/linux/helper_launch.h"
 
-#include "privileged/message_keys.h"
+#include "channel/message_keys.h"
 
 #include <algorithm>
 #include <csignal>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/service_socket.h"
+#include "channel/ServiceSocket.h"
 
 #include <string>
 

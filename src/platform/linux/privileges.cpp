@@ -2,8 +2,8 @@
 
 #include "platform/bundle.h"
 #include "platform/linux/missing_helper_events.h"
-#include "platform/posix/unique_fd.h"
 #include "platform/system_root.h"
+#include "posix/UniqueFd.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,7 +1,7 @@
 #include "platform/property_list.h"
 
-#include "platform/linux/plist_guard.h"
-#include "platform/posix/unique_fd.h"
+#include "channel/plist_guard.h"
+#include "posix/UniqueFd.h"
 
 #include <QFile>
 #include <QLocale>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/macos/cf_ref.h"
+#include "macos/cf_ref.h"
 
 #include <QString>
 

@@ -1,7 +1,7 @@
 #include "platform/helper_connection.h"
 
+#include "channel/message_keys.h"
 #include "platform/macos/open_connections.h"
-#include "privileged/message_keys.h"
 
 #include <cstdlib>
 #include <dispatch/dispatch.h>

@@ -1,6 +1,6 @@
 #include "ui/views/DragBoundary.h"
 
-#include "shell/threads.h"
+#include "base/threads.h"
 
 #include <QCoreApplication>
 #include <QDrag>

@@ -1,7 +1,7 @@
 #include "ui/views/KYBackgroundView.h"
 
-#include "shell/KYGlobalConstants.h"
-#include "ui/localized_text.h"
+#include "base/KYGlobalConstants.h"
+#include "text/localized_text.h"
 #include "ui/views/image_loading.h"
 
 #include <QPainter>

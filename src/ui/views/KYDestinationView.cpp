@@ -1,7 +1,7 @@
 #include "ui/views/KYDestinationView.h"
 
-#include "shell/notification_center.h"
-#include "ui/localized_text.h"
+#include "base/notification_center.h"
+#include "text/localized_text.h"
 #include "ui/views/image_loading.h"
 #include "ui/views/stroke.h"
 

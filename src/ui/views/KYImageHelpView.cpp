@@ -1,6 +1,6 @@
 #include "ui/views/KYImageHelpView.h"
 
-#include "ui/localized_text.h"
+#include "text/localized_text.h"
 
 KYImageHelpView::KYImageHelpView(QWidget *parent) : ImageView(parent) {
     setAccessibleName(kyb::localizedText(QStringLiteral("HelpIconName")));

@@ -1,8 +1,8 @@
 #include "ui/views/KYSourceView.h"
 
-#include "shell/notification_center.h"
-#include "shell/threads.h"
-#include "ui/localized_text.h"
+#include "base/notification_center.h"
+#include "base/threads.h"
+#include "text/localized_text.h"
 #include "ui/views/DragBoundary.h"
 #include "ui/views/SlideBack.h"
 #include "ui/views/image_loading.h"

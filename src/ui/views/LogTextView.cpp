@@ -1,6 +1,6 @@
 #include "ui/views/LogTextView.h"
 
-#include "ui/localized_text.h"
+#include "text/localized_text.h"
 #include "ui/views/accessibility.h"
 
 #include <QAccessible>

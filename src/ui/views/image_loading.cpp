@@ -1,6 +1,6 @@
 #include "ui/views/image_loading.h"
 
-#include "shell/resources.h"
+#include "text/resources.h"
 #include "ui/views/icns.h"
 
 #include <QBuffer>

@@ -1,6 +1,6 @@
 #include "ui/views/row_index.h"
 
-#include "logging/line_breaks.h"
+#include "text/line_breaks.h"
 
 #include <QChar>
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "ui/wizard/Controls.h"
 
-#include "ui/rich_text.h"
+#include "text/rich_text.h"
 #include "ui/views/ImageView.h"
 #include "ui/views/LogTextView.h"
 #include "ui/wizard/BorderBox.h"

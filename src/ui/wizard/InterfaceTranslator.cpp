@@ -1,8 +1,8 @@
 #include "ui/wizard/InterfaceTranslator.h"
 
-#include "shell/resources.h"
-#include "ui/localized_text.h"
-#include "ui/string_table.h"
+#include "text/localized_text.h"
+#include "text/resources.h"
+#include "text/string_table.h"
 
 #include <QCoreApplication>
 #include <QFile>

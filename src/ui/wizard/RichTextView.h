@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/rich_text.h"
+#include "text/rich_text.h"
 
 #include <QTextEdit>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/outlet.h"
+#include "controller/outlet.h"
 
 class QWidget;
 

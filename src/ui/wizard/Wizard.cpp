@@ -1,6 +1,6 @@
 #include "ui/wizard/Wizard.h"
 
-#include "shell/KYAppDelegate.h"
+#include "controller/KYAppDelegate.h"
 #include "ui/views/image_loading.h"
 #include "ui/wizard/Controls.h"
 #include "ui/wizard/InterfaceLoader.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/interface.h"
+#include "controller/interface.h"
 #include "ui/wizard/InterfaceTranslator.h"
 #include "ui/wizard/WizardApplication.h"
 

@@ -1,6 +1,6 @@
 #include "ui/wizard/WizardApplication.h"
 
-#include "shell/KYAppDelegate.h"
+#include "controller/KYAppDelegate.h"
 #include "ui/wizard/BareStyle.h"
 
 #include <QEvent>

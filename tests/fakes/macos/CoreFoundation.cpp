@@ -1,6 +1,6 @@
 #include "FakeMacOS.h"
 
-#include "platform/linux/plist_guard.h"
+#include "channel/plist_guard.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,8 +1,8 @@
 #include "ChannelTest.h"
 
+#include "base/threads.h"
+#include "channel/message_keys.h"
 #include "platform/bundle.h"
-#include "privileged/message_keys.h"
-#include "shell/threads.h"
 
 #include <chrono>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #include "TempRoot.h"
 
-#include "privileged/message_keys.h"
+#include "channel/message_keys.h"
 
 #include <chrono>
 #include <csignal>

@@ -1,9 +1,9 @@
 #include "ChannelTest.h"
 #include "FakeService.h"
 
-#include "platform/linux/channel_message.h"
-#include "privileged/message_keys.h"
-#include "shell/threads.h"
+#include "base/threads.h"
+#include "channel/channel_message.h"
+#include "channel/message_keys.h"
 
 #include <algorithm>
 #include <atomic>

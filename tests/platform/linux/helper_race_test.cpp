@@ -2,9 +2,9 @@
 
 #include "ChannelTest.h"
 
+#include "base/threads.h"
+#include "channel/message_keys.h"
 #include "platform/privileges.h"
-#include "privileged/message_keys.h"
-#include "shell/threads.h"
 
 #include <atomic>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "platform/linux/plist_guard.h"
+#include "channel/plist_guard.h"
 
 #include "TempRoot.h"
 #include "platform/property_list.h"

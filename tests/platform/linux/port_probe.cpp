@@ -1,10 +1,10 @@
 // Prints what ports say that read their settings once per process.
 
+#include "channel/message_keys.h"
 #include "platform/helper_connection.h"
 #include "platform/locale_info.h"
 #include "platform/privileges.h"
 #include "platform/system_root.h"
-#include "privileged/message_keys.h"
 
 #include <QCoreApplication>
 #include <cstdio>

@@ -1,9 +1,9 @@
 #include "ChannelTest.h"
 #include "Probe.h"
 
+#include "channel/message_keys.h"
 #include "platform/bundle.h"
 #include "platform/privileges.h"
-#include "privileged/message_keys.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,0 +1,94 @@
+#include "channel/channel_message.h"
+
+#include "channel/plist_guard.h"
+
+#include <cstdlib>
+#include <memory>
+#include <plist/plist.h>
+
+namespace kyb {
+namespace {
+
+struct PlistDeleter {
+    void operator()(void *node) const { plist_free(node); }
+};
+using Plist = std::unique_ptr<void, PlistDeleter>;
+
+struct CFree {
+    void operator()(char *text) const { std::free(text); }
+};
+using CText = std::unique_ptr<char, CFree>;
+
+Plist parsed(std::string_view propertyList) {
+    if (plist_is_binary(propertyList.data(), static_cast<std::uint32_t>(propertyList.size())) == 0 ||
+        !isSafeForLibplist(propertyList)) {
+        return nullptr;
+    }
+    plist_t root = nullptr;
+    plist_from_bin(propertyList.data(), static_cast<std::uint32_t>(propertyList.size()), &root);
+    return Plist(root);
+}
+
+std::optional<std::string> textOf(plist_t node) {
+    if (plist_get_node_type(node) != PLIST_STRING) {
+        return {};
+    }
+    std::uint64_t length = 0;
+    const char *text = plist_get_string_ptr(node, &length);
+    return text != nullptr ? std::string(text, length) : std::string();
+}
+
+std::string header(std::size_t length) {
+    std::string bytes;
+    for (unsigned shift = 8 * kFrameHeaderBytes; shift > 0; shift -= 8) {
+        bytes.push_back(static_cast<char>(length >> (shift - 8) & 0xFF));
+    }
+    return bytes;
+}
+
+} // namespace
+
+std::optional<std::size_t> messageLength(const std::array<unsigned char, kFrameHeaderBytes> &header) {
+    std::size_t length = 0;
+    for (const unsigned char byte : header) {
+        length = length << 8 | byte;
+    }
+    return length >= 1 && length <= kMaxMessageBytes ? std::optional(length) : std::nullopt;
+}
+
+std::optional<std::string> encodeFrame(const std::vector<std::pair<std::string, std::string>> &texts) {
+    const Plist dictionary(plist_new_dict());
+    for (const auto &[key, text] : texts) {
+        plist_dict_set_item(dictionary.get(), key.c_str(), plist_new_string(text.c_str()));
+    }
+    char *bytes = nullptr;
+    std::uint32_t length = 0;
+    plist_to_bin(dictionary.get(), &bytes, &length);
+    const CText owner(bytes);
+    if (bytes == nullptr || length > kMaxMessageBytes) {
+        return {};
+    }
+    return header(length).append(bytes, length);
+}
+
+std::optional<ChannelMessage> decodeMessage(std::string_view propertyList) {
+    const Plist root = parsed(propertyList);
+    if (root == nullptr || plist_get_node_type(root.get()) != PLIST_DICT) {
+        return {};
+    }
+    ChannelMessage message;
+    plist_dict_iter place = nullptr;
+    plist_dict_new_iter(root.get(), &place);
+    const CText placeOwner(static_cast<char *>(place));
+    for (plist_t node = nullptr;;) {
+        char *key = nullptr;
+        plist_dict_next_item(root.get(), place, &key, &node);
+        const CText keyOwner(key);
+        if (key == nullptr || node == nullptr) {
+            return message;
+        }
+        message.insert_or_assign(key, textOf(node));
+    }
+}
+
+} // namespace kyb

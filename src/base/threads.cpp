@@ -1,0 +1,126 @@
+#include "base/threads.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QThread>
+#include <atomic>
+#include <condition_variable>
+#include <cstdio>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <unistd.h>
+
+namespace kyb {
+namespace {
+
+const QEvent::Type kTurn = static_cast<QEvent::Type>(QEvent::registerEventType());
+
+/// The tasks that wait for the main thread. The event that is posted says only that there are some.
+class MainQueue {
+public:
+    void add(std::function<void()> task) {
+        const std::lock_guard lock(mutex_);
+        tasks_.push_back(std::move(task));
+    }
+
+    std::function<void()> takeFirst() {
+        const std::lock_guard lock(mutex_);
+        if (tasks_.empty()) {
+            return {};
+        }
+        std::function<void()> first = std::move(tasks_.front());
+        tasks_.pop_front();
+        return first;
+    }
+
+private:
+    std::mutex mutex_;
+    std::deque<std::function<void()>> tasks_;
+};
+
+MainQueue &mainQueue() {
+    static auto *queue = new MainQueue; // NB: never destroyed; threads outlive static objects
+    return *queue;
+}
+
+/// Lives in the main thread, as a child of the application object, and runs one task for each event.
+class MainQueueReceiver : public QObject {
+public:
+    using QObject::QObject;
+
+protected:
+    bool event(QEvent *event) override {
+        if (event->type() != kTurn) {
+            return QObject::event(event);
+        }
+        if (const std::function<void()> task = mainQueue().takeFirst()) {
+            task();
+        }
+        return true;
+    }
+};
+
+std::atomic<MainQueueReceiver *> receiver{nullptr};
+
+void makeReceiver() {
+    receiver = new MainQueueReceiver(QCoreApplication::instance());
+    QObject::connect(receiver, &QObject::destroyed, [] { receiver = nullptr; });
+}
+Q_COREAPP_STARTUP_FUNCTION(makeReceiver)
+
+std::atomic<int> runningTasks{0};
+
+} // namespace
+
+void onMainThread(std::function<void()> task) {
+    if (MainQueueReceiver *target = receiver) {
+        mainQueue().add(std::move(task));
+        QCoreApplication::postEvent(target, new QEvent(kTurn));
+    }
+}
+
+void onMainThreadAndWait(std::function<void()> task) {
+    if (isMainThread()) {
+        task();
+        return;
+    }
+    struct Done {
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool ended = false;
+    } done;
+    onMainThread([&] {
+        task();
+        const std::lock_guard lock(done.mutex);
+        done.ended = true;
+        done.changed.notify_one();
+    });
+    std::unique_lock lock(done.mutex);
+    done.changed.wait(lock, [&] { return done.ended; });
+}
+
+void inBackground(std::function<void()> task) {
+    ++runningTasks;
+    std::thread([task = std::move(task)]() mutable {
+        task();
+        task = nullptr; // what the task holds goes before it counts as ended
+        --runningTasks;
+    }).detach();
+}
+
+bool isMainThread() {
+    const QCoreApplication *application = QCoreApplication::instance();
+    return application == nullptr || application->thread() == QThread::currentThread();
+}
+
+int backgroundTaskCount() {
+    return runningTasks;
+}
+
+void endProcess(int status) {
+    std::fflush(nullptr);
+    _exit(status); // NB: not exit(): static objects must outlive the threads that still run
+}
+
+} // namespace kyb

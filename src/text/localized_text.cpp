@@ -1,0 +1,45 @@
+#include "text/localized_text.h"
+
+#include "platform/system_log.h"
+#include "text/resources.h"
+#include "text/string_table.h"
+
+#include <QFile>
+#include <mutex>
+
+namespace kyb {
+namespace {
+
+QHash<QString, QString> readTable(const QString &path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    const StringTable table = parseStringTable(file.readAll());
+    for (const StringTableError &error : table.errors) {
+        systemLog(QStringLiteral("%1:%2: %3").arg(path, QString::number(error.line), error.message));
+    }
+    return table.entries;
+}
+
+/// The bundle's string table, read when it is first asked for.
+QHash<QString, QString> defaultTable() {
+    static std::mutex mutex;
+    static QString readFrom;
+    static QHash<QString, QString> entries;
+    const QString path = resourcePath(QStringLiteral("Localizable.strings"));
+    const std::lock_guard lock(mutex);
+    if (path != readFrom) {
+        entries = readTable(path);
+        readFrom = path;
+    }
+    return entries;
+}
+
+} // namespace
+
+QString localizedText(const QString &key) {
+    return lookUp(defaultTable(), key);
+}
+
+} // namespace kyb

@@ -1,0 +1,92 @@
+#include "text/log_viewer_text.h"
+
+#include "text/format.h"
+#include "text/line_breaks.h"
+
+#include <algorithm>
+
+namespace kyb {
+namespace {
+
+/// Shorter filters show everything.
+constexpr qsizetype kShortestFilterUnits = 2;
+
+/// The first place in [\p begin, \p end) for which \p holds is true, or \p end. Whole blocks without one are passed
+/// over by a loop without branches, which the compiler turns into vector instructions.
+template <typename Test> const char16_t *findPlace(const char16_t *begin, const char16_t *end, Test holds) {
+    constexpr std::ptrdiff_t kBlock = 32;
+    for (; end - begin >= kBlock; begin += kBlock) {
+        char16_t any = 0;
+        for (std::ptrdiff_t i = 0; i < kBlock; ++i) {
+            any = static_cast<char16_t>(any | static_cast<char16_t>(holds(begin + i)));
+        }
+        if (any != 0) {
+            break;
+        }
+    }
+    while (begin != end && !holds(begin)) {
+        ++begin;
+    }
+    return begin;
+}
+
+/// Where \p part, which is not empty, next stands in [\p begin, \p end), or \p end.
+const char16_t *findPart(const char16_t *begin, const char16_t *end, QStringView part) {
+    const std::ptrdiff_t last = part.size() - 1;
+    if (end - begin <= last) {
+        return end;
+    }
+    const char16_t firstUnit = part.front().unicode();
+    const char16_t lastUnit = part.back().unicode();
+    const char16_t *const stop = end - last;
+    for (;; ++begin) {
+        begin = findPlace(begin, stop,
+                          [=](const char16_t *place) { return (place[0] == firstUnit) & (place[last] == lastUnit); });
+        if (begin == stop) {
+            return end;
+        }
+        if (QStringView(begin, part.size()) == part) {
+            return begin;
+        }
+    }
+}
+
+const char16_t *lineBegin(const char16_t *textBegin, const char16_t *place) {
+    while (place != textBegin && !isNewline(place[-1])) {
+        --place;
+    }
+    return place;
+}
+
+const char16_t *lineEnd(const char16_t *place, const char16_t *textEnd) {
+    return findPlace(place, textEnd, [](const char16_t *unit) { return isNewline(*unit); });
+}
+
+} // namespace
+
+QString combinedLogText(const QString &internalLog, const std::optional<QString> &capture) {
+    return QStringLiteral("Wrapper Application Logs:\n%1\n\n\nInstaller Logs:\n%2").arg(internalLog, orNull(capture));
+}
+
+QString LogLines::linesContaining(QStringView part) const {
+    QString found;
+    if (part.isEmpty() || std::any_of(part.utf16(), part.utf16() + part.size(), isNewline)) {
+        return found; // no line holds a newline
+    }
+    const char16_t *const textBegin = QStringView(text_).utf16();
+    const char16_t *const textEnd = textBegin + text_.size();
+    const char16_t *hit = findPart(textBegin, textEnd, part);
+    while (hit != textEnd) {
+        const char16_t *const begin = lineBegin(textBegin, hit);
+        const char16_t *const end = lineEnd(hit + part.size(), textEnd);
+        found.append(u'\n').append(QStringView(begin, end));
+        hit = findPart(end, textEnd, part);
+    }
+    return found;
+}
+
+QString filterLog(const QString &wholeText, const LogLines &lines, QStringView filter) {
+    return filter.size() < kShortestFilterUnits ? wholeText : lines.linesContaining(filter);
+}
+
+} // namespace kyb

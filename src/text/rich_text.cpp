@@ -1,0 +1,616 @@
+#include "text/rich_text.h"
+
+#include "text/code_pages.h"
+
+#include <QHash>
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace kyb {
+namespace {
+
+// What a hostile document may cost. Terms of some pages need a thousandth of it.
+constexpr std::size_t kMaxDepth = 512;     ///< groups inside groups; deeper ones share the deepest one's state
+constexpr int kMaxUnits = 4 * 1024 * 1024; ///< of text, in UTF-16
+constexpr int kMaxPieces = 100'000;        ///< runs and paragraphs
+constexpr int kMaxTableRows = 4096;        ///< fonts, and colours
+constexpr qsizetype kMaxFontNameUnits = 64;
+constexpr int kMaxHalfPoints = 2 * 400;
+constexpr int kMaxTwips = 20 * 72 * 22; ///< 22 inches, as in word processors
+constexpr double kTwipsPerPoint = 20.0;
+
+constexpr int kWesternWindows = 1252;
+constexpr int kMacRoman = 10000;
+
+/// Nothing for a code page that is not known.
+const UpperHalf *codePage(int number) {
+    const auto *page = std::find_if(std::begin(kCodePages), std::end(kCodePages),
+                                    [=](const CodePage &row) { return row.number == number; });
+    return page == std::end(kCodePages) ? nullptr : &page->characters;
+}
+
+struct Charset {
+    int number; ///< as \fcharset counts them
+    int codePage;
+};
+
+constexpr Charset kCharsets[] = {{0, 1252}, {77, 10000}, {204, 1251}, {238, 1250}, {254, 437}, {255, 850}};
+
+// The charsets that leave the choice to the document: by default, and symbol fonts.
+constexpr int kDefaultCharset = 1;
+constexpr int kSymbolCharset = 2;
+
+struct Font {
+    QString name;
+    std::optional<int> codePage; ///< nothing: the document's
+};
+
+/// The family of a font that is named as PostScript names it: "Helvetica-BoldOblique" is of the family "Helvetica".
+QString familyOf(const QString &name) {
+    static constexpr std::u16string_view kStyles[] = {
+        u"Bold",  u"BoldItalic", u"BoldItalicMT", u"BoldMT",  u"BoldOblique", u"Italic", u"ItalicMT",
+        u"Light", u"Medium",     u"MediumItalic", u"Oblique", u"Regular",     u"Roman"};
+    if (name.contains(u' ')) {
+        return name;
+    }
+    const qsizetype hyphen = name.lastIndexOf(u'-');
+    const QStringView style = QStringView(name).sliced(hyphen + 1);
+    const bool isStyled =
+        hyphen > 0 && std::any_of(std::begin(kStyles), std::end(kStyles),
+                                  [=](std::u16string_view known) { return style == QStringView(known); });
+    QString family = isStyled ? name.first(hyphen) : name;
+    if (family.endsWith(u"MT")) {
+        family.chop(2);
+    }
+    if (family == u"TimesNewRomanPS") {
+        return QStringLiteral("Times New Roman");
+    }
+    return family == u"CourierNewPS" ? QStringLiteral("Courier New") : family;
+}
+
+/// \p text with every half of a surrogate pair that stands alone replaced.
+QString withWholePairs(QString text) {
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+            ++i;
+        } else if (text[i].isSurrogate()) {
+            text[i] = QChar::ReplacementCharacter;
+        }
+    }
+    return text;
+}
+
+/// Whether \p unit may stand in a run. What a text view would take for a mark of its own may not.
+bool isTextUnit(char16_t unit) {
+    constexpr char16_t kObject = 0xFFFC;
+    return unit == u'\t' ||
+           (QChar(unit).category() != QChar::Other_Control && !QChar::isNonCharacter(unit) && unit != kObject);
+}
+
+/// Where the text of a group goes.
+enum class Destination { Body, FontTable, ColorTable, Nowhere };
+
+struct CharacterFormat {
+    int font = 0;
+    int halfPoints = 24;
+    int color = 0;
+    bool bold = false;
+    bool italic = false;
+    bool underline = false;
+    bool hidden = false;
+
+    bool operator==(const CharacterFormat &) const = default;
+};
+
+struct ParagraphFormat {
+    RichTextAlignment alignment = RichTextAlignment::Left;
+    int leftTwips = 0;
+    int firstLineTwips = 0;
+    int rightTwips = 0;
+    int beforeTwips = 0;
+    int afterTwips = 0;
+};
+
+/// What a group inherits, and what ends with it.
+struct State {
+    Destination destination = Destination::Body;
+    CharacterFormat character;
+    ParagraphFormat paragraph;
+    int fallbackCharacters = 1; ///< how many stand after a \u for readers that do not know it
+};
+
+class Reader {
+public:
+    explicit Reader(const QByteArray &bytes) : bytes_(bytes) {}
+
+    RichTextDocument read() {
+        while (!done_ && position_ < bytes_.size()) {
+            readToken();
+        }
+        if (!run_.isEmpty() || !paragraph_.runs.isEmpty()) {
+            endParagraph();
+        }
+        return document_;
+    }
+
+private:
+    struct ControlWord;
+    using Handler = void (Reader::*)(int);
+    static const ControlWord kControlWords[];
+    static const ControlWord *controlWord(std::string_view name);
+
+    // The tokens
+
+    void readToken() {
+        const char byte = bytes_[position_++];
+        switch (byte) {
+        case '{':
+            openGroup();
+            break;
+        case '}':
+            closeGroup();
+            break;
+        case '\\':
+            readControl();
+            break;
+        case '\r':
+        case '\n':
+            break;
+        default:
+            addByte(static_cast<unsigned char>(byte));
+            break;
+        }
+    }
+
+    void openGroup() {
+        unreadFallback_ = 0;
+        if (states_.size() < kMaxDepth) {
+            states_.push_back(state());
+        } else {
+            ++groupsBeyondDepth_;
+        }
+    }
+
+    void closeGroup() {
+        unreadFallback_ = 0;
+        isOptional_ = false;
+        if (groupsBeyondDepth_ > 0) {
+            --groupsBeyondDepth_;
+        } else if (states_.size() > kOutermostStates) {
+            states_.pop_back();
+        } else {
+            done_ = true; // the document's own group
+        }
+    }
+
+    void readControl() {
+        if (position_ == bytes_.size()) {
+            return;
+        }
+        if (isLetter(bytes_[position_])) {
+            readControlWord();
+        } else {
+            readControlSymbol(bytes_[position_++]);
+        }
+    }
+
+    void readControlWord() {
+        const qsizetype begin = position_;
+        while (position_ < bytes_.size() && isLetter(bytes_[position_])) {
+            ++position_;
+        }
+        const std::string_view name(bytes_.data() + begin, static_cast<std::size_t>(position_ - begin));
+        const std::optional<int> number = readNumber();
+        if (position_ < bytes_.size() && bytes_[position_] == ' ') {
+            ++position_; // belongs to the word
+        }
+        obey(name, number);
+    }
+
+    /// Reads the number of a control word, if there is one. One that is too large for an int is as large as can be.
+    std::optional<int> readNumber() {
+        const bool isNegative =
+            position_ + 1 < bytes_.size() && bytes_[position_] == '-' && isDigit(bytes_[position_ + 1]);
+        position_ += isNegative ? 1 : 0;
+        std::optional<qint64> number;
+        for (; position_ < bytes_.size() && isDigit(bytes_[position_]); ++position_) {
+            number =
+                std::min<qint64>(number.value_or(0) * 10 + (bytes_[position_] - '0'), std::numeric_limits<int>::max());
+        }
+        if (!number) {
+            return {};
+        }
+        return static_cast<int>(isNegative ? -*number : *number);
+    }
+
+    void readControlSymbol(char symbol) {
+        switch (symbol) {
+        case '\'':
+            readHexByte();
+            break;
+        case '*':
+            isOptional_ = true;
+            break;
+        case '\r':
+        case '\n':
+            addUnit(QChar::ParagraphSeparator);
+            break;
+        case '\t':
+            addUnit(u'\t');
+            break;
+        case '~':
+            addUnit(0x00A0);
+            break;
+        case '_':
+            addUnit(0x2011);
+            break; // a hyphen that does not break
+        case '-':
+            addUnit(0x00AD);
+            break; // a hyphen if it breaks
+        case '\\':
+        case '{':
+        case '}':
+            addByte(static_cast<unsigned char>(symbol));
+            break;
+        default:
+            break;
+        }
+    }
+
+    void readHexByte() {
+        const QByteArrayView digits =
+            QByteArrayView(bytes_).sliced(position_, std::min<qsizetype>(2, bytes_.size() - position_));
+        bool isNumber = false;
+        const uint byte = digits.toUInt(&isNumber, 16);
+        if (digits.size() < 2) {
+            position_ = bytes_.size();
+        } else if (isNumber) {
+            position_ += 2;
+            addByte(byte);
+        }
+    }
+
+    void obey(std::string_view name, std::optional<int> number);
+
+    // The text
+
+    void addByte(uint byte) {
+        if (byte < 0x80) {
+            addUnit(static_cast<char16_t>(byte));
+            return;
+        }
+        const UpperHalf *page = codePage(fonts_.value(currentFont()).codePage.value_or(codePage_));
+        addUnit(page ? (*page)[byte - 0x80] : static_cast<char16_t>(QChar::ReplacementCharacter));
+    }
+
+    void addUnit(char16_t unit) {
+        if (unreadFallback_ > 0) {
+            --unreadFallback_;
+            return;
+        }
+        switch (state().destination) {
+        case Destination::Body:
+            addToBody(unit);
+            break;
+        case Destination::FontTable:
+            addToFontName(unit);
+            break;
+        case Destination::ColorTable:
+            endColorAt(unit);
+            break;
+        case Destination::Nowhere:
+            break;
+        }
+    }
+
+    void addToBody(char16_t unit) {
+        if (unit == QChar::ParagraphSeparator) {
+            endParagraph();
+        } else if (!state().character.hidden && isTextUnit(unit)) {
+            if (!(state().character == runFormat_)) {
+                endRun();
+                runFormat_ = state().character;
+            }
+            run_.append(QChar(unit));
+            done_ = done_ || --unitsLeft_ == 0;
+        }
+    }
+
+    void endRun() {
+        if (run_.isEmpty()) {
+            return;
+        }
+        RichTextRun run{withWholePairs(run_),
+                        familyOf(fonts_.value(runFormat_.font).name.trimmed()),
+                        runFormat_.halfPoints / 2.0,
+                        runFormat_.bold,
+                        runFormat_.italic,
+                        runFormat_.underline,
+                        colors_.value(runFormat_.color)};
+        run_.clear();
+        paragraph_.runs.append(run);
+        countPiece();
+    }
+
+    void endParagraph() {
+        endRun();
+        const ParagraphFormat &format = state().paragraph;
+        paragraph_.alignment = format.alignment;
+        paragraph_.leftIndentPoints = format.leftTwips / kTwipsPerPoint;
+        paragraph_.firstLineIndentPoints = format.firstLineTwips / kTwipsPerPoint;
+        paragraph_.rightIndentPoints = format.rightTwips / kTwipsPerPoint;
+        paragraph_.spaceBeforePoints = format.beforeTwips / kTwipsPerPoint;
+        paragraph_.spaceAfterPoints = format.afterTwips / kTwipsPerPoint;
+        document_.paragraphs.append(paragraph_);
+        paragraph_ = {};
+        countPiece();
+    }
+
+    void countPiece() { done_ = done_ || --piecesLeft_ == 0; }
+
+    void addToFontName(char16_t unit) {
+        if (unit == u';' || fonts_.size() > kMaxTableRows) {
+            return; // the next \f begins the next font
+        }
+        QString &name = fonts_[tableFont_].name;
+        if (name.size() < kMaxFontNameUnits && isTextUnit(unit)) {
+            name.append(QChar(unit));
+        }
+    }
+
+    void endColorAt(char16_t unit) {
+        if (unit == u';' && colors_.size() < kMaxTableRows) {
+            colors_.append(tableColor_);
+            tableColor_.reset();
+        }
+    }
+
+    // The control words
+
+    void setDestination(Destination destination) { state().destination = destination; }
+    void beginFontTable(int) { setDestination(Destination::FontTable); }
+    void beginColorTable(int) { setDestination(Destination::ColorTable); }
+    void skipGroup(int) { setDestination(Destination::Nowhere); }
+    void nothing(int) {}
+
+    void setMacRoman(int) { codePage_ = kMacRoman; }
+    void setCodePage(int number) { codePage_ = number; }
+    void setDefaultFont(int number) { plain_.font = state().character.font = number; }
+
+    void setFont(int number) {
+        if (state().destination == Destination::FontTable) {
+            tableFont_ = number;
+            fonts_.remove(number);
+        } else {
+            state().character.font = number;
+        }
+    }
+
+    void setCharset(int number) {
+        if (state().destination != Destination::FontTable || fonts_.size() > kMaxTableRows) {
+            return;
+        }
+        std::optional<int> &page = fonts_[tableFont_].codePage;
+        page.reset();
+        if (number == kDefaultCharset || number == kSymbolCharset) {
+            return;
+        }
+        const auto *charset = std::find_if(std::begin(kCharsets), std::end(kCharsets),
+                                           [=](const Charset &row) { return row.number == number; });
+        page = charset == std::end(kCharsets) ? -1 : charset->codePage;
+    }
+
+    template <int Shift> void setColorPart(int value) {
+        const auto part = static_cast<quint32>(std::clamp(value, 0, 255)) << Shift;
+        tableColor_ = (tableColor_.value_or(0) & ~(quint32{0xFF} << Shift)) | part;
+    }
+
+    template <bool CharacterFormat::*Flag> void setFlag(int value) { state().character.*Flag = value != 0; }
+    void setSize(int halfPoints) { state().character.halfPoints = std::clamp(halfPoints, 1, kMaxHalfPoints); }
+    void setColor(int number) { state().character.color = number; }
+    void resetCharacters(int) { state().character = plain_; }
+
+    void setAlignment(int value) { state().paragraph.alignment = static_cast<RichTextAlignment>(value); }
+    template <int ParagraphFormat::*Length, int Least> void setLength(int twips) {
+        state().paragraph.*Length = std::clamp(twips, Least, kMaxTwips);
+    }
+    void resetParagraph(int) { state().paragraph = {}; }
+
+    void insert(int unit) { addUnit(static_cast<char16_t>(unit)); }
+
+    void breakPage(int) {
+        if (!run_.isEmpty() || !paragraph_.runs.isEmpty()) {
+            addUnit(QChar::ParagraphSeparator);
+        }
+    }
+
+    void setFallback(int characters) { state().fallbackCharacters = std::max(characters, 0); }
+
+    void insertUnicode(int value) {
+        const qint64 code = value < 0 ? qint64{value} + 0x10000 : value;
+        if (code < 0 || code > QChar::LastValidCodePoint) {
+            addUnit(QChar::ReplacementCharacter);
+        } else {
+            for (const char16_t unit : QChar::fromUcs4(static_cast<char32_t>(code))) {
+                addUnit(unit);
+            }
+        }
+        unreadFallback_ = state().fallbackCharacters;
+    }
+
+    void skipBinary(int count) { position_ += std::clamp<qsizetype>(count, 0, bytes_.size() - position_); }
+
+    static bool isLetter(char byte) { return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z'); }
+    static bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
+
+    State &state() { return states_.back(); }
+    int currentFont() { return state().destination == Destination::FontTable ? tableFont_ : state().character.font; }
+
+    /// Outside every group, and in the document's own.
+    static constexpr std::size_t kOutermostStates = 2;
+
+    const QByteArray &bytes_;
+    qsizetype position_ = 0;
+    bool done_ = false;
+    bool isOptional_ = false; ///< after \*: what begins here is for those who know it
+    int unreadFallback_ = 0;  ///< characters still to be passed over after a \u
+
+    std::vector<State> states_ = {State()};
+    qint64 groupsBeyondDepth_ = 0;
+
+    CharacterFormat plain_;
+    int codePage_ = kWesternWindows;
+    QHash<int, Font> fonts_;
+    int tableFont_ = 0;
+    QVector<std::optional<quint32>> colors_;
+    std::optional<quint32> tableColor_;
+
+    RichTextDocument document_;
+    RichTextParagraph paragraph_; ///< the runs that have ended
+    QString run_;
+    CharacterFormat runFormat_;
+    int unitsLeft_ = kMaxUnits;
+    int piecesLeft_ = kMaxPieces;
+};
+
+enum class Number {
+    Given, ///< the number in the text counts; the row's, when there is none
+    Fixed, ///< the row's number counts
+};
+
+struct Reader::ControlWord {
+    std::string_view name;
+    Handler handler;
+    int number = 0;
+    Number which = Number::Fixed;
+};
+
+// clang-format off
+constexpr Reader::ControlWord Reader::kControlWords[] = {
+    {"ansi",         &Reader::setCodePage, kWesternWindows},
+    {"ansicpg",      &Reader::setCodePage, kWesternWindows, Number::Given},
+    {"b",            &Reader::setFlag<&CharacterFormat::bold>, 1, Number::Given},
+    {"bin",          &Reader::skipBinary, 0, Number::Given},
+    {"blue",         &Reader::setColorPart<0>, 0, Number::Given},
+    {"bullet",       &Reader::insert, 0x2022},
+    {"cell",         &Reader::insert, u'\t'},
+    {"cf",           &Reader::setColor, 0, Number::Given},
+    {"colortbl",     &Reader::beginColorTable},
+    {"deff",         &Reader::setDefaultFont, 0, Number::Given},
+    {"emdash",       &Reader::insert, 0x2014},
+    {"emspace",      &Reader::insert, 0x2003},
+    {"endash",       &Reader::insert, 0x2013},
+    {"enspace",      &Reader::insert, 0x2002},
+    {"f",            &Reader::setFont, 0, Number::Given},
+    {"fcharset",     &Reader::setCharset, 0, Number::Given},
+    {"fi",           &Reader::setLength<&ParagraphFormat::firstLineTwips, -kMaxTwips>, 0, Number::Given},
+    {"fldinst",      &Reader::skipGroup},
+    {"fonttbl",      &Reader::beginFontTable},
+    {"footer",       &Reader::skipGroup},
+    {"footerf",      &Reader::skipGroup},
+    {"footerl",      &Reader::skipGroup},
+    {"footerr",      &Reader::skipGroup},
+    {"footnote",     &Reader::skipGroup},
+    {"fs",           &Reader::setSize, 24, Number::Given},
+    {"green",        &Reader::setColorPart<8>, 0, Number::Given},
+    {"header",       &Reader::skipGroup},
+    {"headerf",      &Reader::skipGroup},
+    {"headerl",      &Reader::skipGroup},
+    {"headerr",      &Reader::skipGroup},
+    {"i",            &Reader::setFlag<&CharacterFormat::italic>, 1, Number::Given},
+    {"info",         &Reader::skipGroup},
+    {"ldblquote",    &Reader::insert, 0x201C},
+    {"li",           &Reader::setLength<&ParagraphFormat::leftTwips, -kMaxTwips>, 0, Number::Given},
+    {"line",         &Reader::insert, 0x2028},
+    {"listtext",     &Reader::nothing},
+    {"lquote",       &Reader::insert, 0x2018},
+    {"mac",          &Reader::setCodePage, kMacRoman},
+    {"nestcell",     &Reader::insert, u'\t'},
+    {"nestrow",      &Reader::insert, 0x2029},
+    {"nonshppict",   &Reader::skipGroup},
+    {"object",       &Reader::skipGroup},
+    {"page",         &Reader::breakPage},
+    {"par",          &Reader::insert, 0x2029},
+    {"pard",         &Reader::resetParagraph},
+    {"pc",           &Reader::setCodePage, 437},
+    {"pca",          &Reader::setCodePage, 850},
+    {"pict",         &Reader::skipGroup},
+    {"plain",        &Reader::resetCharacters},
+    {"pntext",       &Reader::nothing},
+    {"qc",           &Reader::setAlignment, static_cast<int>(RichTextAlignment::Center)},
+    {"qj",           &Reader::setAlignment, static_cast<int>(RichTextAlignment::Justified)},
+    {"ql",           &Reader::setAlignment, static_cast<int>(RichTextAlignment::Left)},
+    {"qmspace",      &Reader::insert, 0x2005},
+    {"qr",           &Reader::setAlignment, static_cast<int>(RichTextAlignment::Right)},
+    {"rdblquote",    &Reader::insert, 0x201D},
+    {"red",          &Reader::setColorPart<16>, 0, Number::Given},
+    {"ri",           &Reader::setLength<&ParagraphFormat::rightTwips, -kMaxTwips>, 0, Number::Given},
+    {"row",          &Reader::insert, 0x2029},
+    {"rquote",       &Reader::insert, 0x2019},
+    {"sa",           &Reader::setLength<&ParagraphFormat::afterTwips, 0>, 0, Number::Given},
+    {"sb",           &Reader::setLength<&ParagraphFormat::beforeTwips, 0>, 0, Number::Given},
+    {"sect",         &Reader::breakPage},
+    {"stylesheet",   &Reader::skipGroup},
+    {"tab",          &Reader::insert, u'\t'},
+    {"u",            &Reader::insertUnicode, 0, Number::Given},
+    {"uc",           &Reader::setFallback, 1, Number::Given},
+    {"ul",           &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"uld",          &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"uldb",         &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulnone",       &Reader::setFlag<&CharacterFormat::underline>, 0},
+    {"ulw",          &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"v",            &Reader::setFlag<&CharacterFormat::hidden>, 1, Number::Given},
+};
+// clang-format on
+
+const Reader::ControlWord *Reader::controlWord(std::string_view name) {
+    constexpr auto isBefore = [](const ControlWord &a, const ControlWord &b) { return a.name < b.name; };
+    static_assert(std::is_sorted(std::begin(kControlWords), std::end(kControlWords), isBefore));
+    const auto *row =
+        std::lower_bound(std::begin(kControlWords), std::end(kControlWords), ControlWord{name, nullptr}, isBefore);
+    return row != std::end(kControlWords) && row->name == name ? row : nullptr;
+}
+
+void Reader::obey(std::string_view name, std::optional<int> number) {
+    const bool wasOptional = std::exchange(isOptional_, false);
+    const ControlWord *word = controlWord(name);
+    const bool isBinary = word && word->handler == &Reader::skipBinary;
+    if (unreadFallback_ > 0 && !isBinary) {
+        --unreadFallback_; // a word counts as a character
+        return;
+    }
+    if (!word) {
+        if (wasOptional) {
+            skipGroup(0);
+        }
+        return;
+    }
+    if (isBinary || state().destination != Destination::Nowhere) {
+        (this->*word->handler)(word->which == Number::Given ? number.value_or(word->number) : word->number);
+    }
+}
+
+} // namespace
+
+RichTextDocument parseRichText(const QByteArray &bytes) {
+    return bytes.startsWith("{\\rtf") ? Reader(bytes).read() : RichTextDocument();
+}
+
+QString plainText(const RichTextDocument &document) {
+    QString text;
+    for (qsizetype i = 0; i < document.paragraphs.size(); ++i) {
+        if (i > 0) {
+            text.append(u'\n');
+        }
+        for (const RichTextRun &run : document.paragraphs[i].runs) {
+            text.append(run.text);
+        }
+    }
+    return text.replace(QChar::LineSeparator, u'\n');
+}
+
+} // namespace kyb

@@ -1,0 +1,92 @@
+#include "channel/ServiceSocket.h"
+
+#include "TempRoot.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <thread>
+#include <vector>
+
+namespace kyb {
+namespace {
+
+TEST(ServiceSocket, ConnectsBelowARootWithALongName) {
+    const test::TempRoot root(std::string(200, 'a') + "/" + std::string(200, 'b'));
+    const auto socket = ServiceSocket::open(root.path(), "com.kyb.test.xpc");
+    ASSERT_TRUE(socket);
+    const UniqueFd listening = socket->listen();
+    ASSERT_TRUE(listening);
+    EXPECT_TRUE(std::filesystem::is_socket(root.at("/var/run/com.kyb.test.xpc")));
+    EXPECT_TRUE(socket->connect());
+}
+
+TEST(ServiceSocket, IsOpenToEverybody) {
+    const test::TempRoot root;
+    const auto socket = ServiceSocket::open(root.path(), "x");
+    const UniqueFd listening = socket->listen();
+    EXPECT_EQ(socket->entry()->st_mode & 0777U, 0666U);
+}
+
+TEST(ServiceSocket, TellsWhyNobodyIsThere) {
+    const test::TempRoot root;
+    const auto socket = ServiceSocket::open(root.path(), "x");
+    EXPECT_FALSE(socket->connect());
+    EXPECT_EQ(errno, ENOENT);
+    socket->listen().reset();
+    EXPECT_FALSE(socket->connect());
+    EXPECT_EQ(errno, ECONNREFUSED);
+    std::filesystem::remove_all(root.at("/var/run"));
+    EXPECT_FALSE(ServiceSocket::open(root.path(), "x"));
+}
+
+TEST(ServiceSocket, TakesTheOldSocketsPlace) {
+    const test::TempRoot root;
+    const auto socket = ServiceSocket::open(root.path(), "x");
+    socket->listen().reset();
+    const UniqueFd listening = socket->listen();
+    EXPECT_TRUE(socket->connect());
+    socket->remove();
+    EXPECT_FALSE(socket->entry());
+}
+
+TEST(ServiceSocket, IsLockedByOneOnly) {
+    const test::TempRoot root;
+    const auto socket = ServiceSocket::open(root.path(), "x");
+    UniqueFd first = socket->tryLock();
+    EXPECT_TRUE(first);
+    EXPECT_FALSE(socket->tryLock());
+    EXPECT_EQ(errno, EWOULDBLOCK);
+    first.reset();
+    EXPECT_TRUE(socket->tryLock());
+}
+
+TEST(ServiceSocket, IsNotLockedThroughALink) {
+    const test::TempRoot root;
+    std::ofstream(root.at("/victim")).put('\n');
+    std::filesystem::create_symlink(root.at("/victim"), root.at("/var/run/x.lock"));
+    EXPECT_FALSE(ServiceSocket::open(root.path(), "x")->tryLock());
+}
+
+TEST(ServiceSocket, WaitsForRoomInAFullBacklog) {
+    const test::TempRoot root;
+    const auto socket = ServiceSocket::open(root.path(), "x");
+    const UniqueFd listening = socket->listen();
+    std::vector<UniqueFd> connections;
+    for (int i = 0; i < 129; ++i) {
+        connections.push_back(socket->connect());
+        ASSERT_TRUE(connections.back()) << i;
+    }
+    std::thread server([&listening] {
+        usleep(50'000);
+        while (UniqueFd(accept(listening.get(), nullptr, nullptr))) {
+        }
+    });
+    EXPECT_TRUE(socket->connect());
+    server.join();
+}
+
+} // namespace
+} // namespace kyb

@@ -1,0 +1,342 @@
+#include "text/rich_text.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <ostream>
+
+namespace kyb {
+
+std::ostream &operator<<(std::ostream &out, RichTextAlignment alignment) {
+    return out << static_cast<int>(alignment);
+}
+
+namespace {
+
+RichTextDocument parsed(const QByteArray &body) {
+    return parseRichText("{\\rtf1\\ansi\\ansicpg1252 " + body + "}");
+}
+
+QString textOf(const QByteArray &body) {
+    return plainText(parsed(body));
+}
+
+/// The runs of the first paragraph.
+QVector<RichTextRun> runsOf(const QByteArray &body) {
+    const RichTextDocument document = parsed(body);
+    return document.paragraphs.isEmpty() ? QVector<RichTextRun>() : document.paragraphs.first().runs;
+}
+
+/// Each run's text behind the marks of its format, as in "b:text".
+QStringList marked(const QVector<RichTextRun> &runs) {
+    QStringList result;
+    for (const RichTextRun &run : runs) {
+        QString marks;
+        marks += run.bold ? u"b"_qs : QString();
+        marks += run.italic ? u"i"_qs : QString();
+        marks += run.underline ? u"u"_qs : QString();
+        result.append(marks + u':' + run.text);
+    }
+    return result;
+}
+
+TEST(RichText, IsEmptyForWhatIsNotRtf) {
+    EXPECT_TRUE(parseRichText("").paragraphs.isEmpty());
+    EXPECT_TRUE(parseRichText("{").paragraphs.isEmpty());
+    EXPECT_TRUE(parseRichText("Terms and conditions").paragraphs.isEmpty());
+    EXPECT_TRUE(parseRichText("{\\rtf1}").paragraphs.isEmpty());
+}
+
+TEST(RichText, EndsParagraphsAtParAndAtABackslashBeforeALineEnd) {
+    EXPECT_EQ(textOf("one\\par two\\\nthree\\\r\nfour"), u"one\ntwo\nthree\nfour"_qs);
+    EXPECT_EQ(parsed("one\\par\\par two\\par").paragraphs.size(), 3);
+}
+
+TEST(RichText, PassesOverLineEndsInTheFile) {
+    EXPECT_EQ(textOf("one\r\n two\nthree"), u"one twothree"_qs);
+}
+
+TEST(RichText, BreaksLinesWithinAParagraph) {
+    const RichTextDocument document = parsed("one\\line two\\uc0\\u8232 three");
+    EXPECT_EQ(document.paragraphs.size(), 1);
+    EXPECT_EQ(document.paragraphs.first().runs.first().text, u"one\u2028two\u2028three"_qs);
+    EXPECT_EQ(plainText(document), u"one\ntwo\nthree"_qs);
+}
+
+TEST(RichText, BreaksPagesAsParagraphs) {
+    EXPECT_EQ(textOf("one\\page two\\par\\page three\\sect four"), u"one\ntwo\nthree\nfour"_qs);
+}
+
+TEST(RichText, KeepsBoldAcrossGroups) {
+    EXPECT_EQ(marked(runsOf("a{\\b b{\\i c}d}e")), QStringList({u":a"_qs, u"b:b"_qs, u"bi:c"_qs, u"b:d"_qs, u":e"_qs}));
+}
+
+TEST(RichText, SwitchesFormatsOnAndOff) {
+    EXPECT_EQ(marked(runsOf("\\b a\\b0 b\\i1 c\\i0 d\\ul e\\ulnone f\\b\\i\\ul g\\plain h")),
+              QStringList({u"b:a"_qs, u":b"_qs, u"i:c"_qs, u":d"_qs, u"u:e"_qs, u":f"_qs, u"biu:g"_qs, u":h"_qs}));
+}
+
+TEST(RichText, JoinsTextOfOneFormat) {
+    EXPECT_EQ(marked(runsOf("a{b}\\b\\b0 c")), QStringList({u":abc"_qs}));
+}
+
+TEST(RichText, LeavesOutHiddenText) {
+    EXPECT_EQ(textOf("a{\\v b}c"), u"ac"_qs);
+}
+
+TEST(RichText, ReadsFontsAndSizes) {
+    const auto runs =
+        runsOf("\\deff1{\\fonttbl{\\f0\\fnil Menlo;}{\\f1\\froman\\fcharset0 Gill Sans MT{\\*\\falt Arial};}}"
+               "\\fs24 a\\f0\\fs27 b\\plain c\\f9 d");
+    ASSERT_EQ(runs.size(), 4);
+    EXPECT_EQ(runs[0].fontFamily, u"Gill Sans MT"_qs);
+    EXPECT_EQ(runs[0].sizePoints, 12.0);
+    EXPECT_EQ(runs[1].fontFamily, u"Menlo"_qs);
+    EXPECT_EQ(runs[1].sizePoints, 13.5);
+    EXPECT_EQ(runs[2].fontFamily, u"Gill Sans MT"_qs);
+    EXPECT_EQ(runs[2].sizePoints, 12.0);
+    EXPECT_EQ(runs[3].fontFamily, QString());
+}
+
+TEST(RichText, ReadsAFontTableWithoutGroups) {
+    const auto runs = runsOf("{\\fonttbl\\f0\\fswiss\\fcharset0 Helvetica;\\f1 Optima;\n}\\f0 a\\f1 b");
+    ASSERT_EQ(runs.size(), 2);
+    EXPECT_EQ(runs[0].fontFamily, u"Helvetica"_qs);
+    EXPECT_EQ(runs[1].fontFamily, u"Optima"_qs);
+}
+
+TEST(RichText, LetsTheLaterOfTwoFontsCount) {
+    const auto runs = runsOf("{\\fonttbl\\f0 Helvetica;\\f0 Optima;}\\f0 a");
+    ASSERT_EQ(runs.size(), 1);
+    EXPECT_EQ(runs[0].fontFamily, u"Optima"_qs);
+}
+
+TEST(RichText, FindsTheFamilyOfAPostScriptName) {
+    const std::pair<const char *, QString> names[] = {{"Helvetica-BoldOblique", u"Helvetica"_qs},
+                                                      {"Arial-BoldMT", u"Arial"_qs},
+                                                      {"ArialMT", u"Arial"_qs},
+                                                      {"TimesNewRomanPSMT", u"Times New Roman"_qs},
+                                                      {"CourierNewPS-ItalicMT", u"Courier New"_qs},
+                                                      {"Foo-Bar", u"Foo-Bar"_qs},
+                                                      {"-Bold", u"-Bold"_qs}};
+    for (const auto &[name, family] : names) {
+        const auto runs = runsOf(QByteArray("{\\fonttbl\\f0 ") + name + ";}\\f0 a");
+        ASSERT_EQ(runs.size(), 1);
+        EXPECT_EQ(runs[0].fontFamily, family);
+    }
+}
+
+TEST(RichText, ReadsColours) {
+    const auto runs = runsOf("{\\colortbl;\\red255\\green128\\blue1;\\red0\\green0\\blue0;}"
+                             "\\cf1 a\\cf2 b\\cf0 c\\cf1 d\\cf9 e");
+    ASSERT_EQ(runs.size(), 5);
+    EXPECT_EQ(runs[0].colorRgb, 0xFF8001u);
+    EXPECT_EQ(runs[1].colorRgb, 0x000000u);
+    EXPECT_EQ(runs[2].colorRgb, std::nullopt);
+    EXPECT_EQ(runs[3].colorRgb, 0xFF8001u);
+    EXPECT_EQ(runs[4].colorRgb, std::nullopt);
+}
+
+TEST(RichText, ReadsParagraphFormats) {
+    const RichTextDocument document =
+        parsed("\\qc a\\par\\pard\\qr\\li720\\fi-360\\ri100\\sb200\\sa30 b\\par c\\par\\pard d\\par\\qj e\\par\\ql f");
+    ASSERT_EQ(document.paragraphs.size(), 6);
+    EXPECT_EQ(document.paragraphs[0].alignment, RichTextAlignment::Center);
+    for (const int i : {1, 2}) {
+        const RichTextParagraph &paragraph = document.paragraphs[i];
+        EXPECT_EQ(paragraph.alignment, RichTextAlignment::Right);
+        EXPECT_EQ(paragraph.leftIndentPoints, 36.0);
+        EXPECT_EQ(paragraph.firstLineIndentPoints, -18.0);
+        EXPECT_EQ(paragraph.rightIndentPoints, 5.0);
+        EXPECT_EQ(paragraph.spaceBeforePoints, 10.0);
+        EXPECT_EQ(paragraph.spaceAfterPoints, 1.5);
+    }
+    EXPECT_EQ(document.paragraphs[3].alignment, RichTextAlignment::Left);
+    EXPECT_EQ(document.paragraphs[3].leftIndentPoints, 0.0);
+    EXPECT_EQ(document.paragraphs[4].alignment, RichTextAlignment::Justified);
+    EXPECT_EQ(document.paragraphs[5].alignment, RichTextAlignment::Left);
+}
+
+TEST(RichText, KeepsLengthsWithinAPage) {
+    const RichTextDocument document = parsed("\\li99999999\\fi-99999999\\sb-5\\fs99999999 a");
+    ASSERT_EQ(document.paragraphs.size(), 1);
+    EXPECT_EQ(document.paragraphs[0].leftIndentPoints, 22 * 72.0);
+    EXPECT_EQ(document.paragraphs[0].firstLineIndentPoints, -22 * 72.0);
+    EXPECT_EQ(document.paragraphs[0].spaceBeforePoints, 0.0);
+    EXPECT_EQ(document.paragraphs[0].runs[0].sizePoints, 400.0);
+}
+
+TEST(RichText, ReadsSpecialCharacters) {
+    EXPECT_EQ(textOf("\\emdash\\endash\\lquote\\rquote\\ldblquote\\rdblquote\\bullet\\tab\\~\\_\\-\\\\\\{\\}\t"),
+              u"—–‘’“”•\t\u00A0\u2011\u00AD\\{}\t"_qs);
+}
+
+TEST(RichText, TakesOneBlankWithAControlWord) {
+    EXPECT_EQ(textOf("a\\b  b\\b0c"), u"a bc"_qs);
+}
+
+TEST(RichText, ReadsBytesInTheDocumentsCodePage) {
+    EXPECT_EQ(textOf("M\\'fchle \\'80 \xE4"), u"Mühle € ä"_qs);
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\mac M\\'9fhle\\'db}")), u"Mühle€"_qs);
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\ansi\\ansicpg1251 \\'c4\\'e0}")), u"Да"_qs);
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\ansi\\ansicpg1250 \\'b9}")), u"ą"_qs);
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\pc \\'81}{\\rtf1 }")), u"ü"_qs);
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\pca \\'b5}")), u"Á"_qs);
+}
+
+TEST(RichText, ReadsBytesInTheFontsCodePage) {
+    EXPECT_EQ(textOf("{\\fonttbl\\f0\\fcharset204 A;\\f1\\fcharset1 B;\\f2\\fcharset77 C;}\\f0\\'c4\\f1\\'c4\\f2\\'80"),
+              u"ДÄÄ"_qs);
+}
+
+TEST(RichText, MarksBytesOfAnUnknownCodePage) {
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\ansi\\ansicpg932 a\\'82\\'a0}")), u"a\uFFFD\uFFFD"_qs);
+    EXPECT_EQ(textOf("{\\fonttbl\\f0\\fcharset128 A;}\\f0\\'82"), u"\uFFFD"_qs);
+    EXPECT_EQ(textOf("\\'81"), u"\uFFFD"_qs);
+}
+
+TEST(RichText, ReadsUnicodeAndPassesOverWhatStandsForIt) {
+    EXPECT_EQ(textOf("\\u8211-b"), u"–b"_qs);
+    EXPECT_EQ(textOf("\\u8211\\'96b"), u"–b"_qs);
+    EXPECT_EQ(textOf("\\uc2\\u8211\\'96-b"), u"–b"_qs);
+    EXPECT_EQ(textOf("\\uc0\\u8211 b"), u"–b"_qs);
+    EXPECT_EQ(textOf("\\u8211\\emdash b"), u"–b"_qs);
+    EXPECT_EQ(textOf("{\\uc0\\u228 a}\\u228 ab"), u"äaäb"_qs);
+}
+
+TEST(RichText, PassesOverNoFallbackBeyondTheGroup) {
+    EXPECT_EQ(textOf("{\\uc9\\u228 a}b"), u"äb"_qs);
+    EXPECT_EQ(textOf("\\uc9\\u228 a{b}"), u"äb"_qs);
+}
+
+TEST(RichText, ReadsNegativeAndPairedUnicode) {
+    EXPECT_EQ(textOf("\\uc0\\u-4051"), u"\uF02D"_qs);
+    EXPECT_EQ(textOf("\\uc1\\u-10179?\\u-8704?"), u"\U0001F600"_qs);
+    EXPECT_EQ(textOf("\\uc0\\u128512 "), u"\U0001F600"_qs);
+}
+
+TEST(RichText, MarksWhatIsNoCharacter) {
+    EXPECT_EQ(textOf("\\uc0\\u-10179 a\\u-8704 b\\u99999999 c\\u-99999999 d"), u"\uFFFDa\uFFFDb\uFFFDc\uFFFDd"_qs);
+}
+
+TEST(RichText, LeavesOutControlCharacters) {
+    EXPECT_EQ(textOf("a\\'00\\'01\\'7f\\uc0\\u0 \\u133 \\u65532 \\u64976 b"), u"ab"_qs);
+}
+
+TEST(RichText, PassesOverOptionalDestinationsThatItDoesNotKnow) {
+    EXPECT_EQ(textOf("a{\\*\\generator Some {\\b Writer};}b{\\*\\unknown\\par}c"), u"abc"_qs);
+}
+
+TEST(RichText, ShowsTheTextOfUnknownWords) {
+    EXPECT_EQ(textOf("a{\\unknown b}\\partightenfactor0 c"), u"abc"_qs);
+}
+
+TEST(RichText, LeavesOutWhatIsNotText) {
+    EXPECT_EQ(textOf("a{\\pict\\pngblip 89504e47}b{\\object{\\*\\objdata 01}{\\result r}}c{\\info{\\title t}}d"
+                     "{\\stylesheet{\\s0 Normal;}}e{\\header h}f{\\footerf i}g{\\footnote j\\par}h"),
+              u"abcdefgh"_qs);
+}
+
+TEST(RichText, ShowsLinksAsTheirTexts) {
+    EXPECT_EQ(textOf("see {\\field{\\*\\fldinst{HYPERLINK \"file:///etc\"}}{\\fldrslt\\ul the terms}}."),
+              u"see the terms."_qs);
+}
+
+TEST(RichText, KeepsListMarks) {
+    EXPECT_EQ(textOf("{\\listtext\t1.\t}one\\par{\\pntext\\f1 2.\\tab}{\\*\\pn\\pnlvlbody{\\pntxta .}}two"),
+              u"\t1.\tone\n2.\ttwo"_qs);
+}
+
+TEST(RichText, ShowsTablesAsLines) {
+    EXPECT_EQ(textOf("\\trowd\\cellx100\\cellx200\\pard\\intbl a\\cell b\\cell\\row"
+                     "\\trowd\\cellx100\\cellx200\\pard\\intbl c\\cell d\\cell\\row\\pard e"),
+              u"a\tb\t\nc\td\t\ne"_qs);
+}
+
+TEST(RichText, PassesOverBinaryData) {
+    EXPECT_EQ(textOf("a\\bin3 }{\\b"), u"ab"_qs);
+    EXPECT_EQ(textOf("a{\\pict\\bin4 }}}}}b"), u"ab"_qs);
+    EXPECT_EQ(textOf("a\\bin0 b\\bin-3 c\\bin d"), u"abcd"_qs);
+}
+
+TEST(RichText, StopsAtTheEndOfTheDocumentsGroup) {
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1 a}b}}c")), u"a"_qs);
+}
+
+TEST(RichText, ReadsWhatATruncatedDocumentHolds) {
+    const QByteArray whole =
+        "{\\rtf1{\\fonttbl\\f0 A;}{\\colortbl;\\red1;}\\f0\\cf1 a{\\b b\\'e4\\endash\\bin2 ..\\par c}d}";
+    for (qsizetype size = 0; size <= whole.size(); ++size) {
+        const QString text = plainText(parseRichText(whole.first(size)));
+        EXPECT_TRUE(u"abä–\ncd"_qs.startsWith(text)) << size << ": " << text.toStdString();
+    }
+}
+
+TEST(RichText, EndsWhereATokenIsCutOff) {
+    for (const char *end :
+         {"\\", "\\u", "\\u-", "\\'", "\\'f", "\\b", "\\bin", "\\bin9", "\\bin2147483647", "\\*", "{\\*\\", "{\\f"}) {
+        EXPECT_EQ(plainText(parseRichText(QByteArray("{\\rtf1 a") + end)), u"a"_qs) << end;
+    }
+}
+
+TEST(RichText, ReadsNumbersOfAnySize) {
+    const QByteArray nines(100'000, '9');
+    for (const char *word :
+         {"bin", "u", "uc", "f", "fs", "cf", "li", "fi", "sb", "b", "red", "ansicpg", "fcharset", "deff", "x"}) {
+        for (const char *sign : {"", "-"}) {
+            const QByteArray control = QByteArray("\\") + word + sign + nines + " ";
+            parsed("{\\fonttbl" + control + "A;}{\\colortbl" + control + ";}" + control + "a");
+        }
+    }
+    EXPECT_EQ(textOf("a\\bin" + nines + " b"), u"a"_qs);
+}
+
+TEST(RichText, ReadsGroupsOfAnyDepth) {
+    constexpr int kDepth = 1'000'000;
+    const QByteArray open(kDepth, '{');
+    const QByteArray close(kDepth, '}');
+    EXPECT_EQ(textOf(open + "\\b a" + close + "b"), u"ab"_qs);
+    EXPECT_EQ(textOf(QByteArray("{\\b ").repeated(kDepth) + "a"), u"a"_qs);
+    EXPECT_EQ(textOf("a" + close + open), u"a"_qs);
+}
+
+TEST(RichText, ReadsTenMegabytesOfBraces) {
+    EXPECT_TRUE(parseRichText(QByteArray(10 << 20, '{')).paragraphs.isEmpty());
+    EXPECT_TRUE(parsed(QByteArray(10 << 20, '{')).paragraphs.isEmpty());
+    EXPECT_TRUE(parsed(QByteArray(10 << 20, '}')).paragraphs.isEmpty());
+}
+
+/// The number of runs and paragraphs.
+qsizetype piecesOf(const RichTextDocument &document) {
+    qsizetype pieces = document.paragraphs.size();
+    for (const RichTextParagraph &paragraph : document.paragraphs) {
+        pieces += paragraph.runs.size();
+    }
+    return pieces;
+}
+
+TEST(RichText, KeepsWithinItsLimits) {
+    constexpr qsizetype kMostPieces = 100'002; // the limit, and the last run and paragraph
+    constexpr qsizetype kMostUnits = 4 << 20;
+    EXPECT_LE(piecesOf(parsed(QByteArray("\\par").repeated(300'000))), kMostPieces);
+    EXPECT_LE(piecesOf(parsed(QByteArray("\\b a\\b0 b").repeated(100'000))), kMostPieces);
+    EXPECT_EQ(textOf(QByteArray(5 << 20, 'a')).size(), kMostUnits);
+    EXPECT_EQ(textOf("{\\fonttbl\\f0 " + QByteArray(5 << 20, 'a') + ";}\\f0 b"), u"b"_qs);
+}
+
+TEST(RichText, KeepsItsTablesWithinTheirLimits) {
+    QByteArray fonts;
+    QByteArray colors;
+    for (int i = 0; i < 20'000; ++i) {
+        fonts += "\\f" + QByteArray::number(i) + " F;";
+        colors += "\\red1;";
+    }
+    const auto runs = runsOf("{\\fonttbl" + fonts + "}{\\colortbl" + colors + "}\\f1\\cf1 a\\f19999\\cf19999 b");
+    ASSERT_EQ(runs.size(), 2);
+    EXPECT_EQ(runs[0].fontFamily, u"F"_qs);
+    EXPECT_EQ(runs[0].colorRgb, 0x010000u);
+    EXPECT_EQ(runs[1].fontFamily, QString());
+    EXPECT_EQ(runs[1].colorRgb, std::nullopt);
+}
+
+} // namespace
+} // namespace kyb
