@@ -1,7 +1,5 @@
 #pragma once
 
-#include "channel/message_keys.h"
-
 #include <QSize>
 #include <QString>
 #include <atomic>
@@ -43,7 +41,7 @@ inline constexpr char UpdateProgressBarNotification[]       = "com.kyb.UpdatePro
 inline constexpr char UninstallFinishedNotification[]       = "com.kyb.UninstallFinishedNotification";     ///< observed; nobody posts it
 inline constexpr char TermsNotAcceptedNotification[]        = "com.kyb.TermsNotAcceptedNotification";      ///< a drag was tried before the terms were accepted
 
-inline constexpr const char *installProgressLog             = kyb::kProgressMessageFile; ///< the progress message file, a fixed system path
+inline constexpr char installProgressLog[]                  = "/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log"; ///< the progress message file, a fixed system path
 
 //                         initial                          meaning                                             set by
 extern QString             curUserName;                 ///< "": the user on whose behalf the installation runs  main

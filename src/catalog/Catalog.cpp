@@ -1,5 +1,7 @@
 #include "controller/KYViewController.h"
 
+#include "base/KYGlobalConstants.h"
+#include "base/threads.h"
 #include "catalog/version_list.h"
 #include "platform/property_list.h"
 #include "platform/system_log.h"

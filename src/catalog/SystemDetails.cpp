@@ -1,5 +1,6 @@
 #include "controller/KYViewController.h"
 
+#include "base/KYGlobalConstants.h"
 #include "catalog/system_version.h"
 #include "platform/locale_info.h"
 #include "platform/property_list.h"

@@ -1,5 +1,6 @@
 #include "controller/KYAppDelegate.h"
 
+#include "base/KYGlobalConstants.h"
 #include "controller/KYViewController.h"
 
 bool KYAppDelegate::isSafeToCloseWindow() const {

@@ -1,11 +1,9 @@
 #pragma once
 
 #include "controller/KYRavexApp.h"
-#include "controller/interface.h"
 #include "controller/outlet.h"
 #include "controller/progress_message.h"
 #include "platform/child_task.h"
-#include "platform/privileges.h"
 #include "text/log_viewer_text.h"
 
 #include <QString>
@@ -14,6 +12,10 @@
 #include <mutex>
 #include <optional>
 #include <vector>
+
+namespace kyb {
+class Interface;
+}
 
 /// The one controller: everything that the installer does, told as a book. Each chapter is implemented in its room's
 /// folder, in the file that its heading names.

@@ -1,5 +1,7 @@
 #include "controller/KYViewController.h"
 
+#include "base/KYGlobalConstants.h"
+#include "base/threads.h"
 #include "install/command_lines.h"
 #include "platform/system_root.h"
 #include "text/format.h"

@@ -1,5 +1,8 @@
 #include "controller/KYViewController.h"
 
+#include "base/KYGlobalConstants.h"
+#include "base/threads.h"
+#include "channel/message_keys.h"
 #include "install/command_lines.h"
 #include "install/phases.h"
 #include "platform/clock.h"

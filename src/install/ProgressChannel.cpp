@@ -1,5 +1,7 @@
 #include "controller/KYViewController.h"
 
+#include "base/KYGlobalConstants.h"
+#include "base/threads.h"
 #include "platform/clock.h"
 #include "text/localized_text.h"
 

@@ -31,15 +31,4 @@ inline QString tailCommand(int lines, const QString &file) {
     return QStringLiteral("tail -%1 \"%2\"").arg(QString::number(lines), file);
 }
 
-/// Runs a script with the shell.
-inline QString scriptCommand(const QString &script) {
-    return QStringLiteral("%1 \"%2\"").arg(QStringLiteral("/bin/sh"), script);
-}
-
-/// A script as a command of its own: between double quotes, unless it begins with a quote already.
-inline QString quotedScript(const QString &script) {
-    const bool quoted = script.startsWith(u'"') || script.startsWith(u'\'');
-    return quoted ? script : QStringLiteral("\"%1\"").arg(script);
-}
-
 } // namespace kyb

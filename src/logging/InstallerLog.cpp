@@ -1,5 +1,6 @@
 #include "controller/KYViewController.h"
 
+#include "base/threads.h"
 #include "platform/system_root.h"
 #include "text/utf8.h"
 

@@ -1,16 +1,22 @@
 #include "controller/KYViewController.h"
 
-#include "install/command_lines.h"
+#include "base/KYGlobalConstants.h"
+#include "channel/message_keys.h"
 #include "platform/helper_connection.h"
+#include "platform/privileges.h"
 #include "platform/system_root.h"
+#include "privileged/script_commands.h"
 
 #include <QFile>
 #include <cstdio>
+#include <string_view>
 
 using kyb::ConnectionEvent;
 using kyb::ConnectionEventKind;
 
 namespace {
+
+static_assert(std::string_view(installProgressLog) == kyb::kProgressMessageFile, "the helper writes no other file");
 
 /// What is logged for an event.
 QString description(const ConnectionEvent &event) {

@@ -1,5 +1,6 @@
 #include "controller/KYViewController.h"
 
+#include "base/KYGlobalConstants.h"
 #include "base/notification_center.h"
 #include "platform/activation.h"
 

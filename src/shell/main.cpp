@@ -1,3 +1,4 @@
+#include "base/KYGlobalConstants.h"
 #include "base/threads.h"
 #include "controller/KYAppDelegate.h"
 #include "controller/KYViewController.h"

@@ -1,5 +1,7 @@
 #include "controller/KYViewController.h"
 
+#include "base/KYGlobalConstants.h"
+#include "base/threads.h"
 #include "text/localized_text.h"
 #include "text/resources.h"
 #include "text/rich_text.h"

@@ -1,5 +1,7 @@
 #include "controller/KYViewController.h"
 
+#include "controller/interface.h"
+
 namespace {
 
 using Self = KYViewController;

@@ -1,5 +1,7 @@
 #include "controller/KYViewController.h"
 
+#include "base/KYGlobalConstants.h"
+
 namespace {
 
 void close(const kyb::Outlet &sheet) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "channel/message_keys.h"
 #include "platform/helper_connection.h"
 
 #include <QHash>

@@ -32,16 +32,4 @@ TEST(CommandLines, PrintsTheLastLines) {
     EXPECT_EQ(kyb::tailCommand(2, QStringLiteral("/f")), QStringLiteral("tail -2 \"/f\""));
 }
 
-TEST(CommandLines, RunsAScriptWithTheShellAlwaysWrapped) {
-    EXPECT_EQ(kyb::scriptCommand(QStringLiteral("/a b.sh")), QStringLiteral("/bin/sh \"/a b.sh\""));
-    EXPECT_EQ(kyb::scriptCommand(QStringLiteral("\"/a b.sh\"")), QStringLiteral("/bin/sh \"\"/a b.sh\"\""));
-}
-
-TEST(CommandLines, WrapsAScriptUnlessItBeginsWithAQuote) {
-    EXPECT_EQ(kyb::quotedScript(QStringLiteral("/a b.sh")), QStringLiteral("\"/a b.sh\""));
-    EXPECT_EQ(kyb::quotedScript(QStringLiteral("'/a b.sh' x")), QStringLiteral("'/a b.sh' x"));
-    EXPECT_EQ(kyb::quotedScript(QStringLiteral("\"/a b.sh\" x")), QStringLiteral("\"/a b.sh\" x"));
-    EXPECT_EQ(kyb::quotedScript(QStringLiteral("/a\"b.sh")), QStringLiteral("\"/a\"b.sh\""));
-}
-
 } // namespace
