@@ -19,8 +19,7 @@ struct InstallerLine {
 ///
 /// \param line the line with its line end; nothing when it was not valid UTF-8, which marks a failure.
 /// \param alreadyFailed whether the installation is known to have failed: the text is then "InstallFailed" unless the
-/// line
-///        has one of its own.
+///        line has one of its own.
 InstallerLine readInstallerLine(const std::optional<QString> &line, bool alreadyFailed);
 
 /// The text of a line buffer: valid UTF-8 with the blanks and tabs at both ends taken off, the line end kept; nothing

@@ -10,8 +10,7 @@ namespace kyb {
 ///
 /// \param fixedPath an absolute path as it stands on macOS, for example "/var/tmp/kyb".
 /// \return on macOS the path itself; on Linux the path below the folder that `KYB_SYSTEM_ROOT` names, or the path
-/// itself
-///         when the variable is not set. "/" gives the root folder, with no trailing slash added.
+///         itself when the variable is not set. "/" gives the root folder, with no trailing slash added.
 ///
 /// Any thread. Never fails.
 QString systemPath(const QString &fixedPath);
