@@ -1,7 +1,8 @@
 # kyb_render_artwork(TARGET name OUTPUT_DIR folder)
 #
 # Adds the target `name`, part of ALL, which draws the SVG sources of resources/art into `folder`: each picture as
-# NAME.png and NAME@2x.png, and the icons as .icns. A picture is drawn again when its own source has changed.
+# NAME.png and NAME@2x.png, and the icons as .icns, which the target `kyb_make_icns` packs. A picture is drawn again when
+# its own source has changed.
 # `folder` is an absolute path, may hold blanks, and is made when it is missing.
 
 set(KYB_ART_DIR "${CMAKE_CURRENT_LIST_DIR}/../resources/art")
@@ -61,10 +62,6 @@ endfunction()
 function(kyb_render_artwork)
   cmake_parse_arguments(PARSE_ARGV 0 ARG "" "TARGET;OUTPUT_DIR" "")
   find_program(KYB_RSVG_CONVERT rsvg-convert REQUIRED DOC "Draws SVG as PNG (librsvg)")
-  if(NOT TARGET kyb_make_icns)
-    add_executable(kyb_make_icns "${KYB_ART_DIR}/make_icns.cpp")
-    target_link_libraries(kyb_make_icns PRIVATE kyb_options)
-  endif()
 
   set(outputs)
   foreach(row IN LISTS KYB_ART_PICTURES)

@@ -11,7 +11,8 @@ find_package(Threads REQUIRED)
 add_library(kyb_options INTERFACE)
 target_compile_options(kyb_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
-  -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wformat=2 -Wimplicit-fallthrough)
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wformat=2 -Wimplicit-fallthrough
+  $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wthread-safety>)
 target_compile_definitions(kyb_options INTERFACE
   QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_NO_NARROWING_CONVERSIONS_IN_CONNECT)
 target_link_libraries(kyb_options INTERFACE Threads::Threads)

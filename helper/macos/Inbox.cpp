@@ -25,31 +25,31 @@ void Inbox::wake() const {
 }
 
 void Inbox::add(CommandRequest request) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     requests_.push_back(std::move(request));
     wake();
 }
 
 void Inbox::noteClientCame() {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     ++clients_;
     wake();
 }
 
 void Inbox::noteClientWent() {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     --clients_;
     wake();
 }
 
 void Inbox::noteClosed() {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     isClosed_ = true;
     wake();
 }
 
 std::vector<CommandRequest> Inbox::takeRequests() {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     std::array<char, 64> bytes{};
     while (read(wakeReader_.get(), bytes.data(), bytes.size()) > 0) {
     }
@@ -57,12 +57,12 @@ std::vector<CommandRequest> Inbox::takeRequests() {
 }
 
 bool Inbox::isQuiet() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return clients_ == 0 && requests_.empty();
 }
 
 bool Inbox::isClosed() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return isClosed_;
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "CommandQueue.h"
+#include "posix/Mutex.h"
 #include "posix/UniqueFd.h"
 
-#include <mutex>
 #include <vector>
 
 namespace kyb::helper {
@@ -34,10 +34,10 @@ private:
 
     UniqueFd wakeReader_;
     UniqueFd wakeWriter_;
-    mutable std::mutex mutex_; ///< guards what follows
-    std::vector<CommandRequest> requests_;
-    int clients_ = 0;
-    bool isClosed_ = false;
+    mutable Mutex mutex_;
+    std::vector<CommandRequest> requests_ GUARDED_BY(mutex_);
+    int clients_ GUARDED_BY(mutex_) = 0;
+    bool isClosed_ GUARDED_BY(mutex_) = false;
 };
 
 } // namespace kyb::helper

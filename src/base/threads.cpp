@@ -1,5 +1,7 @@
 #include "base/threads.h"
 
+#include "posix/Mutex.h"
+
 #include <QCoreApplication>
 #include <QEvent>
 #include <QThread>
@@ -7,7 +9,6 @@
 #include <condition_variable>
 #include <cstdio>
 #include <deque>
-#include <mutex>
 #include <thread>
 #include <unistd.h>
 
@@ -20,12 +21,12 @@ const QEvent::Type kTurn = static_cast<QEvent::Type>(QEvent::registerEventType()
 class MainQueue {
 public:
     void add(std::function<void()> task) {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         tasks_.push_back(std::move(task));
     }
 
     std::function<void()> takeFirst() {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         if (tasks_.empty()) {
             return {};
         }
@@ -35,8 +36,8 @@ public:
     }
 
 private:
-    std::mutex mutex_;
-    std::deque<std::function<void()>> tasks_;
+    Mutex mutex_;
+    std::deque<std::function<void()>> tasks_ GUARDED_BY(mutex_);
 };
 
 MainQueue &mainQueue() {
@@ -86,18 +87,20 @@ void onMainThreadAndWait(std::function<void()> task) {
         return;
     }
     struct Done {
-        std::mutex mutex;
+        Mutex mutex;
         std::condition_variable changed;
-        bool ended = false;
+        bool ended GUARDED_BY(mutex) = false;
     } done;
     onMainThread([&] {
         task();
-        const std::lock_guard lock(done.mutex);
+        const MutexLock lock(done.mutex);
         done.ended = true;
         done.changed.notify_one();
     });
-    std::unique_lock lock(done.mutex);
-    done.changed.wait(lock, [&] { return done.ended; });
+    MutexLock lock(done.mutex);
+    while (!done.ended) {
+        lock.wait(done.changed);
+    }
 }
 
 void inBackground(std::function<void()> task) {

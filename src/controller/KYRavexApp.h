@@ -1,7 +1,8 @@
 #pragma once
 
+#include "posix/Mutex.h"
+
 #include <QString>
-#include <mutex>
 
 /// The record of the one driver package. The two strings may be read on one thread while another replaces them; the two
 /// flags are written before whoever reads them is started.
@@ -22,17 +23,17 @@ private:
     class AtomicString {
     public:
         QString get() const {
-            const std::lock_guard lock(mutex_);
+            const kyb::MutexLock lock(mutex_);
             return value_;
         }
         void set(const QString &value) {
-            const std::lock_guard lock(mutex_);
+            const kyb::MutexLock lock(mutex_);
             value_ = value;
         }
 
     private:
-        mutable std::mutex mutex_;
-        QString value_;
+        mutable kyb::Mutex mutex_;
+        QString value_ GUARDED_BY(mutex_);
     };
 
     AtomicString pkgName_;

@@ -4,12 +4,12 @@
 #include "controller/outlet.h"
 #include "controller/progress_message.h"
 #include "platform/child_task.h"
+#include "posix/Mutex.h"
 #include "text/log_viewer_text.h"
 
 #include <QString>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -274,13 +274,14 @@ public:
     /// \name State
     /// Each is for the main thread, but for what a chapter's background operations say of it.
     /// @{
-    std::unique_ptr<KYRavexApp> selectedApp;            ///< the package record; made by `initApps`
-    std::optional<QString> m_availablePackageVersion;   ///< the version on offer; absent until found
-    std::int32_t osVersionMajor = 0;                    ///< of the system; 0 until set
-    std::int32_t osVersionMinor = 0;                    ///< of the system; 0 until set
-    std::shared_ptr<kyb::ChildTask> fileMonitoringtask; ///< the latest log capture; guarded by taskMutex_
-    QString logFileData;                                ///< the combined log text, unfiltered
-    kyb::LogLines allLinesOfLogFileData;                ///< that text's lines
+    std::unique_ptr<KYRavexApp> selectedApp;          ///< the package record; made by `initApps`
+    std::optional<QString> m_availablePackageVersion; ///< the version on offer; absent until found
+    std::int32_t osVersionMajor = 0;                  ///< of the system; 0 until set
+    std::int32_t osVersionMinor = 0;                  ///< of the system; 0 until set
+    /// The latest log capture.
+    std::shared_ptr<kyb::ChildTask> fileMonitoringtask GUARDED_BY(taskMutex_);
+    QString logFileData;                 ///< the combined log text, unfiltered
+    kyb::LogLines allLinesOfLogFileData; ///< that text's lines
     /// @}
 
 private:
@@ -289,7 +290,7 @@ private:
     void showResult();
 
     std::vector<int> observations_;
-    mutable std::mutex internalLogMutex_;
-    QString internalLog_;
-    std::mutex taskMutex_;
+    mutable kyb::Mutex internalLogMutex_;
+    QString internalLog_ GUARDED_BY(internalLogMutex_);
+    kyb::Mutex taskMutex_;
 };

@@ -33,14 +33,14 @@ void KYViewController::startMonitoringLogFile() {
     const auto task =
         std::make_shared<kyb::ChildTask>(QStringLiteral("/bin/sh"), QStringList{QStringLiteral("-c"), command});
     {
-        const std::lock_guard lock(taskMutex_);
+        const kyb::MutexLock lock(taskMutex_);
         fileMonitoringtask = task;
     }
     task->launch();
 }
 
 void KYViewController::stopMonitoringLogFile() {
-    const std::lock_guard lock(taskMutex_);
+    const kyb::MutexLock lock(taskMutex_);
     if (fileMonitoringtask) {
         fileMonitoringtask->terminate();
     }

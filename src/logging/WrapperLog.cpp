@@ -59,7 +59,7 @@ void appendToFile(const QByteArray &path, const QByteArray &line) {
 
 void KYViewController::initLogFile() {
     {
-        const std::lock_guard lock(internalLogMutex_);
+        const kyb::MutexLock lock(internalLogMutex_);
         internalLog_ = QString();
     }
     const QString folder = kyb::systemPath(QString::fromLatin1(kWorkingFolder));
@@ -80,13 +80,13 @@ void KYViewController::initLogFile() {
 void KYViewController::WriteLog(const QString &message) {
     kyb::systemLog(message);
     {
-        const std::lock_guard lock(internalLogMutex_);
+        const kyb::MutexLock lock(internalLogMutex_);
         internalLog_ += message + QLatin1Char('\n');
     }
     appendToFile(QFile::encodeName(kyb::systemPath(QString::fromLatin1(kLogFile))), logLine(message));
 }
 
 QString KYViewController::internalLog() const {
-    const std::lock_guard lock(internalLogMutex_);
+    const kyb::MutexLock lock(internalLogMutex_);
     return internalLog_;
 }

@@ -14,7 +14,7 @@ namespace kyb {
 /// the system as it is.
 using HelperConnection = struct OpaqueHelperConnection *;
 
-/// What a message holds: keys (see privileged/message_keys.h) and UTF-8 texts, in the order in which they are set.
+/// What a message holds: keys (see channel/message_keys.h) and UTF-8 texts, in the order in which they are set.
 using HelperMessage = std::vector<std::pair<const char *, QByteArray>>;
 
 /// What can happen to a connection beside the reply.

@@ -1,11 +1,11 @@
 #include "text/localized_text.h"
 
 #include "platform/system_log.h"
+#include "posix/Mutex.h"
 #include "text/resources.h"
 #include "text/string_table.h"
 
 #include <QFile>
-#include <mutex>
 
 namespace kyb {
 namespace {
@@ -24,11 +24,11 @@ QHash<QString, QString> readTable(const QString &path) {
 
 /// The bundle's string table, read when it is first asked for.
 QHash<QString, QString> defaultTable() {
-    static std::mutex mutex;
-    static QString readFrom;
-    static QHash<QString, QString> entries;
+    static Mutex mutex;
+    static QString readFrom GUARDED_BY(mutex);
+    static QHash<QString, QString> entries GUARDED_BY(mutex);
     const QString path = resourcePath(QStringLiteral("Localizable.strings"));
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (path != readFrom) {
         entries = readTable(path);
         readFrom = path;

@@ -1,11 +1,11 @@
 #include "platform/linux/helper_launch.h"
 
 #include "channel/message_keys.h"
+#include "posix/Mutex.h"
 
 #include <algorithm>
 #include <csignal>
 #include <fcntl.h>
-#include <mutex>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <vector>
@@ -63,14 +63,14 @@ public:
 class StartedHelpers {
 public:
     void add(pid_t helper) {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         std::erase_if(helpers_, [](pid_t earlier) { return waitpid(earlier, nullptr, WNOHANG) != 0; });
         helpers_.push_back(helper);
     }
 
 private:
-    std::mutex mutex_;
-    std::vector<pid_t> helpers_;
+    Mutex mutex_;
+    std::vector<pid_t> helpers_ GUARDED_BY(mutex_);
 };
 
 StartedHelpers &startedHelpers() {

@@ -1,15 +1,14 @@
 #include "platform/linux/missing_helper_events.h"
 
-#include <condition_variable>
-#include <mutex>
+#include "posix/Mutex.h"
 
 namespace kyb {
 namespace {
 
 struct Tickets {
-    std::mutex mutex;
+    Mutex mutex;
     std::condition_variable returned;
-    int out = 0;
+    int out GUARDED_BY(mutex) = 0;
 };
 
 Tickets &tickets() {
@@ -18,7 +17,7 @@ Tickets &tickets() {
 }
 
 void returnTicket(void *) {
-    const std::lock_guard lock(tickets().mutex);
+    const MutexLock lock(tickets().mutex);
     --tickets().out;
     tickets().returned.notify_all();
 }
@@ -26,14 +25,16 @@ void returnTicket(void *) {
 } // namespace
 
 EventTicket takeEventTicket() {
-    const std::lock_guard lock(tickets().mutex);
+    const MutexLock lock(tickets().mutex);
     ++tickets().out;
     return {&tickets(), returnTicket};
 }
 
 void waitForEventTickets() {
-    std::unique_lock lock(tickets().mutex);
-    tickets().returned.wait(lock, [] { return tickets().out == 0; });
+    MutexLock lock(tickets().mutex);
+    while (tickets().out != 0) {
+        lock.wait(tickets().returned);
+    }
 }
 
 } // namespace kyb

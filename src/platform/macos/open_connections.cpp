@@ -1,16 +1,16 @@
 #include "platform/macos/open_connections.h"
 
-#include <condition_variable>
-#include <mutex>
+#include "posix/Mutex.h"
+
 #include <set>
 
 namespace kyb {
 namespace {
 
 struct OpenConnections {
-    std::mutex mutex;
+    Mutex mutex;
     std::condition_variable noneLeft;
-    std::set<HelperConnection> connections;
+    std::set<HelperConnection> connections GUARDED_BY(mutex);
 };
 
 OpenConnections &open() {
@@ -21,12 +21,12 @@ OpenConnections &open() {
 } // namespace
 
 void noteOpen(HelperConnection connection) {
-    const std::lock_guard lock(open().mutex);
+    const MutexLock lock(open().mutex);
     open().connections.insert(connection);
 }
 
 void noteSettled(HelperConnection connection) {
-    const std::lock_guard lock(open().mutex);
+    const MutexLock lock(open().mutex);
     open().connections.erase(connection);
     if (open().connections.empty()) {
         open().noneLeft.notify_all();
@@ -34,8 +34,10 @@ void noteSettled(HelperConnection connection) {
 }
 
 void waitForOpenConnections(std::chrono::milliseconds limit) {
-    std::unique_lock lock(open().mutex);
-    open().noneLeft.wait_for(lock, limit, [] { return open().connections.empty(); });
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    MutexLock lock(open().mutex);
+    while (!open().connections.empty() && lock.waitUntil(open().noneLeft, deadline)) {
+    }
 }
 
 } // namespace kyb

@@ -1,0 +1,110 @@
+#!/usr/bin/env python3
+"""Plants one fault of each kind into a small house, and sees tools/check-rooms name it: check_rooms_test.py CHECK_ROOMS"""
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+CHECK_ROOMS = sys.argv.pop(1)
+
+PLAN = """\
+| room | holds | may include |
+|---|---|---|
+| `common/posix/` | the cellar | – |
+| `src/base/` | verbs | posix |
+| `src/text/` | words | base |
+| `src/shell/` | the roof | all of src |
+"""
+HOUSE = {
+    "docs/architecture.md": PLAN,
+    "common/posix/Fd.h": "#include <vector>\n",
+    "src/base/threads.cpp": '#include "posix/Fd.h"\n#include <thread>\nstd::thread t;\n',
+    "src/base/threads.h": "",
+    "src/text/words.h": '#include "base/threads.h" // not std::thread\n',
+    "src/text/words.cpp": '#include "words.h"\n#include "made.h"\n',
+    "src/text/linux/CMakeLists.txt": "",
+    "src/shell/main.cpp": '#include "text/words.h"\n#include "base/threads.h"\nint s = pthread_sigmask(0, 0, 0);\n',
+    "src/shell/CMakeLists.txt": 'add_library(shell "${CMAKE_CURRENT_SOURCE_DIR}/main.cpp" ${NAME}.cpp)\n',
+    "resources/made.h.in": "",
+}
+PAIR = PLAN.replace("words | base", "words | base, shell")
+
+
+class CheckRooms(unittest.TestCase):
+    def check(self, faults):
+        """What is said about the small house with these files in it; a file without content is taken away."""
+        with tempfile.TemporaryDirectory() as top:
+            for name, content in (HOUSE | faults).items():
+                if content is not None:
+                    file = Path(top, name)
+                    file.parent.mkdir(parents=True, exist_ok=True)
+                    file.write_text(content)
+            run = subprocess.run([sys.executable, CHECK_ROOMS, "--matrix", top], capture_output=True, text=True)
+            self.assertEqual(run.returncode, 1 if run.stderr else 0, run.stderr)
+            return run
+
+    def assert_named(self, faults, *complaints):
+        self.assertEqual(self.check(faults).stderr, "".join(complaint + "\n" for complaint in complaints))
+
+    def test_a_sound_house_passes_and_is_drawn(self):
+        run = self.check({})
+        self.assertEqual(run.stderr, "")
+        self.assertRegex(run.stdout, r"src/shell +· +1 +1 +·\n")
+
+    def test_an_include_that_the_row_does_not_allow(self):
+        self.assert_named({"src/text/words.h": '\n#include "posix/Fd.h"\n'},
+                          "src/text/words.h:2: src/text may not include common/posix")
+
+    def test_it_does_not_hide_in_angle_brackets(self):
+        self.assert_named({"src/text/words.h": "# include <posix/Fd.h>\n"},
+                          "src/text/words.h:1: src/text may not include common/posix")
+
+    def test_rooms_that_include_each_other(self):
+        self.assert_named({"src/base/threads.h": '#include "text/words.h"\n'},
+                          "src/base/threads.h:1: src/base may not include src/text",
+                          "src/base/threads.h:1: src/base and src/text include each other (and src/text/words.h:1)")
+
+    def test_a_circle_of_three(self):
+        said = self.check({"src/base/threads.h": '#include "shell/roof.h"\n', "src/shell/roof.h": "",
+                           "src/shell/main.cpp": '#include "text/words.h"\n'}).stderr
+        self.assertRegex(said, r": a circle: src/\w+ > src/\w+ > src/\w+ > src/\w+\n")
+        self.assertNotIn("each other", said)
+
+    def test_a_row_that_names_a_room_below(self):
+        self.assert_named({"docs/architecture.md": PAIR}, "docs/architecture.md:5: “shell” is no room above this one")
+
+    def test_an_include_that_is_found_nowhere(self):
+        self.assert_named({"src/text/words.h": '#include "gone.h"\n'}, "src/text/words.h:1: “gone.h” is found nowhere")
+
+    def test_an_include_that_is_found_twice(self):
+        self.assert_named({"common/base/threads.h": "", "docs/architecture.md": PLAN + "| `common/base/` | twin | – |\n"},
+                          "src/shell/main.cpp:2: “base/threads.h” is found twice",
+                          "src/text/words.h:1: “base/threads.h” is found twice")
+
+    def test_an_include_that_climbs(self):
+        self.assert_named({"src/text/words.h": '#include "../base/threads.h"\n'},
+                          "src/text/words.h:1: “../base/threads.h” climbs out of its folder")
+
+    def test_a_source_in_no_room(self):
+        self.assert_named({"src/attic/box.cpp": ""}, "src/attic/box.cpp:1: stands in no room")
+
+    def test_a_row_without_sources(self):
+        self.assert_named({"src/shell/main.cpp": None}, "docs/architecture.md: the room src/shell has no sources")
+
+    def test_a_thread_outside_its_home(self):
+        for word in ("std::thread", "std::jthread", "std::this_thread::yield()", "std::async", "QThread::sleep(1)",
+                     "QThreadPool", "QtConcurrent::run", "pthread_create", "#include <thread>"):
+            with self.subTest(word):
+                self.assertIn("src/text/words.cpp:1: names a thread: ", self.check({"src/text/words.cpp": word}).stderr)
+
+    def test_a_cmake_file_that_compiles_another_folders_source(self):
+        for source in ("../text/words.cpp", '"${PROJECT_SOURCE_DIR}/src/text/words.cpp"', "${support}/a.cpp", "/a.cpp"):
+            with self.subTest(source):
+                self.assert_named({"src/shell/CMakeLists.txt": f"add_library(shell\n  main.cpp {source})\n"},
+                                  f"src/shell/CMakeLists.txt:2: compiles another folder's source: " + source.strip('"'))
+        self.assert_named({"src/text/CMakeLists.txt": "target_sources(text PRIVATE linux/a.cpp)\n"},
+                          "src/text/CMakeLists.txt:1: compiles another folder's source: linux/a.cpp")
+
+
+unittest.main()
