@@ -34,6 +34,11 @@ public:
         return first;
     }
 
+    bool isEmpty() {
+        const std::lock_guard lock(mutex_);
+        return tasks_.empty();
+    }
+
 private:
     std::mutex mutex_;
     std::deque<std::function<void()>> tasks_;
@@ -114,8 +119,8 @@ bool isMainThread() {
     return application == nullptr || application->thread() == QThread::currentThread();
 }
 
-int backgroundTaskCount() {
-    return runningTasks;
+bool isIdle() {
+    return runningTasks == 0 && mainQueue().isEmpty(); // NB: in this order; what runs may still queue something
 }
 
 void endProcess(int status) {
