@@ -35,6 +35,11 @@ public:
         return first;
     }
 
+    bool isEmpty() {
+        const std::lock_guard lock(mutex_);
+        return tasks_.empty();
+    }
+
 private:
     Mutex mutex_;
     std::deque<std::function<void()>> tasks_ GUARDED_BY(mutex_);
@@ -117,8 +122,8 @@ bool isMainThread() {
     return application == nullptr || application->thread() == QThread::currentThread();
 }
 
-int backgroundTaskCount() {
-    return runningTasks;
+bool isIdle() {
+    return runningTasks == 0 && mainQueue().isEmpty(); // NB: in this order; what runs may still queue something
 }
 
 void endProcess(int status) {

@@ -20,8 +20,8 @@ void inBackground(std::function<void()> task);
 /// Whether the caller is the main thread (true as long as there is no application object).
 bool isMainThread();
 
-/// How many tasks given to `inBackground` have not ended yet.
-int backgroundTaskCount();
+/// Whether nothing is left to do: no task runs in the background, and none waits for the main thread. Main thread.
+bool isIdle();
 
 /// Ends the process at once with \p status: output is flushed, nothing is destroyed, so no thread that still runs can
 /// touch what is gone. Main thread, after the event loop.

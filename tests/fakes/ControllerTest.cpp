@@ -1,17 +1,21 @@
 #include "ControllerTest.h"
 
-#include <QElapsedTimer>
-#include <QEventLoop>
-#include <QTimer>
+#include "support/turn_until.h"
+
+#include <QFileInfo>
+#include <sys/stat.h>
 
 namespace {
 
-constexpr int kPatienceMilliseconds = 30'000;
+const QString kAsked = QStringLiteral("/asked");
 
 } // namespace
 
 ControllerTest::ControllerTest() {
+    static const QByteArray hostPath = qgetenv("PATH");
     machine.reset();
+    putProgram(QStringLiteral("/bin/sudo"));
+    qputenv("PATH", QFile::encodeName(machine.path(QStringLiteral("/bin"))) + ':' + hostPath);
     resetFlags();
     application_ = std::make_unique<QCoreApplication>(argc_, argv_);
     controller = std::make_unique<KYViewController>();
@@ -51,6 +55,17 @@ void ControllerTest::putHelper() {
     machine.write(QStringLiteral("/Library/PrivilegedHelperTools/com.kyb.InstallerHelperTool"), "helper");
 }
 
+void ControllerTest::putProgram(const QString &fixedPath) {
+    const QString program = machine.path(fixedPath);
+    const QString script = QStringLiteral("#!/bin/sh\n{ printf '%1'; printf ' [%s]' \"$@\"; echo; } >>'%2'\n");
+    machine.write(fixedPath, script.arg(QFileInfo(program).fileName(), machine.path(kAsked)).toUtf8());
+    chmod(QFile::encodeName(program).constData(), 0755);
+}
+
+QStringList ControllerTest::asked() const {
+    return QString::fromUtf8(machine.read(kAsked)).split(u'\n', Qt::SkipEmptyParts);
+}
+
 void ControllerTest::makeSelectedApp() {
     controller->selectedApp = std::make_unique<KYRavexApp>();
     controller->selectedApp->setPkgName(QStringLiteral("/OSX/Brelund Quorlix Driver.pkg"));
@@ -58,25 +73,20 @@ void ControllerTest::makeSelectedApp() {
 }
 
 void ControllerTest::settle() {
-    waitUntil([] { return kyb::backgroundTaskCount() == 0; });
-    QCoreApplication::processEvents();
+    waitUntil(kyb::isIdle);
 }
 
 void ControllerTest::waitUntil(const std::function<bool()> &condition) {
-    QElapsedTimer patience;
-    patience.start();
-    while (!condition()) {
-        ASSERT_LT(patience.elapsed(), kPatienceMilliseconds) << "waited in vain";
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
+    ASSERT_TRUE(kyb::test::turnUntil(condition)) << "waited in vain";
 }
 
 std::optional<int> ControllerTest::runApplication(const std::function<void()> &start) {
     constexpr int kNobodyAsked = -12345;
     QTimer watch;
     QObject::connect(&watch, &QTimer::timeout, [] {
-        if (kyb::backgroundTaskCount() == 0) {
-            QTimer::singleShot(0, [] { QCoreApplication::exit(kNobodyAsked); }); // after what is queued
+        if (kyb::isIdle()) {
+            // NB: not at once; somebody may have asked during this turn.
+            QTimer::singleShot(0, [] { QCoreApplication::exit(kNobodyAsked); });
         }
     });
     QTimer::singleShot(0, [&] {
@@ -84,6 +94,8 @@ std::optional<int> ControllerTest::runApplication(const std::function<void()> &s
         watch.start(1);
     });
     const int status = QCoreApplication::exec();
+    watch.stop();
+    settle();
     return status == kNobodyAsked ? std::optional<int>() : status;
 }
 

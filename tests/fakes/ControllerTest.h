@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 /// A controller on a fake machine, with the flags at their initial values. Interactive tests connect the screens.
+/// Nothing of the test runs any more when it has ended.
 class ControllerTest : public ::testing::Test {
 protected:
     ControllerTest();
@@ -21,17 +22,24 @@ protected:
     void putTexts(const QByteArray &table);
     void putHelper();
 
+    /// Puts a program in place of a system program that only tells how it was called. There is one for sudo, which the
+    /// shell finds before the host's.
+    void putProgram(const QString &fixedPath);
+
+    /// What these programs were asked, in order: "sudo [chmod] [-R]".
+    QStringList asked() const;
+
     /// A package record as after a scan that found the package.
     void makeSelectedApp();
 
-    /// Runs the event loop until no background task runs and nothing is queued.
+    /// Turns the event loop until no task runs or waits any more.
     void settle();
 
     /// Turns the event loop until \p condition holds; fails the test after a while.
     void waitUntil(const std::function<bool()> &condition);
 
-    /// Runs \p start in the event loop until the application is asked to terminate or no background task runs any more.
-    /// \return the exit status, or nothing when nobody asked to terminate.
+    /// Runs \p start in the event loop until the application is asked to terminate or nothing is left to do; then
+    /// settles. \return the exit status, or nothing when nobody asked to terminate.
     std::optional<int> runApplication(const std::function<void()> &start);
 
     FakeControl &screen(const char *name) { return screens[QString::fromLatin1(name)]; }

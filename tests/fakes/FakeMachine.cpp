@@ -18,8 +18,8 @@
 #include <cstring>
 
 FakeMachine &FakeMachine::instance() {
-    static auto *machine = new FakeMachine; // threads of the code under test may outlive main()
-    return *machine;
+    static FakeMachine machine; // no thread is left at its end: every fixture waits for them
+    return machine;
 }
 
 void FakeMachine::reset() {

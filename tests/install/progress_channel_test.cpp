@@ -1,6 +1,7 @@
 #include "ControllerTest.h"
+#include "support/turn_until.h"
 
-#include <thread>
+#include <ctime>
 
 namespace {
 
@@ -8,8 +9,12 @@ using namespace std::chrono_literals;
 
 class ProgressChannel : public ControllerTest {
 protected:
-    void startUninstallProgress() {
+    /// Simulates the uninstall's progress, to the end of the installation of nothing that follows it.
+    void runUninstallProgress() {
+        makeSelectedApp();
+        controller->selectedApp->isSelectedForInstall = false;
         kyb::inBackground([this] { controller->startUninstallationProgressUpdate(); });
+        settle();
     }
 };
 
@@ -56,32 +61,24 @@ TEST_F(ProgressChannel, TheUninstallIsDoneWhenTheBarIsAtItsEnd) {
 TEST_F(ProgressChannel, AnUninstallThatEndsAfterTheFirstPassStillShowsItsEndForASecond) {
     connectScreens();
     putTexts("\"UninstallComplete\" = \"Removed\";");
-    makeSelectedApp();
-    controller->selectedApp->isSelectedForInstall = false;
     uninstallationInProgress = true;
     machine.onSleep = [](std::chrono::milliseconds) { uninstallationInProgress = false; };
-    startUninstallProgress();
-    waitUntil([]() -> bool { return installationInProgress; });
-    EXPECT_EQ(screen("installProgressIndicator").values, (std::vector<double>{0.5, 100.0, 0.0}));
+    runUninstallProgress();
+    EXPECT_EQ(screen("installProgressIndicator").values, (std::vector<double>{0.5, 100.0, 0.0, 100.0}));
     EXPECT_TRUE(screens.journal.contains(QStringLiteral("progressInfoLabel text \"Removed\"")));
     EXPECT_EQ(machine.sleeps(), (std::vector<std::chrono::milliseconds>{50ms, 1000ms}));
-    EXPECT_EQ(controller->internalLog(),
-              QStringLiteral("Uninstallation completed successfully: will start installation progressbar\n"));
+    EXPECT_TRUE(controller->internalLog().startsWith(
+        QStringLiteral("Uninstallation completed successfully: will start installation progressbar\n")));
 }
 
 TEST_F(ProgressChannel, AnUninstallThatIsOverAlreadyHasNoSteps) {
     connectScreens();
-    makeSelectedApp();
-    controller->selectedApp->isSelectedForInstall = false;
-    startUninstallProgress();
-    waitUntil([]() -> bool { return installationInProgress; });
-    EXPECT_EQ(screen("installProgressIndicator").values, (std::vector<double>{100.0, 0.0}));
+    runUninstallProgress();
+    EXPECT_EQ(screen("installProgressIndicator").values, (std::vector<double>{100.0, 0.0, 100.0}));
 }
 
 TEST_F(ProgressChannel, TheStepsEndAtSeventyAndAHalf) {
     connectScreens();
-    makeSelectedApp();
-    controller->selectedApp->isSelectedForInstall = false;
     uninstallationInProgress = true;
     int passes = 0;
     machine.onSleep = [&passes](std::chrono::milliseconds) {
@@ -89,10 +86,9 @@ TEST_F(ProgressChannel, TheStepsEndAtSeventyAndAHalf) {
             uninstallationInProgress = false;
         }
     };
-    startUninstallProgress();
-    waitUntil([]() -> bool { return installationInProgress; });
+    runUninstallProgress();
     const std::vector<double> &values = screen("installProgressIndicator").values;
-    ASSERT_EQ(values.size(), 141U + 2U); // 0.5 to 70.5, then the end and the installation's start
+    ASSERT_EQ(values.size(), 141U + 3U); // 0.5 to 70.5, then the end, and the installation's start and end
     EXPECT_EQ(values[0], 0.5);
     EXPECT_EQ(values[139], 70.0);
     EXPECT_EQ(values[140], 70.5);
@@ -100,33 +96,42 @@ TEST_F(ProgressChannel, TheStepsEndAtSeventyAndAHalf) {
 
 TEST_F(ProgressChannel, ABarAtItsEndEndsTheSteps) {
     connectScreens();
-    makeSelectedApp();
-    controller->selectedApp->isSelectedForInstall = false;
     uninstallationInProgress = true;
     isUninstallationDone = true;
-    startUninstallProgress();
-    waitUntil([]() -> bool { return installationInProgress; });
-    EXPECT_EQ(screen("installProgressIndicator").values, (std::vector<double>{0.5, 100.0, 0.0}));
+    runUninstallProgress();
+    EXPECT_EQ(screen("installProgressIndicator").values, (std::vector<double>{0.5, 100.0, 0.0, 100.0}));
 }
+
+/// How long all threads but the calling one have had a processor.
+std::chrono::nanoseconds processorTimeOfOthers() {
+    const auto read = [](clockid_t clock) {
+        timespec time{};
+        clock_gettime(clock, &time);
+        return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+    };
+    return read(CLOCK_PROCESS_CPUTIME_ID) - read(CLOCK_THREAD_CPUTIME_ID);
+}
+
+/// Turns the event loop until the other threads have had the processor for \p time, or there are none.
+void letOthersRun(std::chrono::nanoseconds time) {
+    const auto begin = processorTimeOfOthers();
+    kyb::test::turnUntil([&] { return processorTimeOfOthers() - begin >= time || kyb::isIdle(); });
+}
+
+/// NB: no more than that; on a busy machine a thread that yields has a microsecond of the processor at a time.
+constexpr auto kTimeForManyPasses = 200us;
 
 /// Lets an uninstall take longer than the passes last, and leaves the process when that thread has gone idle for good.
 [[noreturn]] void runPastTheLastPass(KYViewController &controller, FakeMachine &machine, FakeInterface &screens) {
     uninstallationInProgress = true;
     kyb::inBackground([&controller] { controller.startUninstallationProgressUpdate(); });
-    while (machine.sleeps().size() < 1001) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
-    uninstallationInProgress = true;
-    for (int turn = 0; turn < 50; ++turn) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        std::this_thread::sleep_for(2ms);
-        if (turn == 10) {
-            uninstallationInProgress = false; // NB: not read any more
-        }
-    }
-    const bool idle = machine.sleeps().size() == 1001 && !installationInProgress && kyb::backgroundTaskCount() == 1 &&
-                      screens[QStringLiteral("installProgressIndicator")].currentValue == 70.5;
-    kyb::endProcess(idle ? 0 : 1);
+    kyb::test::turnUntil([&machine] { return machine.sleeps().size() == 1001; });
+    letOthersRun(kTimeForManyPasses);
+    uninstallationInProgress = false; // NB: not read any more
+    letOthersRun(kTimeForManyPasses);
+    const bool spins = machine.sleeps().size() == 1001 && !installationInProgress && !kyb::isIdle() &&
+                       screens[QStringLiteral("installProgressIndicator")].currentValue == 70.5;
+    kyb::endProcess(spins ? 0 : 1);
 }
 
 TEST_F(ProgressChannel, AnUninstallLongerThanAThousandPassesIsNeverFollowedByMoreYetTheProcessCanEnd) {

@@ -1,17 +1,10 @@
 #pragma once
 
-#include <QCoreApplication>
-#include <QEventLoop>
+#include "support/turn_until.h"
+
 #include <gtest/gtest.h>
 
 namespace kyb::test {
-
-/// Runs the main thread's event loop until \p condition holds; the test's own time limit bounds it.
-template <typename Condition> void spinUntil(Condition condition) {
-    while (!condition()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 5);
-    }
-}
 
 /// The application object, for the whole test program.
 class Application : public testing::Environment {

@@ -33,12 +33,12 @@ TEST(HelperConnectionContract, IsInvalidWithoutAService) {
     releaseConnection(connection);
     EXPECT_TRUE(replies.empty()) << "a reply waits for the main thread's turn";
 
-    test::spinUntil([&] { return events > 0 && !replies.empty(); });
+    test::turnUntil([&] { return events > 0 && !replies.empty(); });
     EXPECT_EQ(events, 1);
     EXPECT_TRUE(cameInBackground);
     ASSERT_EQ(replies.size(), 1U);
     EXPECT_FALSE(replies[0]);
-    test::spinUntil([] { return backgroundTaskCount() == 0; });
+    test::turnUntil(isIdle);
 }
 
 TEST(HelperConnectionContract, MayBeReleasedUnused) {

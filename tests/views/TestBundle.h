@@ -1,11 +1,10 @@
 #pragma once
 
 #include "base/KYGlobalConstants.h"
+#include "support/turn_until.h"
 
 #include <QByteArray>
 #include <QColor>
-#include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QImage>
 #include <QTemporaryDir>
 #include <QWidget>
@@ -39,14 +38,3 @@ QByteArray png(QSize pixels, const QColor &color);
 
 /// An icon container with those pictures.
 QByteArray icns(const QList<QByteArray> &pictures);
-
-/// Lets the event loop run until \p condition holds. False when it does not within some seconds.
-template <typename Condition> bool eventually(Condition condition) {
-    constexpr int patienceMilliseconds = 10'000;
-    QElapsedTimer waited;
-    waited.start();
-    while (!condition() && waited.elapsed() < patienceMilliseconds) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
-    return condition();
-}

@@ -62,7 +62,7 @@ TEST_F(DragEnd, AReleaseDuringTheFirstTurnOfTheLoopIsSeen) {
     int asked = 0;
     const kyb::DragBoundary boundary(&drag, QPoint(), [&](DraggingContext) { return ++asked > 0; });
     QTimer::singleShot(0, &window_, [&] { send(QEvent::MouseButtonRelease, QPoint(160, 170)); });
-    EXPECT_TRUE(eventually([&] { return asked == 1; }));
+    EXPECT_TRUE(kyb::test::turnUntil([&] { return asked == 1; }));
 }
 
 TEST_F(DragEnd, TheBoundaryEndsWithTheDrag) {
@@ -87,7 +87,7 @@ TEST_F(DragEnd, ThePictureGlidesHomeAndIsGone) {
     EXPECT_TRUE(ghost()->windowFlags().testFlag(Qt::WindowTransparentForInput));
     EXPECT_TRUE(ghost()->windowFlags().testFlag(Qt::FramelessWindowHint));
     QPoint last;
-    EXPECT_TRUE(eventually([&] {
+    EXPECT_TRUE(kyb::test::turnUntil([&] {
         last = ghost() != nullptr ? ghost()->pos() : last;
         return ghost() == nullptr;
     }));

@@ -251,7 +251,7 @@ TEST_F(LogTextView, ShowsTheSelectionInTheColoursOfThePalette) {
     view_.setText(QStringLiteral("abcdef"));
     view_.selectAll();
     const QColor highlight = view_.palette().color(QPalette::Active, QPalette::Highlight);
-    ASSERT_TRUE(eventually([&] { return view_.hasFocus(); }));
+    ASSERT_TRUE(kyb::test::turnUntil([&] { return view_.hasFocus(); }));
     const QImage image = shot(*view_.viewport());
     EXPECT_EQ(image.pixelColor(view_.caretRect(3).topLeft() + QPoint(0, 1)), highlight);
 }
@@ -287,7 +287,7 @@ TEST_F(LogTextView, TheContextMenuCopiesAndSelectsAll) {
     menu->actions()[1]->trigger();
     EXPECT_EQ(view_.selectedText(), QStringLiteral("abc"));
     menu->close();
-    ASSERT_TRUE(eventually([&] { return view_.findChild<QMenu *>() == nullptr; }));
+    ASSERT_TRUE(kyb::test::turnUntil([&] { return view_.findChild<QMenu *>() == nullptr; }));
     openMenu()->actions()[0]->trigger();
     EXPECT_EQ(clipboard(), QStringLiteral("abc"));
 }

@@ -151,7 +151,7 @@ TEST_F(SourceView, ShowsThatItHasTheFocus) {
     const QImage before = shot(*view_);
     QApplication::setActiveWindow(&window_);
     view_->setFocus();
-    ASSERT_TRUE(eventually([&] { return view_->hasFocus(); }));
+    ASSERT_TRUE(kyb::test::turnUntil([&] { return view_->hasFocus(); }));
     EXPECT_NE(shot(*view_), before);
     EXPECT_EQ(shot(*view_).pixelColor(48, 1), view_->palette().color(QPalette::Highlight));
 }

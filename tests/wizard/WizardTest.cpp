@@ -1,8 +1,8 @@
 #include "WizardTest.h"
 
 #include "FakeMachine.h"
+#include "support/turn_until.h"
 
-#include <QDeadlineTimer>
 #include <QPalette>
 #include <QTest>
 
@@ -37,11 +37,7 @@ void WizardTest::open() {
 }
 
 void WizardTest::waitUntil(const std::function<bool()> &condition) {
-    const QDeadlineTimer deadline(std::chrono::seconds(20));
-    while (!condition() && !deadline.hasExpired()) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
-    }
-    ASSERT_TRUE(condition());
+    ASSERT_TRUE(kyb::test::turnUntil(condition));
 }
 
 kyb::Control &WizardTest::control(const char *name) {

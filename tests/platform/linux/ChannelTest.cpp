@@ -62,7 +62,7 @@ ChannelTest::ChannelTest() {
 
 ChannelTest::~ChannelTest() {
     root().killHelpers();
-    spinUntil([] { return backgroundTaskCount() == 0; });
+    turnUntil(isIdle);
 }
 
 const TempRoot &ChannelTest::root() {
@@ -89,7 +89,7 @@ std::shared_ptr<Outcome> ChannelTest::send(const QByteArray &command, Progress p
 }
 
 std::string ChannelTest::waitForReply(const Outcome &outcome) {
-    spinUntil([&outcome] { return outcome.isComplete(); });
+    turnUntil([&outcome] { return outcome.isComplete(); });
     return outcome.reply();
 }
 

@@ -107,7 +107,7 @@ TEST_F(HelperConnectionTest, StartsOneHelperForManyClients) {
             outcomes.push_back(outcome);
         });
     }
-    test::spinUntil([&] {
+    test::turnUntil([&] {
         const std::lock_guard lock(mutex);
         return outcomes.size() == 20;
     });
@@ -172,7 +172,7 @@ TEST_F(HelperConnectionTest, AnswersWhenTheCommandHasEnded) {
     registerHelper();
     const auto outcome = send("echo >" + at("/ready") + "; while [ ! -e " + at("/go") + " ] && [ -d " + at("/var") +
                               " ]; do sleep 0.01; done; echo >" + at("/ended"));
-    test::spinUntil([] { return fs::exists(root().at("/ready")); });
+    test::turnUntil([] { return fs::exists(root().at("/ready")); });
     EXPECT_FALSE(outcome->isComplete());
     makeFile("/go");
     EXPECT_EQ(waitForReply(*outcome), kSuccess);
@@ -210,7 +210,7 @@ TEST_F(HelperConnectionTest, IsInterruptedWhenTheHelperIsKilled) {
     const auto outcome = send("echo >" + at("/ready") + "; while [ ! -e " + at("/go") + " ] && [ -d " + at("/var") +
                                   " ]; do sleep 0.01; done",
                               Progress::Wanted);
-    test::spinUntil([] { return fs::exists(root().at("/ready")); });
+    test::turnUntil([] { return fs::exists(root().at("/ready")); });
     EXPECT_FALSE(outcome->isComplete());
     root().killHelpers();
     EXPECT_THAT(eventsOf(*outcome), ElementsAre(Kind::Interrupted));
@@ -235,7 +235,7 @@ TEST_F(HelperConnectionTest, TakesNoNoticeOfANullConnection) {
     resumeConnection(nullptr);
     sendMessageWithReply(nullptr, {{kCommandKey, "true"}}, [](const std::optional<QByteArray> &) { ADD_FAILURE(); });
     releaseConnection(nullptr);
-    EXPECT_EQ(backgroundTaskCount(), 0);
+    EXPECT_TRUE(isIdle());
 }
 
 TEST_F(HelperConnectionTest, NeedsNoHandlers) {
@@ -248,7 +248,7 @@ TEST_F(HelperConnectionTest, NeedsNoHandlers) {
     connection = createHelperConnection(kHelperServiceName);
     sendMessageWithReply(connection, {{kCommandKey, "true"}}, {});
     releaseConnection(connection);
-    test::spinUntil([] { return backgroundTaskCount() == 0; });
+    test::turnUntil(isIdle);
 }
 
 // ---- The progress file

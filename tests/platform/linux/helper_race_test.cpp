@@ -102,7 +102,7 @@ TEST_F(HelperRaceTest, AnswersEveryClientOfAHelperThatIsAboutToEnd) {
             ++threadsDone;
         });
     }
-    test::spinUntil([&] { return threadsDone == kThreads; });
+    test::turnUntil([&] { return threadsDone == kThreads; });
     EXPECT_EQ(failures, 0);
 }
 
