@@ -1,5 +1,7 @@
 #include "ProgressFile.h"
 
+#include "posix/file_io.h"
+
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,20 +10,6 @@ namespace kyb::helper {
 namespace {
 
 constexpr int kAttempts = 10; // others may put something into the place between the two steps, but not for ever
-
-bool writeAll(int fd, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = write(fd, text.data(), text.size());
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written < 0) {
-            return false;
-        }
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
 
 } // namespace
 

@@ -1,14 +1,13 @@
 #include "ShellCommand.h"
 
+#include "posix/file_io.h"
+#include "posix/spawn.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
-#include <fcntl.h>
-#include <filesystem>
 #include <pwd.h>
-#include <spawn.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <vector>
@@ -18,23 +17,6 @@ namespace {
 
 constexpr std::size_t kChunkBytes = std::size_t{64} << 10;
 constexpr int kChunksAtATime = 8; // so that a command that prints without end does not keep the clients waiting
-
-struct Pipe {
-    UniqueFd reading;
-    UniqueFd writing;
-};
-
-Pipe makePipe() {
-    std::array<int, 2> ends{-1, -1};
-    if (pipe(ends.data()) != 0) {
-        return {};
-    }
-    for (const int end : ends) {
-        fcntl(end, F_SETFD, FD_CLOEXEC);
-    }
-    fcntl(ends[0], F_SETFL, O_NONBLOCK);
-    return {UniqueFd(ends[0]), UniqueFd(ends[1])};
-}
 
 /// Nothing of the helper's own environment, which belongs to whoever started it.
 std::vector<std::string> cleanEnvironment() {
@@ -49,74 +31,19 @@ std::vector<std::string> cleanEnvironment() {
             "LANG=C.UTF-8"};
 }
 
-std::vector<char *> pointersTo(std::vector<std::string> &texts) {
-    std::vector<char *> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (std::string &text : texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-/// Lets every descriptor but the standard ones close itself where a program is started, those too that this process
-/// inherited or that a library opened.
-void keepDescriptorsFromPrograms() {
-    std::error_code error;
-    for (const auto &entry : std::filesystem::directory_iterator("/dev/fd", error)) {
-        const int fd = std::atoi(entry.path().filename().c_str());
-        if (fd > STDERR_FILENO) {
-            fcntl(fd, F_SETFD, FD_CLOEXEC);
-        }
-    }
-}
-
-/// What posix_spawn is told: descriptors, process group, signals.
-class ShellSettings {
-public:
-    explicit ShellSettings(int output) {
-        posix_spawn_file_actions_init(&files);
-        posix_spawn_file_actions_adddup2(&files, output, STDOUT_FILENO);
-        posix_spawn_file_actions_adddup2(&files, output, STDERR_FILENO);
-        posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        sigset_t all;
-        sigset_t none;
-        sigfillset(&all);
-        sigemptyset(&none);
-        posix_spawnattr_init(&attributes);
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-        posix_spawnattr_setpgroup(&attributes, 0);
-        posix_spawnattr_setsigdefault(&attributes, &all);
-        posix_spawnattr_setsigmask(&attributes, &none);
-    }
-    ~ShellSettings() {
-        posix_spawnattr_destroy(&attributes);
-        posix_spawn_file_actions_destroy(&files);
-    }
-    ShellSettings(const ShellSettings &) = delete;
-    ShellSettings &operator=(const ShellSettings &) = delete;
-
-    posix_spawn_file_actions_t files;
-    posix_spawnattr_t attributes;
-};
-
 } // namespace
 
 std::unique_ptr<ShellCommand> ShellCommand::start(const std::string &commandLine) {
     Pipe output = makePipe();
-    if (!output.reading) {
+    makeNonBlocking(output.reading);
+    const std::optional<pid_t> shell = spawn({.arguments = {"/bin/sh", "-c", commandLine},
+                                              .environment = cleanEnvironment(),
+                                              .descriptors = {kDevNull, output.writing.get(), output.writing.get()},
+                                              .group = ProcessGroup::Own});
+    if (!shell) {
         return nullptr;
     }
-    std::vector<std::string> arguments{"/bin/sh", "-c", commandLine};
-    std::vector<std::string> environment = cleanEnvironment();
-    keepDescriptorsFromPrograms();
-    const ShellSettings settings(output.writing.get());
-    pid_t shell = 0;
-    if (posix_spawn(&shell, "/bin/sh", &settings.files, &settings.attributes, pointersTo(arguments).data(),
-                    pointersTo(environment).data()) != 0) {
-        return nullptr;
-    }
-    return std::unique_ptr<ShellCommand>(new ShellCommand(shell, std::move(output.reading)));
+    return std::unique_ptr<ShellCommand>(new ShellCommand(*shell, std::move(output.reading)));
 }
 
 ShellCommand::Read ShellCommand::readOnce(const Sink &sink, std::size_t maxBytes, std::size_t &readBytes) {

@@ -1,15 +1,16 @@
 #include "helper_signals.h"
 
+#include "posix/file_io.h"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace kyb::helper {
 namespace {
 
-std::array<int, 2> wakePipe{-1, -1};
+Pipe wakePipe;
 volatile std::sig_atomic_t endIsWished = 0;
 
 void onSignal(int signal) {
@@ -18,7 +19,7 @@ void onSignal(int signal) {
         endIsWished = 1;
     }
     const char byte = 0;
-    [[maybe_unused]] const ssize_t ignored = write(wakePipe[1], &byte, 1); // a full pipe is readable as well
+    [[maybe_unused]] const ssize_t ignored = write(wakePipe.writing.get(), &byte, 1); // a full pipe is readable as well
     errno = savedError;
 }
 
@@ -32,23 +33,22 @@ void handle(int signal, void (*handler)(int)) {
 } // namespace
 
 int watchSignals() {
-    if (pipe(wakePipe.data()) != 0) {
+    wakePipe = makePipe();
+    if (!wakePipe.reading) {
         return -1;
     }
-    for (const int fd : wakePipe) {
-        fcntl(fd, F_SETFD, FD_CLOEXEC);
-        fcntl(fd, F_SETFL, O_NONBLOCK);
-    }
+    makeNonBlocking(wakePipe.reading);
+    makeNonBlocking(wakePipe.writing);
     for (const int signal : {SIGCHLD, SIGTERM, SIGINT, SIGHUP}) {
         handle(signal, onSignal);
     }
     handle(SIGPIPE, SIG_IGN);
-    return wakePipe[0];
+    return wakePipe.reading.get();
 }
 
 Wish takeSignals() {
     std::array<char, 64> bytes{};
-    while (read(wakePipe[0], bytes.data(), bytes.size()) > 0) {
+    while (read(wakePipe.reading.get(), bytes.data(), bytes.size()) > 0) {
     }
     if (endIsWished == 0) {
         return Wish::None;

@@ -1,7 +1,9 @@
 // PlistBuddy -c COMMAND [-c COMMAND ...] FILE: reads and changes a property list, and saves it when all commands ran.
 
-#include "file_replace.h"
 #include "plist_commands.h"
+#include "posix/file_io.h"
+
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -60,6 +62,25 @@ std::optional<std::string> textOf(const std::string &file) {
     return stream.bad() || text.empty() ? std::nullopt : std::optional(text);
 }
 
+mode_t newFileMode() {
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return 0666 & ~mask;
+}
+
+// Mode and owner stay, and a link to the file stays a link. Throws std::system_error.
+void replaceText(const std::string &file, const std::string &text) {
+    const std::string place = std::filesystem::weakly_canonical(file).string();
+    struct stat earlier = {};
+    const bool exists = ::stat(place.c_str(), &earlier) == 0;
+    const kyb::FileAttributes attributes =
+        exists ? kyb::FileAttributes{earlier.st_mode & 07777, earlier.st_uid, earlier.st_gid}
+               : kyb::FileAttributes{newFileMode()};
+    if (!kyb::replaceFile(place, text, attributes)) {
+        throw std::system_error(errno, std::generic_category(), place);
+    }
+}
+
 int runCommands(const Arguments &arguments) {
     const std::optional<std::string> text = textOf(arguments.file);
     Plist root = plistFromText(text.value_or(""));
@@ -69,7 +90,7 @@ int runCommands(const Arguments &arguments) {
     PlistEditor editor(std::move(root));
     bool allSucceeded = true;
     const auto save = [&] {
-        replaceFile(arguments.file, plistToText(editor.root(), plistFormatOf(*text)));
+        replaceText(arguments.file, plistToText(editor.root(), plistFormatOf(*text)));
         editor.markSaved();
     };
     for (const std::string &command : arguments.commands) {

@@ -3,9 +3,7 @@
 #include "archive_handle.h"
 #include "install_error.h"
 #include "payload_path.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
+#include "posix/file_io.h"
 
 #include <algorithm>
 #include <array>
@@ -16,15 +14,6 @@ namespace {
 
 constexpr std::size_t readBlockBytes = std::size_t{64} * 1024;
 constexpr std::size_t longestDescriptionBytes = std::size_t{1024} * 1024;
-
-UniqueFd openRegularFile(const std::string &path) {
-    UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)); // a FIFO must not hold us up
-    struct stat found = {};
-    if (!file || ::fstat(file.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
-        throw NotAPackage(path);
-    }
-    return file;
-}
 
 std::string titleFromFileName(const std::string &path) {
     std::string name(leafName(path));
@@ -95,7 +84,10 @@ std::string Component::member(const char *name) const {
 }
 
 FlatPackage::FlatPackage(const std::string &path)
-    : m_path(path), m_file(openRegularFile(path)), m_title(titleFromFileName(path)) {
+    : m_path(path), m_file(openRegularFile(path, O_RDONLY)), m_title(titleFromFileName(path)) {
+    if (!m_file) {
+        throw NotAPackage(path);
+    }
     readDescriptions();
     if (const std::string *const text = description("Distribution"); text != nullptr) {
         const Distribution distribution = parseDistribution(*text);

@@ -2,11 +2,10 @@
 
 #include "install_error.h"
 #include "payload_path.h"
+#include "posix/file_io.h"
 
 #include <dirent.h>
-#include <fcntl.h>
 
-#include <array>
 #include <memory>
 
 namespace kyb::macroot {
@@ -165,36 +164,22 @@ UniqueFd createFileBelow(int base, std::string_view path, mode_t mode) {
 }
 
 void writeFileBelow(int base, std::string_view path, std::string_view text, mode_t mode) {
-    writeAll(createFileBelow(base, path, mode).get(), text, shownPath(path));
+    if (!writeAll(createFileBelow(base, path, mode).get(), text)) {
+        throwLastError(shownPath(path));
+    }
 }
 
 std::optional<std::string> readFileBelow(int base, std::string_view path) {
     const UniqueFd folder = openFolderBelow(base, parentPath(path));
-    const std::string name(leafName(path));
-    const UniqueFd file(folder ? ::openat(folder.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC) : -1);
+    const UniqueFd file = openRegularFile(std::string(leafName(path)), O_RDONLY | O_NOFOLLOW, 0, folder.get());
     if (!file) {
         return std::nullopt;
     }
-    std::string text;
-    std::array<char, 4096> block{};
-    ssize_t got = 0;
-    while ((got = ::read(file.get(), block.data(), block.size())) > 0) {
-        text.append(block.data(), static_cast<std::size_t>(got));
-    }
-    if (got < 0) {
+    std::optional<std::string> text = readAll(file.get(), kNoLimit);
+    if (!text) {
         throwLastError(shownPath(path));
     }
     return text;
-}
-
-void writeAll(int fd, std::string_view bytes, const std::string &name) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(fd, bytes.data(), bytes.size());
-        if (written < 0) {
-            throwLastError(name);
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
 }
 
 } // namespace kyb::macroot

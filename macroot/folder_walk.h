@@ -43,7 +43,4 @@ UniqueFd createFileBelow(int base, std::string_view path, mode_t mode);
 void writeFileBelow(int base, std::string_view path, std::string_view text, mode_t mode);
 std::optional<std::string> readFileBelow(int base, std::string_view path);
 
-/// Writes all of `bytes`, however the system cuts it.
-void writeAll(int fd, std::string_view bytes, const std::string &name);
-
 } // namespace kyb::macroot

@@ -2,9 +2,8 @@
 
 #include "folder_walk.h"
 #include "install_error.h"
+#include "posix/file_io.h"
 #include "printable.h"
-
-#include <fcntl.h>
 
 #include <array>
 
@@ -33,14 +32,9 @@ std::string installLogLine(std::time_t when, std::string_view host, int process,
 
 InstallLog::InstallLog(int root) : m_host(hostName()) {
     const UniqueFd folder = makeFolderBelow(root, "var/log");
-    constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
-    m_file = UniqueFd(::openat(folder.get(), "install.log", flags, 0644));
-    struct stat found = {};
-    if (!m_file || ::fstat(m_file.get(), &found) != 0) {
+    m_file = openRegularFile("install.log", O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW, 0644, folder.get());
+    if (!m_file) {
         throwLastError("/var/log/install.log");
-    }
-    if (!S_ISREG(found.st_mode)) {
-        throw InstallError("/var/log/install.log is no file");
     }
 }
 

@@ -1,14 +1,12 @@
 #include "package_script.h"
 
 #include "install_error.h"
-#include "posix/UniqueFd.h"
+#include "posix/file_io.h"
+#include "posix/spawn.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <optional>
@@ -22,71 +20,19 @@ using namespace std::chrono_literals;
 constexpr auto lookAgainAfter = 50ms;
 constexpr auto graceBeforeKill = 2s;
 
-struct Pipe {
-    UniqueFd read;
-    UniqueFd write;
-};
-
-Pipe makePipe() {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-        throwLastError("pipe");
+pid_t start(const PackageScript &script, int output) {
+    std::vector<std::string> arguments = script.arguments;
+    arguments.insert(arguments.begin(), script.path);
+    const std::optional<pid_t> process = spawn({.arguments = std::move(arguments),
+                                                .environment = script.environment,
+                                                .descriptors = {kDevNull, output, output},
+                                                .group = ProcessGroup::Own,
+                                                .workingFolder = script.workingFolder});
+    if (!process) {
+        throwLastError("The " + script.name + " script cannot be run");
     }
-    ::fcntl(ends[0], F_SETFL, O_NONBLOCK);
-    return {UniqueFd(ends[0]), UniqueFd(ends[1])};
+    return *process;
 }
-
-std::vector<char *> pointersTo(std::vector<std::string> &texts) {
-    std::vector<char *> pointers;
-    std::ranges::transform(texts, std::back_inserter(pointers), [](std::string &text) { return text.data(); });
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-/// How the script's process starts: output to the pipe, no input, a process group of its own, no signal held back.
-class SpawnPlan {
-public:
-    SpawnPlan(const std::string &workingFolder, int output) {
-        sigset_t none;
-        sigset_t ignoredHere;
-        sigemptyset(&none);
-        sigemptyset(&ignoredHere);
-        sigaddset(&ignoredHere, SIGPIPE);
-        ::posix_spawn_file_actions_init(&m_actions);
-        ::posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        ::posix_spawn_file_actions_adddup2(&m_actions, output, STDOUT_FILENO);
-        ::posix_spawn_file_actions_adddup2(&m_actions, output, STDERR_FILENO);
-        ::posix_spawn_file_actions_addchdir_np(&m_actions, workingFolder.c_str());
-        ::posix_spawnattr_init(&m_attributes);
-        ::posix_spawnattr_setsigmask(&m_attributes, &none);
-        ::posix_spawnattr_setsigdefault(&m_attributes, &ignoredHere);
-        ::posix_spawnattr_setflags(&m_attributes,
-                                   POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
-    }
-    SpawnPlan(const SpawnPlan &) = delete;
-    SpawnPlan &operator=(const SpawnPlan &) = delete;
-    ~SpawnPlan() {
-        ::posix_spawn_file_actions_destroy(&m_actions);
-        ::posix_spawnattr_destroy(&m_attributes);
-    }
-
-    [[nodiscard]] pid_t start(const PackageScript &script) const {
-        std::vector<std::string> arguments = script.arguments;
-        arguments.insert(arguments.begin(), script.path);
-        std::vector<std::string> environment = script.environment;
-        pid_t process = -1;
-        errno = ::posix_spawn(&process, script.path.c_str(), &m_actions, &m_attributes, pointersTo(arguments).data(),
-                              pointersTo(environment).data());
-        if (errno != 0) {
-            throwLastError("The " + script.name + " script cannot be run");
-        }
-        return process;
-    }
-
-private:
-    posix_spawn_file_actions_t m_actions = {};
-    posix_spawnattr_t m_attributes = {};
-};
 
 /// Cuts what comes through the pipe into lines.
 class LineReader {
@@ -164,9 +110,10 @@ int waitForEnd(pid_t process, const SignalWatch &signals, LineReader &lines) {
 
 void runPackageScript(const PackageScript &script, const SignalWatch &signals, const ScriptOutput &output) {
     Pipe pipe = makePipe();
-    const pid_t process = SpawnPlan(script.workingFolder, pipe.write.get()).start(script);
-    pipe.write = UniqueFd();
-    LineReader lines(std::move(pipe.read), output);
+    makeNonBlocking(pipe.reading);
+    const pid_t process = start(script, pipe.writing.get());
+    pipe.writing.reset();
+    LineReader lines(std::move(pipe.reading), output);
     const int status = waitForEnd(process, signals, lines);
     if (WIFSIGNALED(status)) {
         throw InstallError("The " + script.name + " script was ended by signal " + std::to_string(WTERMSIG(status)) +

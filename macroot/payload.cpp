@@ -4,8 +4,7 @@
 #include "folder_walk.h"
 #include "install_error.h"
 #include "payload_path.h"
-
-#include <fcntl.h>
+#include "posix/file_io.h"
 
 #include <array>
 #include <vector>
@@ -130,7 +129,9 @@ void Unpacker::linkSymbolically(const PayloadItem &item) const {
 }
 
 void Unpacker::write(std::string_view block) {
-    writeAll(m_file.get(), block, shownPath(m_item.path));
+    if (!writeAll(m_file.get(), block)) {
+        throwLastError(shownPath(m_item.path));
+    }
     m_onBytes(block.size());
 }
 

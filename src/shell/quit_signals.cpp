@@ -1,22 +1,21 @@
 #include "shell/quit_signals.h"
 
 #include "base/threads.h"
+#include "posix/file_io.h"
 
-#include <array>
 #include <cerrno>
 #include <csignal>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace kyb {
 namespace {
 
-std::array<int, 2> signalPipe{-1, -1};
+Pipe signalPipe;
 
 void reportSignal(int signal) {
     const int before = errno;
     const auto number = static_cast<unsigned char>(signal);
-    [[maybe_unused]] const ssize_t written = write(signalPipe[1], &number, 1);
+    [[maybe_unused]] const ssize_t written = write(signalPipe.writing.get(), &number, 1);
     errno = before;
 }
 
@@ -28,7 +27,7 @@ void endBySignal(int signal) {
 /// Reads the numbers of the signals that arrive, for as long as the process lives.
 void forwardSignals(const std::function<bool()> &mayEnd) {
     unsigned char signal = 0;
-    while (read(signalPipe[0], &signal, 1) == 1 || errno == EINTR) {
+    while (read(signalPipe.reading.get(), &signal, 1) == 1 || errno == EINTR) {
         onMainThread([mayEnd, signal] {
             if (mayEnd()) {
                 endBySignal(signal);
@@ -40,11 +39,9 @@ void forwardSignals(const std::function<bool()> &mayEnd) {
 } // namespace
 
 void askBeforeQuitSignals(std::function<bool()> mayEnd) {
-    if (pipe(signalPipe.data()) != 0) {
+    signalPipe = makePipe();
+    if (!signalPipe.reading) {
         return;
-    }
-    for (const int end : signalPipe) {
-        fcntl(end, F_SETFD, FD_CLOEXEC);
     }
     struct sigaction action {};
     action.sa_handler = reportSignal;

@@ -1,38 +1,27 @@
 #include "program.h"
 
 #include "package_writer.h"
+#include "posix/file_io.h"
+#include "posix/spawn.h"
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <array>
 #include <csignal>
 #include <stdexcept>
 
 namespace kyb::macroot {
 
-Program::Program(std::vector<std::string> words) : m_errors(unnamedFile()) {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-        throw std::runtime_error("pipe");
-    }
-    m_output = UniqueFd(ends[0]);
-    const UniqueFd write(ends[1]);
-    std::vector<char *> pointers(words.size() + 1, nullptr);
-    std::ranges::transform(words, pointers.begin(), [](std::string &word) { return word.data(); });
-    std::array<char *, 1> emptyEnvironment{nullptr};
-    posix_spawn_file_actions_t actions;
-    ::posix_spawn_file_actions_init(&actions);
-    ::posix_spawn_file_actions_adddup2(&actions, write.get(), STDOUT_FILENO);
-    ::posix_spawn_file_actions_adddup2(&actions, m_errors.get(), STDERR_FILENO);
-    const int failed =
-        ::posix_spawn(&m_process, words.at(0).c_str(), &actions, nullptr, pointers.data(), emptyEnvironment.data());
-    ::posix_spawn_file_actions_destroy(&actions);
-    if (failed != 0) {
+Program::Program(const std::vector<std::string> &words) : m_errors(unnamedFile()) {
+    Pipe output = makePipe();
+    const std::optional<pid_t> process = spawn({.arguments = words,
+                                                .environment = std::vector<std::string>(),
+                                                .descriptors = {kDevNull, output.writing.get(), m_errors.get()}});
+    if (!process) {
         throw std::runtime_error("cannot start " + words.at(0));
     }
+    m_process = *process;
+    m_output = std::move(output.reading);
 }
 
 Program::~Program() {
@@ -89,8 +78,8 @@ std::string Program::errors() const {
     return text;
 }
 
-Ran runProgram(std::vector<std::string> words) {
-    Program program(std::move(words));
+Ran runProgram(const std::vector<std::string> &words) {
+    Program program(words);
     Ran ran;
     ran.status = program.wait();
     ran.lines = program.lines();

@@ -13,7 +13,7 @@ namespace kyb::macroot {
 /// A program that was started by a test, with an empty environment.
 class Program {
 public:
-    explicit Program(std::vector<std::string> words);
+    explicit Program(const std::vector<std::string> &words);
     Program(const Program &) = delete;
     Program &operator=(const Program &) = delete;
     ~Program(); ///< kills it, should it still run
@@ -45,6 +45,6 @@ struct Ran {
 
     [[nodiscard]] std::string lastLine() const { return lines.empty() ? "" : lines.back(); }
 };
-Ran runProgram(std::vector<std::string> words);
+Ran runProgram(const std::vector<std::string> &words);
 
 } // namespace kyb::macroot

@@ -5,6 +5,7 @@
 # and so is the use of an interface that macOS 11 lacks outside an availability check. The system's interfaces are those
 # of tests/fakes/macos/include; the C and C++ libraries' headers, for want of a Mac's, are this machine's. Their own
 # assumptions about the processor are satisfied by the macros below, which none of the program's sources reads.
+# POSIX_SPAWN_CLOEXEC_DEFAULT is what a Mac's <spawn.h> has over this machine's.
 set -eu
 compiler=$1 architecture=$2 root=$3 bundle_files=$4
 
@@ -27,16 +28,17 @@ if [ "$architecture" != x86_64 ]; then
 fi
 
 count=0
-for source in "$root"/src/platform/macos/*.cpp "$root"/src/platform/posix/*.cpp \
+for source in "$root"/common/posix/*.cpp "$root"/src/platform/macos/*.cpp "$root"/src/platform/posix/*.cpp \
     "$root"/helper/*.cpp "$root"/helper/macos/*.cpp; do
     # shellcheck disable=SC2086 # lists of options
     "$compiler" --target="$architecture-apple-macos11" -std=c++20 -fblocks -fsyntax-only -nostdinc++ -nostdlibinc \
         -U__nonnull -D_GNU_SOURCE -D__linux__ $processor $warnings \
+        -DPOSIX_SPAWN_CLOEXEC_DEFAULT=0x4000 \
         -DQT_NO_CAST_FROM_ASCII -DQT_NO_CAST_TO_ASCII -DQT_NO_KEYWORDS \
         -I "$root/common" -I "$root/src" -I "$root/helper" -I "$bundle_files" -isystem "$root/tests/fakes/macos/include" $qt \
         -isystem "$stand_ins" -isystem "/usr/include/c++/$gcc_version" -isystem "/usr/include/$host/c++/$gcc_version" \
         -isystem "/usr/include/$host" -isystem /usr/include "$source"
     count=$((count + 1))
 done
-[ "$count" -ge 12 ] || { echo "only $count sources found" >&2; exit 1; }
+[ "$count" -ge 15 ] || { echo "only $count sources found" >&2; exit 1; }
 echo "$count sources compile for $architecture"

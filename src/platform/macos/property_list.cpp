@@ -1,22 +1,22 @@
 #include "platform/property_list.h"
 
 #include "platform/macos/cf_string.h"
+#include "posix/file_io.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QLocale>
 
 namespace kyb {
 namespace {
 
 CFOwned<CFPropertyListRef> readPropertyList(const QString &path) {
-    QFile file(path);
-    if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) { // opening a FIFO would hold the caller
+    const std::string file = QFile::encodeName(path).toStdString();
+    const std::optional<std::string> bytes = readAll(openRegularFile(file, O_RDONLY).get(), kMaxPropertyListBytes);
+    if (!bytes) {
         return {};
     }
-    const QByteArray bytes = file.readAll();
-    const CFOwned data(
-        CFDataCreate(kCFAllocatorDefault, reinterpret_cast<const UInt8 *>(bytes.constData()), bytes.size()));
+    const CFOwned data(CFDataCreate(kCFAllocatorDefault, reinterpret_cast<const UInt8 *>(bytes->data()),
+                                    static_cast<CFIndex>(bytes->size())));
     return CFOwned(
         CFPropertyListCreateWithData(kCFAllocatorDefault, data.get(), kCFPropertyListImmutable, nullptr, nullptr));
 }

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <set>
+
+namespace kyb {
+
+/// The events that may still be delivered, so that others can wait until they were. Any thread.
+class PendingEvents {
+public:
+    /// Stands for one event, and never for another one later. 0 stands for none.
+    using Serial = std::uint64_t;
+
+    /// Notes one more.
+    Serial add();
+
+    /// Notes that an event was delivered, or will not come. Does nothing when that was noted before.
+    void settle(Serial serial);
+
+    /// Returns when no event is pending. Never called by an event's handler.
+    void wait();
+
+    /// The same, at most for \p limit.
+    void waitFor(std::chrono::milliseconds limit);
+
+private:
+    std::mutex mutex_; ///< guards what follows
+    std::condition_variable noneLeft_;
+    std::set<Serial> pending_;
+    Serial last_ = 0;
+};
+
+} // namespace kyb

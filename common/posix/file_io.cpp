@@ -1,0 +1,90 @@
+#include "posix/file_io.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <sys/stat.h>
+
+namespace kyb {
+
+Pipe makePipe() {
+    std::array<int, 2> ends{-1, -1};
+    if (pipe(ends.data()) != 0) {
+        return {};
+    }
+    for (const int end : ends) {
+        fcntl(end, F_SETFD, FD_CLOEXEC); // NB: not pipe2(), which macOS lacks
+    }
+    return {UniqueFd(ends[0]), UniqueFd(ends[1])};
+}
+
+void makeNonBlocking(const UniqueFd &fd) {
+    fcntl(fd.get(), F_SETFL, fcntl(fd.get(), F_GETFL) | O_NONBLOCK);
+}
+
+UniqueFd openRegularFile(const std::string &path, int flags, mode_t newFileMode, int folder) {
+    // NB: O_NONBLOCK, so that a FIFO at the path does not hold the caller.
+    UniqueFd file(openat(folder, path.c_str(), flags | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, newFileMode));
+    struct stat info {};
+    if (file && (fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode))) {
+        file.reset();
+        errno = EINVAL;
+    }
+    return file;
+}
+
+std::optional<std::string> readAll(int fd, std::size_t maxBytes) {
+    std::string content;
+    std::string chunk(std::size_t{1} << 16, '\0');
+    for (;;) {
+        const ssize_t count = read(fd, chunk.data(), chunk.size());
+        if (count == 0) {
+            return content;
+        }
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return {};
+        }
+        if (static_cast<std::size_t>(count) > maxBytes - content.size()) {
+            errno = EFBIG;
+            return {};
+        }
+        content.append(chunk, 0, static_cast<std::size_t>(count));
+    }
+}
+
+bool writeAll(int fd, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = write(fd, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written < 0) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+bool replaceFile(const std::string &path, std::string_view content, const FileAttributes &attributes) {
+    std::string temporary = path + ".XXXXXX";
+    const UniqueFd file(mkostemp(temporary.data(), O_CLOEXEC));
+    if (!file) {
+        return false;
+    }
+    // NB: the owner before the mode; a change of owner takes set-id bits away.
+    const bool done = writeAll(file.get(), content) && fchown(file.get(), attributes.owner, attributes.group) == 0 &&
+                      fchmod(file.get(), attributes.mode) == 0 && std::rename(temporary.c_str(), path.c_str()) == 0;
+    if (!done) {
+        const int error = errno;
+        unlink(temporary.c_str());
+        errno = error;
+    }
+    return done;
+}
+
+} // namespace kyb

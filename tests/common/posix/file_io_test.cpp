@@ -1,0 +1,189 @@
+#include "posix/file_io.h"
+
+#include "TempRoot.h"
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+namespace kyb {
+namespace {
+
+namespace fs = std::filesystem;
+
+class FileIo : public testing::Test {
+protected:
+    FileIo() { fs::create_directory(folder()); }
+
+    void write(const std::string &content) const { std::ofstream(path()) << content; }
+    std::string folder() const { return root_.at("/folder"); }
+    std::string path() const { return folder() + "/file"; }
+    std::size_t entries() const {
+        return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder()), {}));
+    }
+
+    test::TempRoot root_;
+};
+
+/// \return the reason why \p path cannot be opened; 0 when it can be.
+int refusal(const std::string &path, int flags = O_RDONLY) {
+    errno = 0;
+    const UniqueFd file = openRegularFile(path, flags);
+    return file ? 0 : errno;
+}
+
+TEST_F(FileIo, OpensARegularFileAndReadsItToItsEnd) {
+    const std::string content = std::string(200'000, 'x') + "end";
+    write(content);
+    const UniqueFd file = openRegularFile(path(), O_RDONLY);
+    EXPECT_EQ(readAll(file.get(), content.size()), content);
+    EXPECT_NE(fcntl(file.get(), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST_F(FileIo, OpensARegularFileBelowAFolder) {
+    write("below");
+    const UniqueFd opened(open(folder().c_str(), O_RDONLY | O_DIRECTORY));
+    EXPECT_EQ(readAll(openRegularFile("file", O_RDONLY, 0, opened.get()).get(), kNoLimit), "below");
+    EXPECT_FALSE(openRegularFile("file", O_RDONLY, 0, UniqueFd().get()));
+}
+
+TEST_F(FileIo, MakesARegularFileWithItsMode) {
+    EXPECT_TRUE(openRegularFile(path(), O_WRONLY | O_CREAT, 0600));
+    struct stat info {};
+    ASSERT_EQ(stat(path().c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777U, 0600U);
+}
+
+TEST_F(FileIo, OpensNeitherFifoNorDeviceNorFolder) {
+    ASSERT_EQ(mkfifo(path().c_str(), 0600), 0);
+    EXPECT_EQ(refusal(path()), EINVAL) << "without waiting for a writer";
+    EXPECT_NE(refusal(path(), O_WRONLY), 0) << "without waiting for a reader";
+    EXPECT_EQ(refusal("/dev/null"), EINVAL);
+    EXPECT_EQ(refusal(folder()), EINVAL);
+    EXPECT_EQ(refusal(root_.at("/missing")), ENOENT);
+}
+
+TEST_F(FileIo, FollowsALinkUnlessToldOtherwise) {
+    write("behind the link");
+    fs::create_symlink(path(), folder() + "/link");
+    EXPECT_EQ(refusal(folder() + "/link"), 0);
+    EXPECT_EQ(refusal(folder() + "/link", O_RDONLY | O_NOFOLLOW), ELOOP);
+}
+
+TEST_F(FileIo, ReadsNoMoreThanTheLimit) {
+    write("12345");
+    EXPECT_EQ(readAll(openRegularFile(path(), O_RDONLY).get(), 5), "12345");
+    EXPECT_FALSE(readAll(openRegularFile(path(), O_RDONLY).get(), 4));
+    EXPECT_EQ(errno, EFBIG);
+}
+
+TEST_F(FileIo, ReadsNothingFromWhatIsNotOpen) {
+    EXPECT_FALSE(readAll(UniqueFd().get(), kNoLimit));
+    EXPECT_EQ(errno, EBADF);
+}
+
+TEST_F(FileIo, PutsAFileInThePlaceOfAnother) {
+    write("old");
+    const UniqueFd old(open(path().c_str(), O_RDONLY));
+    EXPECT_TRUE(replaceFile(path(), "new", {.mode = 04751}));
+    EXPECT_EQ(test::contentOf(path()), "new");
+    EXPECT_EQ(readAll(old.get(), kNoLimit), "old") << "who had opened it keeps the old one whole";
+    struct stat info {};
+    ASSERT_EQ(stat(path().c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777U, 04751U);
+    EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(FileIo, ReplacesALinkAndNotWhatItLeadsTo) {
+    write("kept");
+    fs::create_symlink(path(), folder() + "/link");
+    EXPECT_TRUE(replaceFile(folder() + "/link", "new", {.mode = 0600}));
+    EXPECT_FALSE(fs::is_symlink(folder() + "/link"));
+    EXPECT_EQ(test::contentOf(path()), "kept");
+}
+
+TEST_F(FileIo, LeavesTheOldFileWhenItCannotBeReplaced) {
+    fs::create_directories(path() + "/in the way");
+    errno = 0;
+    EXPECT_FALSE(replaceFile(path(), "new", {.mode = 0600}));
+    EXPECT_EQ(errno, EISDIR);
+    EXPECT_TRUE(fs::exists(path() + "/in the way"));
+    EXPECT_EQ(entries(), 1U) << "and nothing else";
+    EXPECT_FALSE(replaceFile(root_.at("/missing/file"), "new", {.mode = 0600}));
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(FileIo, LeavesTheOldFileWhenTheNewOneCannotBeWritten) {
+    write("old");
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small{.rlim_cur = 10, .rlim_max = before.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    const bool isReplaced = replaceFile(path(), std::string(100, 'n'), {.mode = 0600});
+    const int error = errno;
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_FALSE(isReplaced);
+    EXPECT_EQ(error, EFBIG);
+    EXPECT_EQ(test::contentOf(path()), "old");
+    EXPECT_EQ(entries(), 1U);
+}
+
+TEST(WriteAll, FailsWhereThePipeIsFull) {
+    const Pipe pipe = makePipe();
+    makeNonBlocking(pipe.writing);
+    const std::string tooMuch(std::size_t{4} << 20, 'x');
+    EXPECT_FALSE(writeAll(pipe.writing.get(), tooMuch));
+    EXPECT_EQ(errno, EAGAIN);
+}
+
+TEST(WriteAll, FailsWhereNobodyReads) {
+    const auto before = std::signal(SIGPIPE, SIG_IGN);
+    Pipe pipe = makePipe();
+    pipe.reading.reset();
+    EXPECT_FALSE(writeAll(pipe.writing.get(), "text"));
+    EXPECT_EQ(errno, EPIPE);
+    std::signal(SIGPIPE, before);
+}
+
+TEST(WriteAll, WritesWhateverTheSystemTakesAtATime) {
+    Pipe pipe = makePipe();
+    const std::string much(std::size_t{4} << 20, 'x');
+    const pid_t writer = fork();
+    if (writer == 0) {
+        _exit(writeAll(pipe.writing.get(), much) ? 0 : 1);
+    }
+    pipe.writing.reset();
+    EXPECT_EQ(readAll(pipe.reading.get(), kNoLimit), much);
+    int status = -1;
+    EXPECT_EQ(waitpid(writer, &status, 0), writer);
+    EXPECT_EQ(status, 0);
+}
+
+TEST(MakePipe, MakesEndsThatCloseThemselvesAndWait) {
+    const Pipe pipe = makePipe();
+    for (const UniqueFd *end : {&pipe.reading, &pipe.writing}) {
+        EXPECT_EQ(fcntl(end->get(), F_GETFD), FD_CLOEXEC);
+        EXPECT_EQ(fcntl(end->get(), F_GETFL) & O_NONBLOCK, 0);
+    }
+}
+
+TEST(MakePipe, GivesEmptyEndsWhenTheSystemRefuses) {
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none{.rlim_cur = 0, .rlim_max = before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    const Pipe pipe = makePipe();
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_FALSE(pipe.reading);
+    EXPECT_FALSE(pipe.writing);
+}
+
+} // namespace
+} // namespace kyb

@@ -1,0 +1,80 @@
+#include "posix/PendingEvents.h"
+
+#include "posix/NoDestructor.h"
+
+#include <future>
+#include <gtest/gtest.h>
+
+namespace kyb {
+namespace {
+
+using namespace std::chrono_literals;
+
+class PendingEventsTest : public testing::Test {
+protected:
+    bool nonePending() {
+        const auto start = std::chrono::steady_clock::now();
+        events_.waitFor(50ms);
+        return std::chrono::steady_clock::now() - start < 50ms;
+    }
+
+    PendingEvents events_;
+};
+
+TEST_F(PendingEventsTest, NeedNoWaitWhenThereAreNone) {
+    events_.wait();
+    EXPECT_TRUE(nonePending());
+}
+
+TEST_F(PendingEventsTest, AreWaitedForUntilTheLimit) {
+    events_.add();
+    EXPECT_FALSE(nonePending());
+}
+
+TEST_F(PendingEventsTest, AreWaitedForUntilAllAreSettled) {
+    const auto first = events_.add();
+    const auto second = events_.add();
+    events_.settle(second);
+    EXPECT_FALSE(nonePending());
+    events_.settle(first);
+    EXPECT_TRUE(nonePending());
+}
+
+TEST_F(PendingEventsTest, CountOnceHoweverOftenTheyAreSettled) {
+    const auto first = events_.add();
+    events_.settle(first);
+    const auto second = events_.add();
+    events_.settle(first);
+    events_.settle(0);
+    EXPECT_NE(first, second);
+    EXPECT_NE(first, 0U);
+    EXPECT_FALSE(nonePending());
+    events_.settle(second);
+    EXPECT_TRUE(nonePending());
+}
+
+TEST_F(PendingEventsTest, EndAWaitFromAnotherThread) {
+    const auto event = events_.add();
+    const auto waiting = std::async(std::launch::async, [this] { events_.wait(); });
+    EXPECT_EQ(waiting.wait_for(50ms), std::future_status::timeout);
+    events_.settle(event);
+    waiting.wait();
+}
+
+struct NoteOfDestruction {
+    explicit NoteOfDestruction(bool &destroyed) : isDestroyed(destroyed) {}
+    ~NoteOfDestruction() { isDestroyed = true; }
+    bool &isDestroyed;
+};
+
+TEST(NoDestructorTest, NeverDestroysWhatItHolds) {
+    bool isDestroyed = false;
+    {
+        NoDestructor<NoteOfDestruction> holder(isDestroyed);
+        EXPECT_EQ(&(*holder).isDestroyed, &isDestroyed);
+    }
+    EXPECT_FALSE(isDestroyed);
+}
+
+} // namespace
+} // namespace kyb
