@@ -2,6 +2,7 @@
 
 #include "channel/plist_guard.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <plist/plist.h>
@@ -47,14 +48,6 @@ std::string header(std::size_t length) {
 }
 
 } // namespace
-
-std::optional<std::size_t> messageLength(const std::array<unsigned char, kFrameHeaderBytes> &header) {
-    std::size_t length = 0;
-    for (const unsigned char byte : header) {
-        length = length << 8 | byte;
-    }
-    return length >= 1 && length <= kMaxMessageBytes ? std::optional(length) : std::nullopt;
-}
 
 std::optional<std::string> encodeFrame(const std::vector<std::pair<std::string, std::string>> &texts) {
     const Plist dictionary(plist_new_dict());

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
-#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -19,9 +17,6 @@ namespace kyb {
 inline constexpr std::size_t kMaxMessageBytes = std::size_t{1} << 20;
 
 inline constexpr std::size_t kFrameHeaderBytes = 4;
-
-/// The length that a frame's header tells, or nothing when it is 0 or more than `kMaxMessageBytes`.
-std::optional<std::size_t> messageLength(const std::array<unsigned char, kFrameHeaderBytes> &header);
 
 /// The frame that carries the dictionary of \p texts (keys and UTF-8 texts), or nothing when it would be too long.
 std::optional<std::string> encodeFrame(const std::vector<std::pair<std::string, std::string>> &texts);

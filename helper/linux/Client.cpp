@@ -1,56 +1,37 @@
 #include "linux/Client.h"
 
-#include "channel/channel_message.h"
-
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <sys/socket.h>
 
 namespace kyb::helper {
 
-std::size_t Client::headerBytes() {
-    return kFrameHeaderBytes;
-}
-
 Client::State Client::read() {
-    if (const std::optional<State> state = readUpTo(kFrameHeaderBytes, 0)) {
-        return *state;
+    while (frame_.missingBytes() > 0) {
+        if (const std::optional<State> state = readOnce()) {
+            return *state;
+        }
     }
-    const std::optional<std::size_t> size = announcedSize();
-    if (!size) {
-        return State::Broken;
-    }
-    if (const std::optional<State> state = readUpTo(*size - 1, 0)) {
-        return *state;
-    }
-    return readUpTo(*size, MSG_PEEK).value_or(State::Complete);
+    return frame_.state() == FrameReader::State::Complete ? State::Complete : State::Broken;
 }
 
-/// Reads until \p size bytes are there. \return nothing when they are, or else why not.
-std::optional<Client::State> Client::readUpTo(std::size_t size, int flags) {
-    char chunk[16384];
-    while (received_.size() < size) {
-        const std::size_t wanted = std::min(size - received_.size(), sizeof chunk);
-        const ssize_t count = recv(connection_.get(), chunk, wanted, flags | MSG_DONTWAIT);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count < 0 && errno == EAGAIN) {
-            return State::Sending;
-        }
-        if (count <= 0) {
-            return State::Broken;
-        }
-        received_.append(chunk, static_cast<std::size_t>(count));
+std::optional<Client::State> Client::readOnce() {
+    std::array<char, 16384> chunk; // NB: not cleared; only what was received is looked at
+    const std::size_t missing = frame_.missingBytes();
+    const bool isMessage = frame_.state() == FrameReader::State::Message;
+    const bool isLastByte = isMessage && missing == 1; // it is looked at and left, see takeLastByte
+    const std::size_t wanted = isMessage && !isLastByte ? missing - 1 : missing;
+    const ssize_t count = recv(connection_.get(), chunk.data(), std::min(wanted, chunk.size()),
+                               MSG_DONTWAIT | (isLastByte ? MSG_PEEK : 0));
+    if (count < 0 && errno == EINTR) {
+        return {};
     }
+    if (count <= 0) {
+        return count < 0 && errno == EAGAIN ? State::Sending : State::Broken;
+    }
+    frame_.add({chunk.data(), static_cast<std::size_t>(count)});
     return {};
-}
-
-std::optional<std::size_t> Client::announcedSize() const {
-    std::array<unsigned char, kFrameHeaderBytes> header{};
-    std::copy_n(received_.begin(), header.size(), header.begin());
-    const std::optional<std::size_t> length = messageLength(header);
-    return length ? std::optional(kFrameHeaderBytes + *length) : std::nullopt;
 }
 
 void Client::takeLastByte() const {

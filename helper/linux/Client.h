@@ -1,47 +1,46 @@
 #pragma once
 
+#include "channel/FrameReader.h"
 #include "posix/UniqueFd.h"
 
 #include <chrono>
 #include <optional>
-#include <string>
 #include <string_view>
 
 namespace kyb::helper {
 
-/// A client whose request is on its way in. The request's last byte is left in the connection until `takeLastByte`: a
-/// client that wants to know when its request was taken sees it go. One thread.
+/// A client whose request is on its way in. One thread.
 class Client {
 public:
-    Client(UniqueFd connection, std::chrono::steady_clock::time_point patience)
-        : connection_(std::move(connection)), patience_(patience) {}
+    /// \param deadline when the client has been too slow.
+    Client(UniqueFd connection, std::chrono::steady_clock::time_point deadline)
+        : connection_(std::move(connection)), deadline_(deadline) {}
 
     enum class State { Sending, Complete, Broken };
 
-    /// Reads what is there.
+    /// Reads what is there; the request's last byte is looked at and left in the connection.
     State read();
 
     /// The message, once it is `Complete`.
-    std::string_view message() const { return std::string_view(received_).substr(headerBytes()); }
+    std::string_view message() const { return frame_.message(); }
 
+    /// Takes the byte that `read` left. The system tells the client how much of its request lies untaken in the
+    /// connection, and nothing else before the command's end: so the last byte is the receipt. It is taken when the
+    /// request was admitted and its progress file made.
     void takeLastByte() const;
 
     /// Gives the connection away, to answer it.
     UniqueFd takeConnection() { return std::move(connection_); }
 
     int fd() const { return connection_.get(); }
-
-    /// When the client has been too slow.
-    std::chrono::steady_clock::time_point patience() const { return patience_; }
+    std::chrono::steady_clock::time_point deadline() const { return deadline_; }
 
 private:
-    static std::size_t headerBytes();
-    std::optional<State> readUpTo(std::size_t size, int flags);
-    std::optional<std::size_t> announcedSize() const;
+    std::optional<State> readOnce();
 
     UniqueFd connection_;
-    std::chrono::steady_clock::time_point patience_;
-    std::string received_; ///< header and message
+    std::chrono::steady_clock::time_point deadline_;
+    FrameReader frame_;
 };
 
 } // namespace kyb::helper

@@ -98,7 +98,7 @@ private:
         TimePoint next = isIdle() ? idleUntil_ : TimePoint::max();
         next = std::min(next, commands_.deadline().value_or(next));
         for (const Client &client : clients_) {
-            next = std::min(next, client.patience());
+            next = std::min(next, client.deadline());
         }
         return next;
     }
@@ -114,7 +114,7 @@ private:
                 return;
             }
             if (isTrusted(connection)) {
-                clients_.emplace_back(std::move(connection), SteadyClock::now() + options_.clientPatience);
+                clients_.emplace_back(std::move(connection), SteadyClock::now() + options_.requestTimeout);
             }
         }
     }
@@ -137,7 +137,7 @@ private:
                 admit(client);
             } else if (state == Client::State::Broken) {
                 logLine("Dropped a client that broke off or sent no message.");
-            } else if (SteadyClock::now() >= client.patience()) {
+            } else if (SteadyClock::now() >= client.deadline()) {
                 logLine("Dropped a client that was too slow.");
             } else {
                 return false;

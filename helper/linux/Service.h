@@ -18,7 +18,7 @@ struct ServiceOptions {
     std::function<bool(uid_t uid)> isTrusted;
 
     std::chrono::milliseconds idle = std::chrono::seconds(60); ///< the service ends after so long with nothing to do
-    std::chrono::milliseconds clientPatience = std::chrono::seconds(10); ///< for a request to come in
+    std::chrono::milliseconds requestTimeout = std::chrono::seconds(10); ///< for a request to come in
     CommandLimits commands;
 };
 

@@ -291,7 +291,7 @@ TEST_F(ServiceTest, TakesTheLongestMessage) {
 }
 
 TEST_F(ServiceTest, DropsASlowClientAndServesTheOthersMeanwhile) {
-    options_.clientPatience = 150ms;
+    options_.requestTimeout = 150ms;
     serve();
     const RawClient silent = connect();
     const RawClient slow = connect();

@@ -1,10 +1,10 @@
 // A helper that answers a message without a progress file well, and any other with the nonsense that the file
 // "nonsense" beside it names: close, half, garbage, array or oversize.
 
+#include "channel/FrameReader.h"
 #include "channel/channel_message.h"
 #include "channel/message_keys.h"
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -17,27 +17,15 @@ namespace {
 
 constexpr int kListeningSocket = 3;
 
-std::string readAll(int socket, std::size_t length) {
-    std::string bytes(length, '\0');
-    std::size_t done = 0;
-    while (done < length) {
-        const ssize_t got = read(socket, bytes.data() + done, length - done);
-        if (got <= 0) {
-            return {};
-        }
-        done += static_cast<std::size_t>(got);
+std::optional<kyb::ChannelMessage> readMessage(int socket) {
+    kyb::FrameReader frame;
+    for (char byte = 0; frame.missingBytes() > 0 && read(socket, &byte, 1) == 1;) {
+        frame.add({&byte, 1});
     }
-    return bytes;
-}
-
-std::string readMessage(int socket) {
-    const std::string header = readAll(socket, kyb::kFrameHeaderBytes);
-    if (header.size() != kyb::kFrameHeaderBytes) {
+    if (frame.state() != kyb::FrameReader::State::Complete) {
         return {};
     }
-    std::array<unsigned char, kyb::kFrameHeaderBytes> length{};
-    std::memcpy(length.data(), header.data(), length.size());
-    return readAll(socket, kyb::messageLength(length).value_or(0));
+    return kyb::decodeMessage(frame.message());
 }
 
 /// What is sent, with {"an": "array"} packed in a binary property list as an array.
@@ -69,7 +57,7 @@ int main() {
         if (client < 0) {
             return 1;
         }
-        const auto message = kyb::decodeMessage(readMessage(client));
+        const auto message = readMessage(client);
         const bool namesAFile = message && message->count(kyb::kInstallerLogPathKey) != 0;
         const std::string answer = namesAFile ? nonsense(kind) : *kyb::encodeFrame({{kyb::kReplyKey, "fine"}});
         send(client, answer.data(), answer.size(), MSG_NOSIGNAL);

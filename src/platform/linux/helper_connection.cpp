@@ -1,6 +1,7 @@
 #include "platform/helper_connection.h"
 
 #include "base/threads.h"
+#include "channel/FrameReader.h"
 #include "channel/ServiceSocket.h"
 #include "channel/channel_message.h"
 #include "channel/message_keys.h"
@@ -76,6 +77,10 @@ bool nobodyListens(int connectError) {
 }
 
 /// Starts the registered helper behind a new socket and connects to it. Only while the service's lock is held.
+///
+/// The client makes the socket and hands it over, as launchd does: connections queue up in it from now on, however long
+/// the helper takes to start. A helper that made its own would have to be waited for, and clients would be refused
+/// meanwhile.
 Reached startAndConnect(const ServiceSocket &service, const std::string &serviceName) {
     const std::string helper = registeredHelper(serviceName);
     if (helper.empty()) {
@@ -87,10 +92,8 @@ Reached startAndConnect(const ServiceSocket &service, const std::string &service
     }
     launchHelper(helper, systemRoot(), listening);
     listening.reset();
-    // The socket listens since before the helper ran, so however slow that is, this succeeds; unless it has ended
-    // already.
     UniqueFd connection = service.connect();
-    return connection ? Reached(std::move(connection)) : ConnectionEventKind::Interrupted;
+    return connection ? Reached(std::move(connection)) : ConnectionEventKind::Interrupted; // it has ended already
 }
 
 Reached reachHelper(const std::string &serviceName) {
@@ -144,6 +147,10 @@ public:
     }
 
     /// Sends all and waits until the helper has taken it out of the connection, or gone.
+    ///
+    /// What we would like to wait for is the progress file. But whatever lies in its place may be another's, and the
+    /// reply comes only when the command has ended. The connection's output queue is the one thing that the helper can
+    /// empty at a moment of its choice: it leaves the last byte in there until it has made the file.
     void sendAndWaitUntilTaken() {
         waitUntil(
             [this] {
@@ -162,15 +169,8 @@ public:
             if (!receiveSome()) {
                 return ConnectionEventKind::Interrupted;
             }
-            if (received_.size() < kFrameHeaderBytes) {
-                continue;
-            }
-            const std::optional<std::size_t> length = announcedLength();
-            if (!length) {
-                return ConnectionEventKind::OtherError;
-            }
-            if (received_.size() >= kFrameHeaderBytes + *length) {
-                return decoded(*length);
+            if (received_.missingBytes() == 0) {
+                return decoded();
             }
         }
     }
@@ -191,28 +191,23 @@ private:
         if (count < 0) {
             return errno == EAGAIN || errno == EINTR;
         }
-        received_.append(chunk, static_cast<std::size_t>(count));
+        received_.add({chunk, static_cast<std::size_t>(count)});
         return count > 0;
     }
 
-    std::optional<std::size_t> announcedLength() const {
-        std::array<unsigned char, kFrameHeaderBytes> header{};
-        std::copy_n(received_.begin(), header.size(), header.begin());
-        return messageLength(header);
-    }
-
-    std::variant<ChannelMessage, ConnectionEventKind> decoded(std::size_t length) const {
-        std::optional<ChannelMessage> message =
-            decodeMessage(std::string_view(received_).substr(kFrameHeaderBytes, length));
-        if (!message) {
-            return ConnectionEventKind::OtherError;
+    /// What came; a refused length and a message that is no dictionary are the same error.
+    std::variant<ChannelMessage, ConnectionEventKind> decoded() const {
+        if (received_.state() == FrameReader::State::Complete) {
+            if (std::optional<ChannelMessage> message = decodeMessage(received_.message())) {
+                return std::move(*message);
+            }
         }
-        return std::move(*message);
+        return ConnectionEventKind::OtherError;
     }
 
     UniqueFd connection_;
     std::string unsent_;
-    std::string received_;
+    FrameReader received_;
 };
 
 std::optional<std::string> frameOf(const HelperMessage &message) {

@@ -1,6 +1,6 @@
 #include "FakeService.h"
 
-#include "channel/channel_message.h"
+#include "channel/FrameReader.h"
 #include "channel/message_keys.h"
 
 #include <poll.h>
@@ -22,10 +22,10 @@ FakeService::~FakeService() {
 }
 
 void takeRequest(int connection) {
-    std::array<unsigned char, kFrameHeaderBytes> header{};
-    recv(connection, header.data(), header.size(), MSG_WAITALL);
-    std::string body(messageLength(header).value_or(0), '\0');
-    recv(connection, body.data(), body.size(), MSG_WAITALL);
+    FrameReader frame;
+    for (char byte = 0; frame.missingBytes() > 0 && recv(connection, &byte, 1, 0) == 1;) {
+        frame.add({&byte, 1});
+    }
 }
 
 void sendBytes(int connection, const std::string &bytes) {
