@@ -1,6 +1,6 @@
 #include "text/rich_text.h"
 
-#include "text/code_pages.h"
+#include "platform/code_pages.h"
 
 #include <QHash>
 #include <algorithm>
@@ -26,19 +26,18 @@ constexpr double kTwipsPerPoint = 20.0;
 constexpr int kWesternWindows = 1252;
 constexpr int kMacRoman = 10000;
 
-/// Nothing for a code page that is not known.
-const UpperHalf *codePage(int number) {
-    const auto *page = std::find_if(std::begin(kCodePages), std::end(kCodePages),
-                                    [=](const CodePage &row) { return row.number == number; });
-    return page == std::end(kCodePages) ? nullptr : &page->characters;
-}
-
 struct Charset {
     int number; ///< as \fcharset counts them
     int codePage;
 };
 
-constexpr Charset kCharsets[] = {{0, 1252}, {77, 10000}, {204, 1251}, {238, 1250}, {254, 437}, {255, 850}};
+constexpr Charset kCharsets[] = {
+    {0, 1252},   {77, 10000}, {78, 10001}, {79, 10003}, {80, 10008}, {81, 10002}, {83, 10005}, {84, 10004},
+    {85, 10006}, {86, 10081}, {87, 10021}, {88, 10029}, {89, 10007}, {128, 932},  {129, 949},  {130, 1361},
+    {134, 936},  {136, 950},  {161, 1253}, {162, 1254}, {163, 1258}, {177, 1255}, {178, 1256}, {186, 1257},
+    {204, 1251}, {222, 874},  {238, 1250}, {254, 437},  {255, 850},
+};
+constexpr int kUnknownCodePage = -1;
 
 // The charsets that leave the choice to the document: by default, and symbol fonts.
 constexpr int kDefaultCharset = 1;
@@ -131,6 +130,7 @@ public:
         while (!done_ && position_ < bytes_.size()) {
             readToken();
         }
+        addPendingBytes();
         if (!run_.isEmpty() || !paragraph_.runs.isEmpty()) {
             endParagraph();
         }
@@ -161,12 +161,13 @@ private:
         case '\n':
             break;
         default:
-            addByte(static_cast<unsigned char>(byte));
+            addByte(byte);
             break;
         }
     }
 
     void openGroup() {
+        addPendingBytes();
         unreadFallback_ = 0;
         if (states_.size() < kMaxDepth) {
             states_.push_back(state());
@@ -176,6 +177,7 @@ private:
     }
 
     void closeGroup() {
+        addPendingBytes();
         unreadFallback_ = 0;
         isOptional_ = false;
         if (groupsBeyondDepth_ > 0) {
@@ -254,7 +256,7 @@ private:
         case '\\':
         case '{':
         case '}':
-            addByte(static_cast<unsigned char>(symbol));
+            addByte(symbol);
             break;
         default:
             break;
@@ -270,7 +272,7 @@ private:
             position_ = bytes_.size();
         } else if (isNumber) {
             position_ += 2;
-            addByte(byte);
+            addByte(static_cast<char>(byte));
         }
     }
 
@@ -278,20 +280,45 @@ private:
 
     // The text
 
-    void addByte(uint byte) {
-        if (byte < 0x80) {
-            addUnit(static_cast<char16_t>(byte));
+    /// Bytes wait for those that follow them: a character may have several, and one of them may be a letter in the
+    /// file.
+    void addByte(char byte) {
+        if (!isFallback() && state().destination != Destination::Nowhere) {
+            pendingBytes_.append(byte);
+        }
+        if (pendingBytes_.size() == kMaxUnits) {
+            addPendingBytes(); // may part a character; but then there is hardly room for it
+        }
+    }
+
+    void addPendingBytes() {
+        if (pendingBytes_.isEmpty()) {
             return;
         }
-        const UpperHalf *page = codePage(fonts_.value(currentFont()).codePage.value_or(codePage_));
-        addUnit(page ? (*page)[byte - 0x80] : static_cast<char16_t>(QChar::ReplacementCharacter));
+        const QString text = fromCodePage(fonts_.value(currentFont()).codePage.value_or(codePage_), pendingBytes_);
+        pendingBytes_.resize(0); // keeps its memory
+        for (qsizetype i = 0; i < text.size() && !done_; ++i) {
+            addToDestination(text[i].unicode());
+        }
     }
 
     void addUnit(char16_t unit) {
-        if (unreadFallback_ > 0) {
-            --unreadFallback_;
-            return;
+        addPendingBytes();
+        if (!isFallback()) {
+            addToDestination(unit);
         }
+    }
+
+    /// Whether what is read here, a byte or a word, stands for a \u before it; counts it.
+    bool isFallback() {
+        if (unreadFallback_ == 0) {
+            return false;
+        }
+        --unreadFallback_;
+        return true;
+    }
+
+    void addToDestination(char16_t unit) {
         switch (state().destination) {
         case Destination::Body:
             addToBody(unit);
@@ -401,7 +428,13 @@ private:
         }
         const auto *charset = std::find_if(std::begin(kCharsets), std::end(kCharsets),
                                            [=](const Charset &row) { return row.number == number; });
-        page = charset == std::end(kCharsets) ? -1 : charset->codePage;
+        page = charset == std::end(kCharsets) ? kUnknownCodePage : charset->codePage;
+    }
+
+    void setFontCodePage(int number) {
+        if (state().destination == Destination::FontTable && fonts_.size() <= kMaxTableRows) {
+            fonts_[tableFont_].codePage = number;
+        }
     }
 
     template <int Shift> void setColorPart(int value) {
@@ -464,6 +497,7 @@ private:
 
     CharacterFormat plain_;
     int codePage_ = kWesternWindows;
+    QByteArray pendingBytes_; ///< of one destination and font; not yet read as text
     QHash<int, Font> fonts_;
     int tableFont_ = 0;
     QVector<std::optional<quint32>> colors_;
@@ -500,6 +534,7 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"cell",         &Reader::insert, u'\t'},
     {"cf",           &Reader::setColor, 0, Number::Given},
     {"colortbl",     &Reader::beginColorTable},
+    {"cpg",          &Reader::setFontCodePage, kUnknownCodePage, Number::Given},
     {"deff",         &Reader::setDefaultFont, 0, Number::Given},
     {"emdash",       &Reader::insert, 0x2014},
     {"emspace",      &Reader::insert, 0x2003},
@@ -579,9 +614,9 @@ void Reader::obey(std::string_view name, std::optional<int> number) {
     const bool wasOptional = std::exchange(isOptional_, false);
     const ControlWord *word = controlWord(name);
     const bool isBinary = word && word->handler == &Reader::skipBinary;
-    if (unreadFallback_ > 0 && !isBinary) {
-        --unreadFallback_; // a word counts as a character
-        return;
+    addPendingBytes();
+    if (!isBinary && isFallback()) {
+        return; // a word counts as a character
     }
     if (!word) {
         if (wasOptional) {

@@ -39,8 +39,7 @@ struct RichTextDocument {
 /// Kept are fonts, sizes, bold, italic, underline, text colours, alignment, indents and spacing, list marks (as text),
 /// tables (a line for each row, a tab after each cell) and the texts of links, which lead nowhere. Left out are
 /// pictures, objects, notes, headers, footers and hidden text. Bytes are read in the code page of the document or of
-/// the font: Western, Central European or Cyrillic Windows, Mac OS Roman, the IBM PC's two; those of any other read as
-/// U+FFFD.
+/// the font, whichever it is (`fromCodePage`); those that spell nothing there read as U+FFFD.
 ///
 /// Never fails. Of a broken or truncated document it gives what can be read; bytes that do not begin with "{\rtf" give
 /// an empty document. Whatever the bytes, it takes time in proportion to them, and memory within constant limits: what

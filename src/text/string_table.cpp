@@ -1,6 +1,6 @@
 #include "text/string_table.h"
 
-#include "text/code_pages.h"
+#include "text/next_step.h"
 
 #include <QStringDecoder>
 #include <optional>

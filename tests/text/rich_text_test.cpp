@@ -186,11 +186,60 @@ TEST(RichText, ReadsBytesInTheDocumentsCodePage) {
 TEST(RichText, ReadsBytesInTheFontsCodePage) {
     EXPECT_EQ(textOf("{\\fonttbl\\f0\\fcharset204 A;\\f1\\fcharset1 B;\\f2\\fcharset77 C;}\\f0\\'c4\\f1\\'c4\\f2\\'80"),
               u"ДÄÄ"_qs);
+    EXPECT_EQ(textOf("{\\fonttbl\\f0\\fcharset0\\cpg1251 A;}\\f0\\'c4"), u"Д"_qs);
+    EXPECT_EQ(textOf("\\cpg1251\\'c4"), u"Ä"_qs); // counts in the font table alone
+    EXPECT_EQ(runsOf("{\\fonttbl\\f0\\fcharset128 \\'96\\'be\\'92\\'a9;}\\f0 a").first().fontFamily, u"明朝"_qs);
 }
 
-TEST(RichText, MarksBytesOfAnUnknownCodePage) {
-    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\ansi\\ansicpg932 a\\'82\\'a0}")), u"a\uFFFD\uFFFD"_qs);
-    EXPECT_EQ(textOf("{\\fonttbl\\f0\\fcharset128 A;}\\f0\\'82"), u"\uFFFD"_qs);
+TEST(RichText, KnowsTheCharsetsOfFonts) {
+    const std::tuple<int, const char *, QString> rows[] = {
+        {0, "\\'fc", u"ü"_qs},         {77, "\\'9f", u"ü"_qs},        {78, "\\'93\\'fa", u"日"_qs},
+        {79, "\\'c7\\'d1", u"한"_qs},  {80, "\\'d6\\'d0", u"中"_qs},  {81, "\\'a4\\'a4", u"中"_qs},
+        {83, "\\'f9", u"ש"_qs},        {84, "\\'e5", u"م"_qs},        {85, "\\'eb", u"κ"_qs},
+        {86, "\\'dc", u"İ"_qs},        {87, "\\'e4", u"ไ"_qs},        {88, "\\'8b", u"č"_qs},
+        {89, "\\'8f", u"П"_qs},        {128, "\\'93\\'fa", u"日"_qs}, {129, "\\'c7\\'d1", u"한"_qs},
+        {130, "\\'88\\'61", u"가"_qs}, {134, "\\'d6\\'d0", u"中"_qs}, {136, "\\'a4\\'a4", u"中"_qs},
+        {161, "\\'c5", u"Ε"_qs},       {162, "\\'dd", u"İ"_qs},       {163, "\\'f5", u"ơ"_qs},
+        {177, "\\'f9", u"ש"_qs},       {178, "\\'e3", u"م"_qs},       {186, "\\'e2", u"ā"_qs},
+        {204, "\\'cf", u"П"_qs},       {222, "\\'e4", u"ไ"_qs},       {238, "\\'b9", u"ą"_qs},
+        {254, "\\'81", u"ü"_qs},       {255, "\\'b5", u"Á"_qs},       {99, "\\'b5a", u"\uFFFDa"_qs},
+    };
+    for (const auto &[charset, bytes, text] : rows) {
+        EXPECT_EQ(textOf("{\\fonttbl\\f0\\fcharset" + QByteArray::number(charset) + " A;}\\f0" + bytes), text)
+            << charset;
+    }
+}
+
+QString textInCodePage(int codePage, const QByteArray &body) {
+    return plainText(parseRichText("{\\rtf1\\ansi\\ansicpg" + QByteArray::number(codePage) + " " + body + "}"));
+}
+
+TEST(RichText, ReadsCharactersOfSeveralBytes) {
+    EXPECT_EQ(textInCodePage(932, "a\\'93\\'fa\\'96\\'7b"), u"a日本"_qs);
+    EXPECT_EQ(textInCodePage(932, "\x93\xFA\\'96{\\b x}"), u"日\uFFFDx"_qs);
+    EXPECT_EQ(textInCodePage(65001, "gr\\'c3\\'bc\\'c3\x9F"), u"grüß"_qs);
+    EXPECT_EQ(textInCodePage(936, "\\'d6\\'d0\n\\'ce\r\n\\'c4"), u"中文"_qs);
+}
+
+TEST(RichText, TakesALetterOfTheFileForALaterByte) {
+    EXPECT_EQ(textInCodePage(932, "\\'83A\\'83n"), u"アハ"_qs);
+    EXPECT_EQ(textInCodePage(932, "\\'83\\\\\\'96\\{"), u"ソ本"_qs);
+}
+
+TEST(RichText, MarksCharactersThatAreParted) {
+    EXPECT_EQ(textInCodePage(932, "\\'93\\b\\'fa"), u"\uFFFD\uFFFD"_qs);
+    EXPECT_EQ(textInCodePage(932, "\\'93\\u97 ?{\\'93}b\\'93\\par c\\'93"), u"\uFFFDa\uFFFDb\uFFFD\nc\uFFFD"_qs);
+    EXPECT_EQ(textInCodePage(65001, "\\'e6\\'97"), u"\uFFFD"_qs);
+}
+
+TEST(RichText, CountsTheBytesThatStandForUnicode) {
+    EXPECT_EQ(textInCodePage(932, "\\'93\\'fa\\uc2\\u26412\\'96\\'7b\\'8c\\'ea"), u"日本語"_qs);
+    EXPECT_EQ(textInCodePage(932, "\\uc1\\u26412?\\'8c\\'ea"), u"本語"_qs);
+    EXPECT_EQ(textInCodePage(932, "\\uc2\\u12450\\'83Ab"), u"アb"_qs);
+}
+
+TEST(RichText, MarksBytesThatSpellNothing) {
+    EXPECT_EQ(textInCodePage(7, "a\\'82\\'a0"), u"a\uFFFD\uFFFD"_qs);
     EXPECT_EQ(textOf("\\'81"), u"\uFFFD"_qs);
 }
 
@@ -321,6 +370,8 @@ TEST(RichText, KeepsWithinItsLimits) {
     EXPECT_LE(piecesOf(parsed(QByteArray("\\b a\\b0 b").repeated(100'000))), kMostPieces);
     EXPECT_EQ(textOf(QByteArray(5 << 20, 'a')).size(), kMostUnits);
     EXPECT_EQ(textOf("{\\fonttbl\\f0 " + QByteArray(5 << 20, 'a') + ";}\\f0 b"), u"b"_qs);
+    EXPECT_EQ(textOf("\\b " + QByteArray(3 << 20, 'a') + "\\b0 " + QByteArray(3 << 20, '\xE4')).size(), kMostUnits);
+    EXPECT_EQ(textOf("{\\pict " + QByteArray(9 << 20, 'a') + "}b"), u"b"_qs);
 }
 
 TEST(RichText, KeepsItsTablesWithinTheirLimits) {

@@ -17,6 +17,7 @@
 #include <unicode/decimfmt.h>
 #include <unicode/locid.h>
 #include <unicode/numfmt.h>
+#include <unicode/ucnv.h>
 #include <unicode/unistr.h>
 
 namespace {
@@ -219,6 +220,18 @@ std::vector<std::string> preferredLanguages() {
     return languages;
 }
 
+/// The number of a code page plays its encoding.
+icu::LocalUConverterPointer openConverter(CFStringEncoding encoding) {
+    icu::LocalUConverterPointer converter;
+    for (const char *maker : {"windows-", "ibm-"}) {
+        if (converter.isNull()) {
+            UErrorCode status = U_ZERO_ERROR;
+            converter.adoptInstead(ucnv_open((maker + std::to_string(encoding)).c_str(), &status));
+        }
+    }
+    return converter;
+}
+
 std::atomic<int> objects{0};
 
 } // namespace
@@ -282,8 +295,24 @@ CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar *characte
     const auto *text = reinterpret_cast<const char16_t *>(characters);
     return ref<CFStringRef>(new Text(icu::UnicodeString(text, std::int32_t(count))));
 }
-CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char *text, UInt32 encoding) {
+CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char *text, CFStringEncoding encoding) {
     return encoding == kCFStringEncodingUTF8 ? ref<CFStringRef>(new Text(icu::UnicodeString::fromUTF8(text))) : nullptr;
+}
+/// Of all the bytes or of none, as the system does it.
+CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8 *bytes, CFIndex count, CFStringEncoding encoding,
+                                    Boolean) {
+    const icu::LocalUConverterPointer converter = openConverter(encoding);
+    if (converter.isNull()) {
+        return nullptr;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_setToUCallBack(converter.getAlias(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+    const icu::UnicodeString text(reinterpret_cast<const char *>(bytes), std::int32_t(count), converter.getAlias(),
+                                  status);
+    return U_SUCCESS(status) ? ref<CFStringRef>(new Text(text)) : nullptr;
+}
+CFStringEncoding CFStringConvertWindowsCodepageToEncoding(UInt32 codePage) {
+    return openConverter(codePage).isNull() ? CFStringEncoding(kCFStringEncodingInvalidId) : codePage;
 }
 CFIndex CFStringGetLength(CFStringRef string) {
     return as<Text>(string)->value.length();

@@ -35,12 +35,16 @@ CFTypeID CFGetTypeID(CFTypeRef object);
 
 // "CFString"
 using CFStringRef = const struct __CFString *;
+using CFStringEncoding = UInt32;
 CFTypeID CFStringGetTypeID();
 CFStringRef CFStringCreateWithCharacters(CFAllocatorRef allocator, const UniChar *characters, CFIndex count);
-CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const char *text, UInt32 encoding);
+CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const char *text, CFStringEncoding encoding);
+CFStringRef CFStringCreateWithBytes(CFAllocatorRef allocator, const UInt8 *bytes, CFIndex count,
+                                    CFStringEncoding encoding, Boolean isExternalRepresentation);
+CFStringEncoding CFStringConvertWindowsCodepageToEncoding(UInt32 codePage);
 CFIndex CFStringGetLength(CFStringRef string);
 void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar *buffer);
-enum : UInt32 { kCFStringEncodingUTF8 = 0x08000100 };
+enum : CFStringEncoding { kCFStringEncodingInvalidId = 0xFFFFFFFF, kCFStringEncodingUTF8 = 0x08000100 };
 
 // "CFNumber", "CFBoolean"
 using CFNumberRef = const struct __CFNumber *;

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QByteArrayView>
+#include <QString>
+
+namespace kyb {
+
+/// The text that \p bytes spell in a code page, numbered as Windows numbers them: 1252, 932, 10000 for Mac Roman, 65001
+/// for UTF-8. A character may have several bytes, so \p bytes should not end within one.
+///
+/// ASCII stays what it is, unless it is the later byte of a character. What spells nothing gives U+FFFD: a byte that
+/// the page leaves free, a first byte without its later ones (an ASCII byte after it is not lost), and every byte
+/// beyond ASCII in a page that the machine does not know or that is not built upon ASCII. The text holds no control
+/// character beyond ASCII's.
+///
+/// Any thread. Never fails. Takes time in proportion to the bytes.
+QString fromCodePage(int number, QByteArrayView bytes);
+
+} // namespace kyb

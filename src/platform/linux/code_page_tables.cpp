@@ -1,0 +1,112 @@
+#include "platform/posix/code_page_tables.h"
+
+#include <algorithm>
+#include <iconv.h>
+#include <string>
+#include <unicode/ucnv.h>
+#include <unicode/ucnv_cb.h>
+#include <unicode/unistr.h>
+
+namespace kyb {
+namespace {
+
+constexpr int kJohab = 1361;
+
+/// A page that ICU lacks, and one that it has with the same letters in the same places.
+struct Relative {
+    int number;
+    int known;
+};
+
+constexpr Relative kRelatives[] = {
+    {708, 28596},   // Arabic
+    {10001, 932},   // Mac, Japanese
+    {10002, 950},   // Mac, Chinese, traditional
+    {10003, 949},   // Mac, Korean
+    {10004, 28596}, // Mac, Arabic
+    {10005, 1255},  // Mac, Hebrew
+    {10008, 936},   // Mac, Chinese, simplified
+    {10017, 10007}, // Mac, Ukrainian
+    {10021, 874},   // Mac, Thai
+};
+
+int knownPage(int number) {
+    const auto *row = std::find_if(std::begin(kRelatives), std::end(kRelatives),
+                                   [=](const Relative &relative) { return relative.number == number; });
+    return row == std::end(kRelatives) ? number : row->known;
+}
+
+/// ICU's own handler writes U+001A for some bytes, which a text may hold as well.
+void replace(const void *, UConverterToUnicodeArgs *arguments, const char *, std::int32_t,
+             UConverterCallbackReason reason, UErrorCode *status) {
+    constexpr UChar kReplacement = 0xFFFD;
+    if (reason <= UCNV_IRREGULAR) {
+        *status = U_ZERO_ERROR;
+        ucnv_cbToUWriteUChars(arguments, &kReplacement, 1, 0, status);
+    }
+}
+
+/// Null when ICU has no such page. NB: the names that begin with "windows" come first; "ibm-932" and others are pages
+/// of the same number and another content.
+icu::LocalUConverterPointer openConverter(int number) {
+    icu::LocalUConverterPointer converter;
+    for (const char *maker : {"windows-", "ibm-"}) {
+        UErrorCode status = U_ZERO_ERROR;
+        converter.adoptInstead(ucnv_open((maker + std::to_string(number)).c_str(), &status));
+        if (converter.isValid()) {
+            ucnv_setToUCallBack(converter.getAlias(), replace, nullptr, nullptr, nullptr, &status);
+            break;
+        }
+    }
+    return converter;
+}
+
+/// The converter of the page that was asked for last, since a text hardly has a second; null when there is none.
+UConverter *converterFor(int number) {
+    thread_local int openNumber = -1;
+    thread_local icu::LocalUConverterPointer open;
+    if (number != openNumber) {
+        open = openConverter(knownPage(number));
+        openNumber = number;
+    }
+    return open.getAlias();
+}
+
+/// By the C library: ICU has no table for Johab.
+QString fromJohab(QByteArrayView bytes) {
+    const iconv_t converter = iconv_open("UTF-8", "JOHAB");
+    if (converter == iconv_t(-1)) {
+        return QString(bytes.size(), QChar::ReplacementCharacter);
+    }
+    constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+    std::string text(std::size_t(bytes.size()) * kReplacement.size(), '\0'); // no byte gives more
+    char *from = const_cast<char *>(bytes.data());
+    char *to = text.data();
+    std::size_t left = std::size_t(bytes.size());
+    std::size_t space = text.size();
+    while (left > 0 && iconv(converter, &from, &left, &to, &space) == std::size_t(-1)) {
+        to = std::copy(kReplacement.begin(), kReplacement.end(), to);
+        space -= kReplacement.size();
+        ++from;
+        --left;
+    }
+    iconv_close(converter);
+    return QString::fromUtf8(text.data(), to - text.data());
+}
+
+} // namespace
+
+std::optional<QString> decodedBySystem(int number, QByteArrayView bytes) {
+    if (number == kJohab) {
+        return fromJohab(bytes);
+    }
+    UConverter *converter = converterFor(number);
+    if (converter == nullptr) {
+        return {};
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::UnicodeString text(bytes.data(), std::int32_t(bytes.size()), converter, status);
+    return QString(reinterpret_cast<const QChar *>(text.getBuffer()), text.length());
+}
+
+} // namespace kyb
