@@ -3,7 +3,7 @@
 #include "base/notification_center.h"
 #include "text/localized_text.h"
 #include "text/resources.h"
-#include "ui/views/stroke.h"
+#include "ui/views/KYDestinationView.h"
 
 #include <QBuffer>
 #include <QFile>

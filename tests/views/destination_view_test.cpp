@@ -1,7 +1,6 @@
 #include "ui/views/KYDestinationView.h"
 
 #include "TestBundle.h"
-#include "ui/views/stroke.h"
 
 #include <QApplication>
 #include <QDragEnterEvent>

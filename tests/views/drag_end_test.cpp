@@ -1,7 +1,6 @@
-#include "ui/views/DragBoundary.h"
+#include "ui/views/drag_session.h"
 
 #include "TestBundle.h"
-#include "ui/views/SlideBack.h"
 
 #include <QApplication>
 #include <QDrag>
@@ -11,6 +10,8 @@
 #include <optional>
 
 using kyb::DraggingContext;
+using kyb::DragOperation;
+using kyb::DragSession;
 
 namespace {
 
@@ -32,50 +33,55 @@ protected:
         }
         return nullptr;
     }
+    DragSession::OperationMask countingMask() {
+        return [this](DraggingContext) {
+            ++asked_;
+            return DragOperation::Copy;
+        };
+    }
     QPixmap picture() const {
         QPixmap pixmap(40, 40);
         pixmap.fill(Qt::red);
         return pixmap;
     }
     QWidget window_;
+    int asked_ = 0;
 };
 
 TEST_F(DragEnd, OnlyTheReleaseIsHeldAgainstWhatTheSourceAllows) {
     QDrag drag(&window_);
     std::optional<DraggingContext> asked;
-    const kyb::DragBoundary boundary(&drag, QPoint(7, 8), [&](DraggingContext context) {
+    const DragSession session(&drag, QPoint(7, 8), [&](DraggingContext context) {
         asked = context;
-        return true;
+        return DragOperation::Copy;
     });
-    EXPECT_EQ(boundary.lastPosition(), QPoint(7, 8));
+    EXPECT_EQ(session.lastPosition(), QPoint(7, 8));
     QCoreApplication::processEvents();
     send(QEvent::MouseMove, QPoint(150, 160));
     EXPECT_FALSE(asked);
-    EXPECT_EQ(boundary.lastPosition(), QPoint(150, 160));
+    EXPECT_EQ(session.lastPosition(), QPoint(150, 160));
     send(QEvent::MouseButtonRelease, QPoint(160, 170));
     EXPECT_EQ(asked, DraggingContext::OutsideApplication); // no view has taken the drag
-    EXPECT_EQ(boundary.lastPosition(), QPoint(160, 170));
+    EXPECT_EQ(session.lastPosition(), QPoint(160, 170));
 }
 
 TEST_F(DragEnd, AReleaseDuringTheFirstTurnOfTheLoopIsSeen) {
     QDrag drag(&window_);
-    int asked = 0;
-    const kyb::DragBoundary boundary(&drag, QPoint(), [&](DraggingContext) { return ++asked > 0; });
+    const DragSession session(&drag, QPoint(), countingMask());
     QTimer::singleShot(0, &window_, [&] { send(QEvent::MouseButtonRelease, QPoint(160, 170)); });
-    EXPECT_TRUE(kyb::test::turnUntil([&] { return asked == 1; }));
+    EXPECT_TRUE(kyb::test::turnUntil([&] { return asked_ == 1; }));
 }
 
-TEST_F(DragEnd, TheBoundaryEndsWithTheDrag) {
-    int asked = 0;
+TEST_F(DragEnd, TheSessionEndsWithTheDrag) {
     {
         QDrag drag(&window_);
-        const kyb::DragBoundary boundary(&drag, QPoint(), [&](DraggingContext) { return ++asked > 0; });
+        const DragSession session(&drag, QPoint(), countingMask());
         QCoreApplication::processEvents();
         send(QEvent::MouseButtonRelease, QPoint(160, 170));
-        EXPECT_EQ(asked, 1);
+        EXPECT_EQ(asked_, 1);
     }
     send(QEvent::MouseButtonRelease, QPoint(160, 170));
-    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(asked_, 1);
 }
 
 TEST_F(DragEnd, ThePictureGlidesHomeAndIsGone) {

@@ -3,7 +3,6 @@
 #include "base/notification_center.h"
 #include "text/localized_text.h"
 #include "ui/views/image_loading.h"
-#include "ui/views/stroke.h"
 
 #include <QDragEnterEvent>
 #include <QMimeData>
@@ -31,6 +30,14 @@ void answer(QDropEvent *event, DragOperation operation) {
 }
 
 } // namespace
+
+void kyb::strokeRect(QPainter &painter, const QRectF &rect, const QColor &color) {
+    painter.save();
+    painter.setPen(QPen(color, defaultLineWidth, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRect(rect);
+    painter.restore();
+}
 
 KYDestinationView::KYDestinationView(QWidget *parent) : ImageView(parent) {
     setAcceptDrops(true);

@@ -1,12 +1,8 @@
 #include "ui/views/KYSourceView.h"
 
 #include "base/notification_center.h"
-#include "base/threads.h"
 #include "text/localized_text.h"
-#include "ui/views/DragBoundary.h"
-#include "ui/views/SlideBack.h"
 #include "ui/views/image_loading.h"
-#include "ui/views/picture_shape.h"
 
 #include <QDrag>
 #include <QKeyEvent>
@@ -90,15 +86,12 @@ QDrag *KYSourceView::makeDrag(QPoint position) {
 void KYSourceView::beginDraggingSession(QPoint position) {
     const QPointer<KYSourceView> self(this); // what a drop sets going may take the screen away
     QDrag *drag = makeDrag(position);
-    const kyb::DragBoundary boundary(drag, mapToGlobal(position), [this](DraggingContext context) {
-        return sourceOperationMask(context) != DragOperation::None;
-    });
     const QPixmap picture = drag->pixmap();
-    kyb::onMainThread([picture] { kyb::shapeDragWindow(picture); }); // when the drag has begun
-    const auto done = drag->exec(Qt::DropAction(sourceOperationMask(DraggingContext::WithinApplication)));
-    const bool wasDropped = done != Qt::IgnoreAction && boundary.context() == DraggingContext::WithinApplication;
-    if (self && !wasDropped && animatesToStartingPositionsOnCancelOrFail()) {
-        kyb::slideBack(*this, picture, boundary.lastPosition() - position);
+    kyb::DragSession session(drag, mapToGlobal(position),
+                             [this](DraggingContext context) { return sourceOperationMask(context); });
+    const bool isCancelled = session.run() == kyb::DragSession::End::CancelledOrFailed;
+    if (self && isCancelled && animatesToStartingPositionsOnCancelOrFail()) {
+        kyb::slideBack(*this, picture, session.lastPosition() - position);
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ui/views/ImageView.h"
-#include "ui/views/dragging.h"
+#include "ui/views/drag_session.h"
 
 class QDrag;
 
