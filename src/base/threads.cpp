@@ -1,5 +1,7 @@
 #include "base/threads.h"
 
+#include "posix/NoDestructor.h"
+
 #include <QCoreApplication>
 #include <QEvent>
 #include <QThread>
@@ -40,7 +42,7 @@ private:
 };
 
 MainQueue &mainQueue() {
-    static auto *queue = new MainQueue; // NB: never destroyed; threads outlive static objects
+    static NoDestructor<MainQueue> queue;
     return *queue;
 }
 
@@ -107,6 +109,10 @@ void inBackground(std::function<void()> task) {
         task = nullptr; // what the task holds goes before it counts as ended
         --runningTasks;
     }).detach();
+}
+
+void yieldThread() {
+    std::this_thread::yield();
 }
 
 bool isMainThread() {

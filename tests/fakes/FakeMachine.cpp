@@ -11,6 +11,7 @@
 #include "platform/system_log.h"
 #include "platform/system_root.h"
 #include "platform/volume.h"
+#include "posix/NoDestructor.h"
 
 #include <QDir>
 #include <QFile>
@@ -18,7 +19,7 @@
 #include <cstring>
 
 FakeMachine &FakeMachine::instance() {
-    static auto *machine = new FakeMachine; // threads of the code under test may outlive main()
+    static kyb::NoDestructor<FakeMachine> machine;
     return *machine;
 }
 
@@ -170,8 +171,8 @@ std::optional<QString> propertyListValue(const QString &path, const QString &key
     return found == machine().propertyLists.cend() ? std::optional<QString>() : *found;
 }
 
-void sleepFor(std::chrono::milliseconds duration) {
-    machine().sleep(duration);
+void sleepFor(std::chrono::microseconds duration) {
+    machine().sleep(std::chrono::duration_cast<std::chrono::milliseconds>(duration));
 }
 
 QString bundlePath() {
