@@ -18,6 +18,7 @@
 
 namespace {
 
+using namespace kyb;
 using namespace kyb::macroot;
 
 struct Arguments {
@@ -73,10 +74,9 @@ void replaceText(const std::string &file, const std::string &text) {
     const std::string place = std::filesystem::weakly_canonical(file).string();
     struct stat earlier = {};
     const bool exists = ::stat(place.c_str(), &earlier) == 0;
-    const kyb::FileAttributes attributes =
-        exists ? kyb::FileAttributes{earlier.st_mode & 07777, earlier.st_uid, earlier.st_gid}
-               : kyb::FileAttributes{newFileMode()};
-    if (!kyb::replaceFile(place, text, attributes)) {
+    const FileAttributes attributes = exists ? FileAttributes{earlier.st_mode & 07777, earlier.st_uid, earlier.st_gid}
+                                             : FileAttributes{newFileMode()};
+    if (!replaceFile(place, text, attributes)) {
         throw std::system_error(errno, std::generic_category(), place);
     }
 }

@@ -1,17 +1,11 @@
 #pragma once
 
-#include <plist/plist.h>
+#include "posix/Plist.h"
 
-#include <memory>
 #include <string>
 #include <string_view>
 
 namespace kyb::macroot {
-
-struct PlistDeleter {
-    void operator()(void *node) const { plist_free(node); }
-};
-using Plist = std::unique_ptr<void, PlistDeleter>;
 
 enum class PlistFormat { Xml, Binary };
 

@@ -24,7 +24,7 @@ sigset_t endSignalSet() {
 
 SignalWatch::SignalWatch() {
     const sigset_t set = endSignalSet();
-    ::pthread_sigmask(SIG_BLOCK, &set, &m_earlierMask);
+    ::sigprocmask(SIG_BLOCK, &set, &m_earlierMask);
 }
 
 SignalWatch::~SignalWatch() {
@@ -32,7 +32,7 @@ SignalWatch::~SignalWatch() {
     constexpr timespec atOnce{0, 0};
     while (::sigtimedwait(&set, nullptr, &atOnce) > 0) {
     }
-    ::pthread_sigmask(SIG_SETMASK, &m_earlierMask, nullptr);
+    ::sigprocmask(SIG_SETMASK, &m_earlierMask, nullptr);
 }
 
 bool SignalWatch::ending() const {

@@ -1,19 +1,14 @@
 #include "channel/channel_message.h"
 
 #include "channel/plist_guard.h"
+#include "posix/Plist.h"
 
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
-#include <plist/plist.h>
 
 namespace kyb {
 namespace {
-
-struct PlistDeleter {
-    void operator()(void *node) const { plist_free(node); }
-};
-using Plist = std::unique_ptr<void, PlistDeleter>;
 
 struct CFree {
     void operator()(char *text) const { std::free(text); }

@@ -3,13 +3,13 @@
 namespace kyb {
 
 PendingEvents::Serial PendingEvents::add() {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     pending_.insert(++last_);
     return last_;
 }
 
 void PendingEvents::settle(Serial serial) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     pending_.erase(serial);
     if (pending_.empty()) {
         noneLeft_.notify_all();
@@ -17,13 +17,17 @@ void PendingEvents::settle(Serial serial) {
 }
 
 void PendingEvents::wait() {
-    std::unique_lock lock(mutex_);
-    noneLeft_.wait(lock, [this] { return pending_.empty(); });
+    MutexLock lock(mutex_);
+    while (!pending_.empty()) {
+        lock.wait(noneLeft_);
+    }
 }
 
 void PendingEvents::waitFor(std::chrono::milliseconds limit) {
-    std::unique_lock lock(mutex_);
-    noneLeft_.wait_for(lock, limit, [this] { return pending_.empty(); });
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    MutexLock lock(mutex_);
+    while (!pending_.empty() && lock.waitUntil(noneLeft_, deadline)) {
+    }
 }
 
 } // namespace kyb

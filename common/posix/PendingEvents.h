@@ -1,9 +1,10 @@
 #pragma once
 
+#include "posix/Mutex.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <set>
 
 namespace kyb {
@@ -27,10 +28,10 @@ public:
     void waitFor(std::chrono::milliseconds limit);
 
 private:
-    std::mutex mutex_; ///< guards what follows
+    Mutex mutex_;
     std::condition_variable noneLeft_;
-    std::set<Serial> pending_;
-    Serial last_ = 0;
+    std::set<Serial> pending_ GUARDED_BY(mutex_);
+    Serial last_ GUARDED_BY(mutex_) = 0;
 };
 
 } // namespace kyb

@@ -1,6 +1,7 @@
 #include "base/threads.h"
 
 #include "posix/Mutex.h"
+#include "posix/NoDestructor.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -18,6 +19,11 @@ namespace {
 const QEvent::Type kTurn = static_cast<QEvent::Type>(QEvent::registerEventType());
 
 /// The tasks that wait for the main thread. The event that is posted says only that there are some.
+///
+/// What we would like to write is QMetaObject::invokeMethod(application, task). That was tried, and ThreadSanitizer is
+/// right about it: the functor's destruction on the main thread is not ordered, in a way that it can see, after its
+/// making on the other one, since Qt's own library is not instrumented. Our mutex orders both, and the order of the
+/// calls is ours as well.
 class MainQueue {
 public:
     void add(std::function<void()> task) {
@@ -36,7 +42,7 @@ public:
     }
 
     bool isEmpty() {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         return tasks_.empty();
     }
 
@@ -46,7 +52,7 @@ private:
 };
 
 MainQueue &mainQueue() {
-    static auto *queue = new MainQueue; // NB: never destroyed; threads outlive static objects
+    static NoDestructor<MainQueue> queue;
     return *queue;
 }
 
@@ -115,6 +121,10 @@ void inBackground(std::function<void()> task) {
         task = nullptr; // what the task holds goes before it counts as ended
         --runningTasks;
     }).detach();
+}
+
+void yieldThread() {
+    std::this_thread::yield();
 }
 
 bool isMainThread() {

@@ -17,6 +17,9 @@ void onMainThreadAndWait(std::function<void()> task);
 /// `endProcess`), so a task may use what lives as long as the process. Any thread.
 void inBackground(std::function<void()> task);
 
+/// Lets other threads go first. Any thread.
+void yieldThread();
+
 /// Whether the caller is the main thread (true as long as there is no application object).
 bool isMainThread();
 

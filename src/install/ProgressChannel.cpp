@@ -6,7 +6,6 @@
 #include "text/localized_text.h"
 
 #include <atomic>
-#include <thread>
 
 using namespace std::chrono_literals;
 
@@ -20,7 +19,7 @@ constexpr int kLastPass = 1000;
 /// NB: the atomic count is what keeps this a loop; one without side effects may be assumed to end.
 [[noreturn]] void spinForEver() {
     for (std::atomic<unsigned> idlePass{0};; idlePass.fetch_add(1, std::memory_order_relaxed)) {
-        std::this_thread::yield();
+        kyb::yieldThread();
     }
 }
 

@@ -170,8 +170,8 @@ std::optional<QString> propertyListValue(const QString &path, const QString &key
     return found == machine().propertyLists.cend() ? std::optional<QString>() : *found;
 }
 
-void sleepFor(std::chrono::milliseconds duration) {
-    machine().sleep(duration);
+void sleepFor(std::chrono::microseconds duration) {
+    machine().sleep(std::chrono::duration_cast<std::chrono::milliseconds>(duration));
 }
 
 QString bundlePath() {

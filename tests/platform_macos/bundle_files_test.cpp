@@ -1,22 +1,17 @@
 #include "channel/message_keys.h"
 #include "code_requirement.h"
+#include "posix/Plist.h"
 
 #include <cstdlib>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iterator>
-#include <memory>
-#include <plist/plist.h>
 #include <string>
 
+using kyb::Plist;
 using testing::ElementsAre;
 
 namespace {
-
-struct PlistDeleter {
-    void operator()(void *node) const { plist_free(node); }
-};
-using Plist = std::unique_ptr<void, PlistDeleter>;
 
 std::string content(const std::string &path) {
     std::ifstream file(path);

@@ -2,7 +2,6 @@
 
 #include "channel/message_keys.h"
 #include "platform/helper_connection.h"
-#include "platform/macos/open_connections.h"
 #include "recorded.h"
 
 #include <atomic>

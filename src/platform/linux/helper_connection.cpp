@@ -5,8 +5,9 @@
 #include "channel/ServiceSocket.h"
 #include "channel/channel_message.h"
 #include "channel/message_keys.h"
+#include "platform/clock.h"
 #include "platform/linux/helper_launch.h"
-#include "platform/linux/missing_helper_events.h"
+#include "platform/posix/connection_events.h"
 #include "platform/system_root.h"
 
 #include <QFile>
@@ -17,7 +18,6 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <thread>
 #include <variant>
 
 namespace kyb {
@@ -32,24 +32,23 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto kLockPatience = 5s;
-constexpr auto kTakenPatience = 2s; ///< how long a message that names a progress file is waited for
-constexpr auto kGlance = 200us;
+constexpr auto kLockTimeout = 5s;
+constexpr auto kTakenTimeout = 2s; ///< how long a message that names a progress file is waited for
+constexpr auto kPollInterval = 200us;
 
-/// Looks at \p condition again and again until it holds. \return whether it did within \p patience.
-template <typename Condition> bool waitUntil(Condition condition, Clock::duration patience) {
-    const Clock::time_point limit = Clock::now() + patience;
+/// Looks at \p condition again and again until it holds. \return whether it did within \p timeout.
+template <typename Condition> bool waitUntil(Condition condition, Clock::duration timeout) {
+    const Clock::time_point deadline = Clock::now() + timeout;
     while (!condition()) {
-        if (Clock::now() >= limit) {
+        if (Clock::now() >= deadline) {
             return false;
         }
-        std::this_thread::sleep_for(kGlance);
+        sleepFor(kPollInterval);
     }
     return true;
 }
 
 // ---- Reaching the helper
-// ---------------------------------------------------------------------------------------------
 
 /// A connection to the service, or why there is none.
 using Reached = std::variant<UniqueFd, ConnectionEventKind>;
@@ -112,7 +111,7 @@ Reached reachHelper(const std::string &serviceName) {
     }
     UniqueFd lock;
     const auto locked = [&] { return (lock = service->tryLock()) || errno != EWOULDBLOCK; };
-    if (!waitUntil(locked, kLockPatience)) {
+    if (!waitUntil(locked, kLockTimeout)) {
         return ConnectionEventKind::OtherError;
     }
     if (!lock) { // whoever may not have it may not start a helper either
@@ -125,7 +124,6 @@ Reached reachHelper(const std::string &serviceName) {
 }
 
 // ---- One message and its reply
-// ---------------------------------------------------------------------------------------
 
 /// A message on its way, and what comes back.
 class Exchange {
@@ -158,7 +156,7 @@ public:
                 int queuedBytes = 0;
                 return unsent_.empty() && (ioctl(connection_.get(), SIOCOUTQ, &queuedBytes) != 0 || queuedBytes == 0);
             },
-            kTakenPatience);
+            kTakenTimeout);
     }
 
     /// Sends the rest and waits for the reply, as long as it takes: a command may run for hours.
@@ -295,12 +293,16 @@ void sendMessageWithReply(HelperConnection connection, const HelperMessage &mess
     if (connection == nullptr) {
         return;
     }
-    EventTicket ticket = takeEventTicket();
+    const PendingEvents::Serial event = connectionEvents().add();
     Listener listener{.eventHandler = connection->eventHandler, .replyHandler = std::move(replyHandler)};
     auto begun = std::make_shared<std::variant<Exchange, ConnectionEventKind>>(begin(connection->serviceName, message));
     if (const auto *failure = std::get_if<ConnectionEventKind>(begun.get())) {
-        inBackground([listener, kind = *failure, ticket = std::move(ticket)] { deliverEvent(listener, kind); });
+        inBackground([listener, kind = *failure, event] {
+            deliverEvent(listener, kind);
+            connectionEvents().settle(event);
+        });
     } else {
+        connectionEvents().settle(event); // a registration waits for the news of a missing helper, not for a reply
         inBackground([listener, begun] { deliver(listener, std::get<Exchange>(*begun).waitForReply()); });
     }
 }

@@ -2,6 +2,7 @@
 
 #include "channel/message_keys.h"
 #include "posix/Mutex.h"
+#include "posix/NoDestructor.h"
 #include "posix/file_io.h"
 #include "posix/spawn.h"
 
@@ -31,7 +32,7 @@ private:
 };
 
 StartedHelpers &startedHelpers() {
-    static auto *helpers = new StartedHelpers; // NB: never destroyed; threads outlive static objects
+    static NoDestructor<StartedHelpers> helpers;
     return *helpers;
 }
 

@@ -1,5 +1,7 @@
 #include "platform/locale_info.h"
 
+#include "posix/NoDestructor.h"
+
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -27,7 +29,7 @@ icu::Locale readLocale() {
 }
 
 const icu::Locale &locale() {
-    static const auto *value = new icu::Locale(readLocale()); // NB: never destroyed; threads outlive static objects
+    static NoDestructor<icu::Locale> value(readLocale());
     return *value;
 }
 

@@ -1,7 +1,7 @@
 #include "platform/privileges.h"
 
 #include "platform/bundle.h"
-#include "platform/linux/missing_helper_events.h"
+#include "platform/posix/connection_events.h"
 #include "platform/system_root.h"
 #include "posix/file_io.h"
 
@@ -38,7 +38,7 @@ std::int32_t requestAdministratorRights(AdministratorRights *rights) {
 }
 
 bool installHelperTool(const QString &label, AdministratorRights rights, PlatformError *) {
-    waitForEventTickets();
+    connectionEvents().wait();
     QFile program(bundlePath() + QStringLiteral("/Contents/Library/LaunchServices/") + label);
     if (rights == nullptr || label.isEmpty() || label.contains(QLatin1Char('/')) ||
         !program.open(QIODevice::ReadOnly)) {

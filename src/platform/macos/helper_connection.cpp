@@ -1,7 +1,7 @@
 #include "platform/helper_connection.h"
 
 #include "channel/message_keys.h"
-#include "platform/macos/open_connections.h"
+#include "platform/posix/connection_events.h"
 
 #include <cstdlib>
 #include <dispatch/dispatch.h>
@@ -17,6 +17,13 @@ namespace {
 
 xpc_connection_t systemConnection(HelperConnection connection) {
     return reinterpret_cast<xpc_connection_t>(connection);
+}
+
+/// The event that a registration waits for: that it is known how the connection fares, by an event or by the reply.
+PendingEvents::Serial eventOf(HelperConnection connection) {
+    return connection == nullptr
+               ? 0
+               : reinterpret_cast<PendingEvents::Serial>(xpc_connection_get_context(systemConnection(connection)));
 }
 
 ConnectionEventKind errorKind(xpc_object_t error) {
@@ -48,21 +55,24 @@ std::optional<QByteArray> replyText(xpc_object_t reply) {
 // NB: a null connection is not caught anywhere here: the system gets it as it is.
 
 HelperConnection createHelperConnection(const char *serviceName) {
-    return reinterpret_cast<HelperConnection>(
-        xpc_connection_create_mach_service(serviceName, nullptr, XPC_CONNECTION_MACH_SERVICE_PRIVILEGED));
+    const xpc_connection_t connection =
+        xpc_connection_create_mach_service(serviceName, nullptr, XPC_CONNECTION_MACH_SERVICE_PRIVILEGED);
+    if (connection != nullptr) {
+        // NB: a number, and not the connection itself, whose address may soon be another one's.
+        xpc_connection_set_context(connection, reinterpret_cast<void *>(connectionEvents().add()));
+    }
+    return reinterpret_cast<HelperConnection>(connection);
 }
 
 void setConnectionEventHandler(HelperConnection connection, ConnectionEventHandler handler) {
+    const PendingEvents::Serial pending = eventOf(connection);
     xpc_connection_set_event_handler(systemConnection(connection), ^(xpc_object_t event) {
       handler(describe(event));
-      noteSettled(connection);
+      connectionEvents().settle(pending);
     });
 }
 
 void resumeConnection(HelperConnection connection) {
-    if (connection != nullptr) {
-        noteOpen(connection);
-    }
     xpc_connection_resume(systemConnection(connection));
 }
 
@@ -71,9 +81,10 @@ void sendMessageWithReply(HelperConnection connection, const HelperMessage &mess
     for (const auto &[key, text] : message) {
         xpc_dictionary_set_string(request, key, text.constData());
     }
+    const PendingEvents::Serial pending = eventOf(connection);
     xpc_connection_send_message_with_reply(systemConnection(connection), request, dispatch_get_main_queue(),
                                            ^(xpc_object_t reply) {
-                                             noteSettled(connection);
+                                             connectionEvents().settle(pending);
                                              replyHandler(replyText(reply));
                                            });
     xpc_release(request);

@@ -1,7 +1,7 @@
 #include "platform/privileges.h"
 
 #include "platform/macos/cf_string.h"
-#include "platform/macos/open_connections.h"
+#include "platform/posix/connection_events.h"
 
 #include <Security/Security.h>
 #include <ServiceManagement/ServiceManagement.h>
@@ -13,7 +13,7 @@ constexpr char kBlessRight[] = "com.apple.ServiceManagement.blesshelper";
 
 /// How long a registration waits for events of earlier connections. The news that there is no helper is a matter of
 /// milliseconds; the limit is for the connection that waits for a helper that works.
-constexpr std::chrono::milliseconds kLongestWaitForEvents{2000};
+constexpr std::chrono::milliseconds kEventsTimeout{2000};
 
 } // namespace
 
@@ -32,7 +32,7 @@ std::int32_t requestAdministratorRights(AdministratorRights *rights) {
 }
 
 bool installHelperTool(const QString &label, AdministratorRights rights, PlatformError *error) {
-    waitForOpenConnections(kLongestWaitForEvents);
+    connectionEvents().waitFor(kEventsTimeout);
     return SMJobBless(kSMDomainSystemLaunchd, toCFString(label).get(), reinterpret_cast<AuthorizationRef>(rights),
                       reinterpret_cast<CFErrorRef *>(error));
 }

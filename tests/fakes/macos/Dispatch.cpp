@@ -1,5 +1,7 @@
 #include "Queue.h"
 
+#include "posix/NoDestructor.h"
+
 #include <Block.h>
 #include <QCoreApplication>
 #include <unistd.h>
@@ -68,7 +70,7 @@ struct Queues {
     std::vector<dispatch_queue_s *> all;
 };
 Queues &queues() {
-    static auto *const queues = new Queues;
+    static kyb::NoDestructor<Queues> queues;
     return *queues;
 }
 

@@ -1,5 +1,7 @@
 #include "FakeMacOS.h"
 
+#include "posix/NoDestructor.h"
+
 #include <mutex>
 
 namespace fake {
@@ -7,14 +9,14 @@ namespace {
 
 std::mutex mutex;
 std::vector<std::string> &recorded() {
-    static auto *const calls = new std::vector<std::string>;
+    static kyb::NoDestructor<std::vector<std::string>> calls;
     return *calls;
 }
 
 } // namespace
 
 Machine &machine() {
-    static auto *const machine = new Machine;
+    static kyb::NoDestructor<Machine> machine;
     return *machine;
 }
 

@@ -1,5 +1,7 @@
 #include "Queue.h"
 
+#include "posix/NoDestructor.h"
+
 #include <Block.h>
 #include <atomic>
 #include <cstdlib>
@@ -45,6 +47,7 @@ struct _xpc_connection_s : Header {
     bool resumed = false;
     bool cancelled = false;
     bool hasRequirement = false;
+    void *context = nullptr;
     _xpc_connection_s *peer = nullptr; ///< of a client: its end at the listener, owned
     std::list<std::weak_ptr<Pending>> unanswered;
 };
@@ -125,7 +128,7 @@ struct Services {
     std::set<_xpc_connection_s *> peers; ///< every living one
 };
 Services &services() {
-    static auto *const services = new Services;
+    static kyb::NoDestructor<Services> services;
     return *services;
 }
 
@@ -421,6 +424,15 @@ int xpc_connection_set_peer_code_signing_requirement(xpc_connection_t connection
     }
     connection->hasRequirement = fake::machine().requirementStatus == 0;
     return fake::machine().requirementStatus;
+}
+
+void xpc_connection_set_context(xpc_connection_t connection, void *context) {
+    const std::lock_guard lock(connection->mutex);
+    connection->context = context;
+}
+void *xpc_connection_get_context(xpc_connection_t connection) {
+    const std::lock_guard lock(connection->mutex);
+    return connection->context;
 }
 
 void xpc_connection_resume(xpc_connection_t connection) {

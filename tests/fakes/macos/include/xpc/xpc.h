@@ -1,8 +1,8 @@
 #pragma once
 
 // Declarations of the system's XPC interface, as far as this program uses it, written after the pages "XPC",
-// "xpc_connection_create_mach_service", "xpc_connection_set_peer_code_signing_requirement" and "XPC Constants" of the
-// system's developer documentation.
+// "xpc_connection_create_mach_service", "xpc_connection_set_context",
+// "xpc_connection_set_peer_code_signing_requirement" and "XPC Constants" of the system's developer documentation.
 
 #include <cstddef>
 #include <cstdint>
@@ -49,6 +49,8 @@ void xpc_connection_set_event_handler(xpc_connection_t connection, xpc_handler_t
 void xpc_connection_set_target_queue(xpc_connection_t connection, dispatch_queue_t targetQueue);
 int xpc_connection_set_peer_code_signing_requirement(xpc_connection_t connection, const char *requirement)
     __attribute__((availability(macos, introduced = 12.0)));
+void xpc_connection_set_context(xpc_connection_t connection, void *context);
+void *xpc_connection_get_context(xpc_connection_t connection);
 void xpc_connection_resume(xpc_connection_t connection);
 void xpc_connection_cancel(xpc_connection_t connection);
 void xpc_connection_send_message(xpc_connection_t connection, xpc_object_t message);
