@@ -96,7 +96,7 @@ private:
 
     TimePoint nextDeadline() const {
         TimePoint next = isIdle() ? idleUntil_ : TimePoint::max();
-        next = std::min(next, commands_.deadline().value_or(next));
+        next = std::min(next, commands_.deadline());
         for (const Client &client : clients_) {
             next = std::min(next, client.deadline());
         }

@@ -67,7 +67,7 @@ private:
         }
         const bool waitsForIdle = isListening_ && isIdle();
         const TimePoint next =
-            std::min(waitsForIdle ? idleUntil_ : TimePoint::max(), commands_.deadline().value_or(TimePoint::max()));
+            std::min(waitsForIdle ? idleUntil_ : TimePoint::max(), commands_.deadline());
         std::array<pollfd, 3> wanted{}; // poll() passes over a negative descriptor
         wanted[0] = {.fd = signals, .events = POLLIN, .revents = 0};
         wanted[1] = {.fd = inbox_->wakeFd(), .events = POLLIN, .revents = 0};
