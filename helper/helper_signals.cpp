@@ -10,12 +10,12 @@ namespace kyb::helper {
 namespace {
 
 std::array<int, 2> wakePipe{-1, -1};
-volatile std::sig_atomic_t endIsWished = 0;
+volatile std::sig_atomic_t stopIsRequested = 0;
 
 void onSignal(int signal) {
     const int savedError = errno;
     if (signal != SIGCHLD) {
-        endIsWished = 1;
+        stopIsRequested = 1;
     }
     const char byte = 0;
     [[maybe_unused]] const ssize_t ignored = write(wakePipe[1], &byte, 1); // a full pipe is readable as well
@@ -46,15 +46,15 @@ int watchSignals() {
     return wakePipe[0];
 }
 
-Wish takeSignals() {
+StopRequest takeSignals() {
     std::array<char, 64> bytes{};
     while (read(wakePipe[0], bytes.data(), bytes.size()) > 0) {
     }
-    if (endIsWished == 0) {
-        return Wish::None;
+    if (stopIsRequested == 0) {
+        return StopRequest::None;
     }
-    endIsWished = 0;
-    return Wish::End;
+    stopIsRequested = 0;
+    return StopRequest::Received;
 }
 
 } // namespace kyb::helper
