@@ -1,7 +1,7 @@
 // What a client may send to the privileged helper: any bytes at all.
 
 #include "channel/FrameReader.h"
-#include "linux/request.h"
+#include "linux/Client.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -68,38 +68,51 @@ void CommandQueue::work() {
 }
 
 CommandQueue::Step CommandQueue::advance(Run &run) {
-    if (run.doneAt) {
-        return conclude(run);
+    if (run.command != nullptr) {
+        follow(run);
     }
-    if (run.command == nullptr) {
+    if (SteadyClock::now() < run.deadline) {
+        return Step::Waits;
+    }
+    switch (run.stage) {
+    case Stage::Waiting:
         start(run);
-        return Step::GoesOn;
+        break;
+    case Stage::Running:
+        terminate(run, "no output for " + spelled(limits_.silence));
+        break;
+    case Stage::Terminating:
+        run.command->signalGroup(SIGKILL);
+        enter(run, Stage::Killed, kNever);
+        break;
+    case Stage::Killed:
+        return Step::Waits;
+    case Stage::Ended:
+        conclude(run);
+        break;
     }
-    readOutput(run);
-    const auto leftBehind =
-        run.endedBecause.empty() ? ShellCommand::LeftBehind::Spared : ShellCommand::LeftBehind::Killed;
-    if (const std::optional<int> waitStatus = run.command->takeEnd(sinkOf(run), leftBehind)) {
-        settle(run, *waitStatus);
-        return Step::GoesOn;
-    }
-    keepLimits(run);
-    return Step::Waits;
+    return Step::GoesOn;
+}
+
+void CommandQueue::enter(Run &run, Stage stage, SteadyClock::time_point deadline) {
+    run.stage = stage;
+    run.deadline = deadline;
 }
 
 void CommandQueue::start(Run &run) {
     logLine("Start: " + run.request.commandLine);
-    run.silentUntil = SteadyClock::now() + limits_.silence;
+    enter(run, Stage::Running, SteadyClock::now() + limits_.silence);
     run.command = ShellCommand::start(run.request.commandLine);
     if (run.command == nullptr) {
-        run.reply = "Command could not be started";
-        run.failure = "the shell could not be started";
-        announce(run);
+        end(run, "Command could not be started", "the shell could not be started");
     }
 }
 
 ShellCommand::Sink CommandQueue::sinkOf(Run &run) {
     return [this, &run](std::string_view bytes) {
-        run.silentUntil = SteadyClock::now() + limits_.silence;
+        if (run.stage == Stage::Running) {
+            run.deadline = SteadyClock::now() + limits_.silence;
+        }
         if (run.report) {
             run.report->addOutput(bytes);
             dropClientOfLostReport(run);
@@ -107,52 +120,43 @@ ShellCommand::Sink CommandQueue::sinkOf(Run &run) {
     };
 }
 
-void CommandQueue::readOutput(Run &run) {
+/// Passes on what the command prints, and notes its end.
+void CommandQueue::follow(Run &run) {
+    const bool isAskedToEnd = run.stage != Stage::Running;
+    const auto leftBehind = isAskedToEnd ? ShellCommand::LeftBehind::Killed : ShellCommand::LeftBehind::Spared;
     run.command->readOutput(sinkOf(run));
-}
-
-void CommandQueue::keepLimits(Run &run) {
-    const SteadyClock::time_point now = SteadyClock::now();
-    if (run.killAt && now >= *run.killAt) {
-        run.command->signalGroup(SIGKILL);
-        run.killAt.reset();
-    } else if (run.endedBecause.empty() && now >= run.silentUntil) {
-        end(run, "no output for " + spelled(limits_.silence));
+    const std::optional<int> waitStatus = run.command->takeEnd(sinkOf(run), leftBehind);
+    if (waitStatus && isAskedToEnd) {
+        end(run, "Command was ended: " + run.failure, run.failure);
+    } else if (waitStatus) {
+        end(run, statusReply(*waitStatus), statusFailure(*waitStatus));
     }
 }
 
-void CommandQueue::end(Run &run, const std::string &reason) {
-    run.endedBecause = reason;
+void CommandQueue::terminate(Run &run, const std::string &reason) {
+    run.failure = reason;
     run.command->signalGroup(SIGTERM);
-    run.killAt = SteadyClock::now() + limits_.killGrace;
+    enter(run, Stage::Terminating, SteadyClock::now() + limits_.killGrace);
 }
 
-void CommandQueue::settle(Run &run, int waitStatus) {
-    const bool wasEnded = !run.endedBecause.empty();
-    run.reply = wasEnded ? "Command was ended: " + run.endedBecause : statusReply(waitStatus);
-    run.failure = wasEnded ? run.endedBecause : statusFailure(waitStatus);
-    announce(run);
-}
-
-void CommandQueue::announce(Run &run) {
-    logLine(run.reply);
-    run.doneAt = SteadyClock::now();
-    if (!run.failure.empty() && run.report) {
-        run.report->announceFailure(run.failure);
+void CommandQueue::end(Run &run, const std::string &reply, const std::string &failure) {
+    logLine(reply);
+    run.command.reset();
+    run.reply = reply;
+    run.failure = failure;
+    enter(run, Stage::Ended, kAtOnce);
+    if (!failure.empty() && run.report) {
+        run.report->announceFailure(failure);
         run.announcements = 1;
-        *run.doneAt = SteadyClock::now() + limits_.failureHold;
+        run.deadline = SteadyClock::now() + limits_.failureHold;
     }
 }
 
-CommandQueue::Step CommandQueue::conclude(Run &run) {
-    if (SteadyClock::now() < *run.doneAt) {
-        return Step::Waits;
-    }
-    if (!run.failure.empty() && run.report &&
-        run.report->checkAnnouncement(run.failure) == ProgressReport::Announcement::MadeAnew) {
+void CommandQueue::conclude(Run &run) {
+    if (run.announcements > 0 && run.report->checkAnnouncement(run.failure) == ProgressReport::Announcement::MadeAnew) {
         if (++run.announcements <= kMaxAnnouncements) {
-            *run.doneAt = SteadyClock::now() + limits_.failureHold;
-            return Step::Waits;
+            run.deadline = SteadyClock::now() + limits_.failureHold;
+            return;
         }
         dropClient(run, "Others keep taking the progress file away; its client is dropped.");
     }
@@ -164,7 +168,6 @@ CommandQueue::Step CommandQueue::conclude(Run &run) {
         run.request.answer(run.reply);
     }
     runs_.pop_front();
-    return Step::GoesOn;
 }
 
 void CommandQueue::dropClientOfLostReport(Run &run) {
@@ -182,38 +185,22 @@ void CommandQueue::dropClient(Run &run, const char *message) {
 }
 
 void CommandQueue::endAll() {
-    constexpr char reason[] = "the helper was asked to end";
+    const std::string reason = "the helper was asked to end";
     for (Run &run : runs_) {
-        if (run.command != nullptr && !run.doneAt && run.endedBecause.empty()) {
-            end(run, reason);
-        } else if (run.command == nullptr && !run.doneAt) {
-            run.reply = std::string("Command was not started: ") + reason;
-            run.failure = reason;
-            announce(run);
+        if (run.stage == Stage::Running) {
+            terminate(run, reason);
+        } else if (run.stage == Stage::Waiting) {
+            end(run, "Command was not started: " + reason, reason);
         }
     }
 }
 
 int CommandQueue::outputFd() const {
-    const bool isRunning = !runs_.empty() && runs_.front().command != nullptr && !runs_.front().doneAt;
-    return isRunning ? runs_.front().command->outputFd() : -1;
+    return runs_.empty() || runs_.front().command == nullptr ? -1 : runs_.front().command->outputFd();
 }
 
-std::optional<SteadyClock::time_point> CommandQueue::deadline() const {
-    if (runs_.empty()) {
-        return {};
-    }
-    const Run &run = runs_.front();
-    if (run.doneAt) {
-        return run.doneAt;
-    }
-    if (run.command == nullptr) {
-        return SteadyClock::time_point{}; // it is to be started now
-    }
-    if (!run.endedBecause.empty()) {
-        return run.killAt;
-    }
-    return run.silentUntil;
+SteadyClock::time_point CommandQueue::deadline() const {
+    return runs_.empty() ? kNever : runs_.front().deadline;
 }
 
 } // namespace kyb::helper

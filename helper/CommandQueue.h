@@ -16,7 +16,7 @@ using SteadyClock = std::chrono::steady_clock;
 
 struct CommandLimits {
     std::chrono::milliseconds silence = std::chrono::hours(2);       ///< no output for so long: the command has failed
-    std::chrono::milliseconds killGrace = std::chrono::seconds(5);   ///< from the polite signal to the other one
+    std::chrono::milliseconds killGrace = std::chrono::seconds(5);   ///< from SIGTERM to SIGKILL
     std::chrono::milliseconds failureHold = std::chrono::seconds(1); ///< how long the last line waits after a failure
 };
 
@@ -54,33 +54,42 @@ public:
     /// Readable when the command has printed something; -1 when there is nothing to wait for.
     int outputFd() const;
 
-    /// When `work` has something to do although nothing came.
-    std::optional<SteadyClock::time_point> deadline() const;
+    /// When `work` has something to do although nothing came; the clock's last moment when never.
+    SteadyClock::time_point deadline() const;
 
 private:
+    static constexpr SteadyClock::time_point kAtOnce{};
+    static constexpr SteadyClock::time_point kNever = SteadyClock::time_point::max();
+
+    /// A run's life, and what its deadline is meanwhile. A command that ends goes to Ended from wherever it is.
+    enum class Stage {
+        Waiting,     ///< for its turn; at once when that has come
+        Running,     ///< when it has been silent for too long
+        Terminating, ///< SIGTERM was sent; when SIGKILL is due
+        Killed,      ///< SIGKILL was sent; never
+        Ended,       ///< the outcome is known, a failure announced; when the last line is due
+    };
+
     struct Run {
         CommandRequest request;
         std::optional<ProgressReport> report;
-        std::unique_ptr<ShellCommand> command;
-        SteadyClock::time_point silentUntil; ///< when the command has been silent for too long
-        std::optional<SteadyClock::time_point> killAt;
-        std::string endedBecause; ///< why the helper ended the command, empty: it did not
+        std::unique_ptr<ShellCommand> command; ///< from its start to its end
+        Stage stage = Stage::Waiting;
+        SteadyClock::time_point deadline = kAtOnce;
         std::string reply;
-        std::string failure;                           ///< why the command counts as failed, empty: it does not
-        std::optional<SteadyClock::time_point> doneAt; ///< when the last line is due
-        int announcements = 0;
+        std::string failure;   ///< why the command counts as failed, empty: it does not
+        int announcements = 0; ///< of the failure, in the progress file
     };
 
     bool isRefused(const CommandRequest &request) const;
     enum class Step { Waits, GoesOn };
     Step advance(Run &run);
+    static void enter(Run &run, Stage stage, SteadyClock::time_point deadline);
     void start(Run &run);
-    void readOutput(Run &run);
-    void keepLimits(Run &run);
-    void end(Run &run, const std::string &reason);
-    void settle(Run &run, int waitStatus);
-    void announce(Run &run);
-    Step conclude(Run &run);
+    void follow(Run &run);
+    void terminate(Run &run, const std::string &reason);
+    void end(Run &run, const std::string &reply, const std::string &failure);
+    void conclude(Run &run);
     void dropClientOfLostReport(Run &run);
     static void dropClient(Run &run, const char *message);
     ShellCommand::Sink sinkOf(Run &run);

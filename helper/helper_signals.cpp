@@ -11,12 +11,12 @@ namespace kyb::helper {
 namespace {
 
 Pipe wakePipe;
-volatile std::sig_atomic_t endIsWished = 0;
+volatile std::sig_atomic_t stopIsRequested = 0;
 
 void onSignal(int signal) {
     const int savedError = errno;
     if (signal != SIGCHLD) {
-        endIsWished = 1;
+        stopIsRequested = 1;
     }
     const char byte = 0;
     [[maybe_unused]] const ssize_t ignored = write(wakePipe.writing.get(), &byte, 1); // a full pipe is readable as well
@@ -46,15 +46,15 @@ int watchSignals() {
     return wakePipe.reading.get();
 }
 
-Wish takeSignals() {
+StopRequest takeSignals() {
     std::array<char, 64> bytes{};
     while (read(wakePipe.reading.get(), bytes.data(), bytes.size()) > 0) {
     }
-    if (endIsWished == 0) {
-        return Wish::None;
+    if (stopIsRequested == 0) {
+        return StopRequest::None;
     }
-    endIsWished = 0;
-    return Wish::End;
+    stopIsRequested = 0;
+    return StopRequest::Received;
 }
 
 } // namespace kyb::helper

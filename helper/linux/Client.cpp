@@ -1,5 +1,8 @@
 #include "linux/Client.h"
 
+#include "channel/channel_message.h"
+#include "channel/message_keys.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -37,6 +40,24 @@ std::optional<Client::State> Client::readOnce() {
 void Client::takeLastByte() const {
     char byte = 0;
     [[maybe_unused]] const ssize_t ignored = recv(connection_.get(), &byte, 1, MSG_DONTWAIT);
+}
+
+std::optional<CommandRequest> readRequest(std::string_view propertyList) {
+    const std::optional<ChannelMessage> message = decodeMessage(propertyList);
+    if (!message) {
+        return {};
+    }
+    const auto command = message->find(kCommandKey);
+    if (command == message->end() || !command->second) {
+        return {};
+    }
+    const auto path = message->find(kInstallerLogPathKey);
+    if (path != message->end() && !path->second) {
+        return {};
+    }
+    return CommandRequest{.commandLine = *command->second,
+                          .progressFilePath = path != message->end() ? path->second : std::nullopt,
+                          .answer = {}};
 }
 
 } // namespace kyb::helper

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "CommandQueue.h"
 #include "channel/FrameReader.h"
 #include "posix/UniqueFd.h"
 
-#include <chrono>
 #include <optional>
 #include <string_view>
 
@@ -13,7 +13,7 @@ namespace kyb::helper {
 class Client {
 public:
     /// \param deadline when the client has been too slow.
-    Client(UniqueFd connection, std::chrono::steady_clock::time_point deadline)
+    Client(UniqueFd connection, SteadyClock::time_point deadline)
         : connection_(std::move(connection)), deadline_(deadline) {}
 
     enum class State { Sending, Complete, Broken };
@@ -33,14 +33,19 @@ public:
     UniqueFd takeConnection() { return std::move(connection_); }
 
     int fd() const { return connection_.get(); }
-    std::chrono::steady_clock::time_point deadline() const { return deadline_; }
+    SteadyClock::time_point deadline() const { return deadline_; }
 
 private:
     std::optional<State> readOnce();
 
     UniqueFd connection_;
-    std::chrono::steady_clock::time_point deadline_;
+    SteadyClock::time_point deadline_;
     FrameReader frame_;
 };
+
+/// What the message \p propertyList asks for, without a way to answer; nothing when it is not a dictionary with a text
+/// for a command and, when it names a progress file, a text for that. Other keys are not looked at. Any bytes may be
+/// given.
+std::optional<CommandRequest> readRequest(std::string_view propertyList);
 
 } // namespace kyb::helper

@@ -1,6 +1,6 @@
 #include "channel/message_keys.h"
 #include "helper_log.h"
-#include "linux/Service.h"
+#include "linux/SocketListener.h"
 
 #include <array>
 #include <climits>
@@ -36,7 +36,8 @@ std::optional<std::string> systemRootOfThisProgram() {
     return program.substr(0, program.size() - place.size());
 }
 
-/// Whether whoever started the program handed a listening socket to it.
+/// Whether whoever started the program handed a listening socket to it. The client makes the socket, so that its
+/// connection and those of others wait in it while this program starts.
 bool hasListeningSocket() {
     const char *count = std::getenv("LISTEN_FDS");
     int isListening = 0;
@@ -57,8 +58,7 @@ int main() {
         logLine("The helper tool is started on demand only, with a listening socket.");
         return kMisplaced;
     }
-    ServiceOptions options;
-    options.systemRoot = *systemRoot;
-    options.isTrusted = trustRootAndOwner(*systemRoot);
-    return serve(UniqueFd(kListeningFd), std::move(options));
+    SocketListener listener(UniqueFd(kListeningFd),
+                            {.systemRoot = *systemRoot, .isTrusted = trustRootAndOwner(*systemRoot)});
+    return serve(listener, {});
 }

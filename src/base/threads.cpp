@@ -20,10 +20,9 @@ const QEvent::Type kTurn = static_cast<QEvent::Type>(QEvent::registerEventType()
 
 /// The tasks that wait for the main thread. The event that is posted says only that there are some.
 ///
-/// What we would like to write is QMetaObject::invokeMethod(application, task). That was tried, and ThreadSanitizer is
-/// right about it: the functor's destruction on the main thread is not ordered, in a way that it can see, after its
-/// making on the other one, since Qt's own library is not instrumented. Our mutex orders both, and the order of the
-/// calls is ours as well.
+/// What we would like to write is QMetaObject::invokeMethod(application, task). That was tried and is racy under
+/// ThreadSanitizer, which sees nothing of how Qt's own library orders the task's making on one thread and its running
+/// and its end on the other. This queue's mutex orders them, and keeps the order of the calls as well.
 class MainQueue {
 public:
     void add(std::function<void()> task) {

@@ -1,4 +1,4 @@
-#include "linux/request.h"
+#include "linux/Client.h"
 
 #include "channel/channel_message.h"
 #include "channel/message_keys.h"

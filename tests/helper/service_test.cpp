@@ -1,4 +1,4 @@
-#include "linux/Service.h"
+#include "linux/SocketListener.h"
 
 #include "TempRoot.h"
 #include "channel/ServiceSocket.h"
@@ -89,8 +89,8 @@ private:
 class ServiceTest : public testing::Test {
 protected:
     ServiceTest() {
-        options_.systemRoot = root_.path();
-        options_.isTrusted = [](uid_t) { return true; };
+        listenerOptions_.systemRoot = root_.path();
+        listenerOptions_.isTrusted = [](uid_t) { return true; };
         options_.idle = 1h;
         options_.commands.failureHold = 50ms;
     }
@@ -113,7 +113,8 @@ protected:
                 mine->reset();
             }
             freopen(root_.at("/var/log/service.log").c_str(), "a", stderr);
-            _exit(helper::serve(std::move(listening), options_));
+            SocketListener listener(std::move(listening), listenerOptions_);
+            _exit(helper::serve(listener, options_));
         }
     }
 
@@ -147,6 +148,7 @@ protected:
 
     test::TempRoot root_;
     ServiceSocket socket_ = *ServiceSocket::open(root_.path(), kHelperServiceName);
+    SocketListener::Options listenerOptions_;
     ServiceOptions options_;
     pid_t process_ = 0;
 };
@@ -291,7 +293,7 @@ TEST_F(ServiceTest, TakesTheLongestMessage) {
 }
 
 TEST_F(ServiceTest, DropsASlowClientAndServesTheOthersMeanwhile) {
-    options_.requestTimeout = 150ms;
+    listenerOptions_.requestTimeout = 150ms;
     serve();
     const RawClient silent = connect();
     const RawClient slow = connect();
@@ -323,7 +325,7 @@ TEST_F(ServiceTest, GoesOnWithoutAClientThatLeaves) {
 }
 
 TEST_F(ServiceTest, AnswersNobodyItDoesNotTrust) {
-    options_.isTrusted = [](uid_t) { return false; };
+    listenerOptions_.isTrusted = [](uid_t) { return false; };
     serve();
     EXPECT_EQ(run("touch " + root_.at("/ran")), kDropped);
     EXPECT_FALSE(fs::exists(root_.at("/ran")));
@@ -339,7 +341,7 @@ TEST_F(ServiceTest, IsTrustedByRootAndTheOwner) {
 
 /// Only root can become somebody else; an ordinary user's half of this is AnswersNobodyItDoesNotTrust.
 TEST_F(ServiceTest, SeesWhoTheClientReallyIs) {
-    options_.isTrusted = trustRootAndOwner(root_.path());
+    listenerOptions_.isTrusted = trustRootAndOwner(root_.path());
     serve();
     fs::permissions(root_.path(), fs::perms(0755));
     EXPECT_EQ(run("true"), kSuccess);

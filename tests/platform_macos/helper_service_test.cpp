@@ -1,4 +1,4 @@
-#include "macos/Service.h"
+#include "macos/XpcListener.h"
 
 #include "code_requirement.h"
 #include "recorded.h"
@@ -35,7 +35,7 @@ protected:
     HelperServiceOnMac() {
         std::string pattern = "/tmp/kyb_mac_helper_XXXXXX";
         folder_ = mkdtemp(pattern.data());
-        options_.progressFile = folder_ / "progress.log";
+        progressFile_ = folder_ / "progress.log";
         options_.idle = 100ms;
         options_.commands.failureHold = 1ms;
     }
@@ -44,7 +44,8 @@ protected:
     void start() {
         status_ = std::async(std::launch::async, [this] {
             thread_ = pthread_self();
-            return serve(options_);
+            XpcListener listener(progressFile_);
+            return serve(listener, options_);
         });
         while (callsOf("xpc_connection_resume listener").empty()) {
             std::this_thread::yield();
@@ -83,13 +84,14 @@ protected:
     }
 
     std::string progress() const {
-        std::ifstream file(options_.progressFile);
+        std::ifstream file(progressFile_);
         return {std::istreambuf_iterator<char>(file), {}};
     }
     bool exists(const char *name) const { return std::filesystem::exists(folder_ / name); }
     std::string touch(const char *name) const { return "touch '" + (folder_ / name).string() + "'"; }
 
     std::filesystem::path folder_;
+    std::string progressFile_;
     ServiceOptions options_;
     std::future<int> status_;
     pthread_t thread_{}; ///< the service's, which is its process's main thread otherwise
@@ -116,14 +118,14 @@ TEST_F(HelperServiceOnMac, RunsACommandAndAnswersWhenItHasEnded) {
 
 TEST_F(HelperServiceOnMac, WritesTheOutputIntoTheProgressFile) {
     start();
-    ask({{"command_to_be_execute", "echo one; echo two"}, {"installerlog_file_path", options_.progressFile}});
+    ask({{"command_to_be_execute", "echo one; echo two"}, {"installerlog_file_path", progressFile_}});
     EXPECT_EQ(progress(), "one\ntwo\nInstallation_Done\n");
     waitForEnd();
 }
 
 TEST_F(HelperServiceOnMac, TellsAFailureInTheProgressFile) {
     start();
-    ask({{"command_to_be_execute", "exit 3"}, {"installerlog_file_path", options_.progressFile}});
+    ask({{"command_to_be_execute", "exit 3"}, {"installerlog_file_path", progressFile_}});
     EXPECT_THAT(progress(), HasSubstr("installer: The install failed ("));
     EXPECT_TRUE(progress().ends_with("Installation_Done\n"));
     waitForEnd();
@@ -213,8 +215,8 @@ TEST_F(HelperServiceOnMac, EndsItsCommandAsFailedWhenAskedToEnd) {
     options_.idle = 1h;
     start();
     auto outcome = std::async(std::launch::async, [this] {
-        return ask({{"command_to_be_execute", "echo begun; exec sleep 600"},
-                    {"installerlog_file_path", options_.progressFile}});
+        return ask(
+            {{"command_to_be_execute", "echo begun; exec sleep 600"}, {"installerlog_file_path", progressFile_}});
     });
     while (progress().find("begun") == std::string::npos) {
         std::this_thread::yield();

@@ -1,4 +1,4 @@
-#include "macos/Listener.h"
+#include "macos/XpcListener.h"
 
 #include "channel/message_keys.h"
 #include "helper_log.h"
@@ -10,7 +10,7 @@ namespace kyb::helper {
 namespace {
 
 /// What the blocks of the listener and of its peers share. Blocks copy it.
-struct Office {
+struct ListenerContext {
     std::shared_ptr<Inbox> inbox;
     std::string progressFile;
 };
@@ -47,33 +47,33 @@ std::optional<std::string> stringIn(xpc_object_t message, const char *key) {
     return text == nullptr ? std::nullopt : std::optional<std::string>(text);
 }
 
-void serve(xpc_connection_t peer, xpc_object_t message, const Office &office) {
+void admit(xpc_connection_t peer, xpc_object_t message, const ListenerContext &context) {
     const std::optional<std::string> command = stringIn(message, kCommandKey);
     const std::optional<std::string> path = stringIn(message, kInstallerLogPathKey);
-    if (!isFromTrustedClient(message) || !command || (path && *path != office.progressFile)) {
+    if (!isFromTrustedClient(message) || !command || (path && *path != context.progressFile)) {
         logLine("Refused a message.");
         xpc_connection_cancel(peer);
         return;
     }
-    office.inbox->add({.commandLine = *command, .progressFilePath = path, .answer = answerTo(peer, message)});
+    context.inbox->add({.commandLine = *command, .progressFilePath = path, .answer = answerTo(peer, message)});
 }
 
-void receive(xpc_connection_t peer, xpc_object_t event, const Office &office) {
+void receive(xpc_connection_t peer, xpc_object_t event, const ListenerContext &context) {
     if (xpc_get_type(event) == XPC_TYPE_DICTIONARY) {
-        serve(peer, event, office);
+        admit(peer, event, context);
     } else if (event == XPC_ERROR_CONNECTION_INVALID) {
-        office.inbox->noteClientWent(); // its command, if one runs, is finished all the same
+        context.inbox->noteClientWent(); // its command, if one runs, is finished all the same
     }
 }
 
-void accept(xpc_connection_t peer, dispatch_queue_t queue, const Office &office) {
+void accept(xpc_connection_t peer, dispatch_queue_t queue, const ListenerContext &context) {
     if (!requireTrustedPeer(peer)) {
         logLine("Refused a client, for the requirement cannot be set.");
         xpc_connection_cancel(peer);
         return;
     }
-    const Office copied = office; // NB: a block copies a variable, but only refers to what a reference names
-    office.inbox->noteClientCame();
+    const ListenerContext copied = context; // NB: a block copies a variable, but only refers to what a reference names
+    context.inbox->noteClientCame();
     xpc_connection_set_target_queue(peer, queue);
     xpc_connection_set_event_handler(peer, ^(xpc_object_t event) {
       receive(peer, event, copied);
@@ -83,24 +83,37 @@ void accept(xpc_connection_t peer, dispatch_queue_t queue, const Office &office)
 
 } // namespace
 
-xpc_connection_t startListening(const std::shared_ptr<Inbox> &inbox, const std::string &progressFile) {
-    const Office office{inbox, progressFile};
+void XpcListener::open() {
+    const ListenerContext context{inbox_, progressFile_};
     const dispatch_queue_t queue = dispatch_queue_create(kHelperServiceName, DISPATCH_QUEUE_SERIAL);
-    const xpc_connection_t listener =
-        xpc_connection_create_mach_service(kHelperServiceName, queue, XPC_CONNECTION_MACH_SERVICE_LISTENER);
-    xpc_connection_set_event_handler(listener, ^(xpc_object_t event) {
+    listener_ = xpc_connection_create_mach_service(kHelperServiceName, queue, XPC_CONNECTION_MACH_SERVICE_LISTENER);
+    xpc_connection_set_event_handler(listener_, ^(xpc_object_t event) {
       if (xpc_get_type(event) == XPC_TYPE_CONNECTION) {
-          accept(static_cast<xpc_connection_t>(event), queue, office);
+          accept(static_cast<xpc_connection_t>(event), queue, context);
       } else {
-          office.inbox->noteClosed();
+          context.inbox->noteClosed();
       }
     });
-    xpc_connection_resume(listener);
-    return listener;
+    xpc_connection_resume(listener_);
+    isListening_ = true;
 }
 
-void stopListening(xpc_connection_t listener) {
-    xpc_connection_cancel(listener);
+void XpcListener::takeRequests(CommandQueue &commands) {
+    for (CommandRequest &request : inbox_->takeRequests()) {
+        commands.add(std::move(request));
+    }
+}
+
+bool XpcListener::isBusy() const {
+    // NB: asked in this order. Clients come until the listener has closed, so a quiet inbox tells nothing before.
+    return (!isListening_ && !inbox_->isClosed()) || !inbox_->isQuiet();
+}
+
+void XpcListener::close() {
+    if (isListening_) {
+        isListening_ = false;
+        xpc_connection_cancel(listener_);
+    }
 }
 
 } // namespace kyb::helper

@@ -1,0 +1,193 @@
+#include "linux/SocketListener.h"
+
+#include "channel/channel_message.h"
+#include "channel/message_keys.h"
+#include "helper_log.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+namespace kyb::helper {
+namespace {
+
+constexpr std::size_t kMaxClients = 32;
+
+/// Sends \p reply as a client's one answer. A client that is gone does not get it.
+void sendReply(const UniqueFd &connection, const std::string &reply) {
+    if (const std::optional<std::string> frame = encodeFrame({{kReplyKey, reply}})) {
+        [[maybe_unused]] const ssize_t ignored =
+            send(connection.get(), frame->data(), frame->size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    }
+}
+
+bool isSame(const struct stat &one, const struct stat &other) {
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+bool isSameFolder(const std::string &one, const std::string &other) {
+    struct stat first {};
+    struct stat second {};
+    return stat((one + "/").c_str(), &first) == 0 && stat((other + "/").c_str(), &second) == 0 && isSame(first, second);
+}
+
+} // namespace
+
+SocketListener::SocketListener(UniqueFd listening, Options options)
+    : options_(std::move(options)), listening_(std::move(listening)),
+      place_(ServiceSocket::open(options_.systemRoot, kHelperServiceName)) {
+    if (place_) {
+        myEntry_ = place_->entry();
+    }
+}
+
+void SocketListener::open() {
+    fcntl(listening_.get(), F_SETFD, FD_CLOEXEC);
+    fcntl(listening_.get(), F_SETFL, fcntl(listening_.get(), F_GETFL) | O_NONBLOCK);
+}
+
+std::vector<int> SocketListener::descriptors(const CommandQueue &commands) const {
+    std::vector<int> descriptors{hasRoom(commands) ? listening_.get() : -1};
+    for (const Client &client : clients_) {
+        descriptors.push_back(client.fd());
+    }
+    return descriptors;
+}
+
+SteadyClock::time_point SocketListener::deadline() const {
+    auto next = SteadyClock::time_point::max();
+    for (const Client &client : clients_) {
+        next = std::min(next, client.deadline());
+    }
+    return next;
+}
+
+// ---- Clients
+
+void SocketListener::takeRequests(CommandQueue &commands) {
+    readClients(commands);
+    while (hasRoom(commands) && acceptClient()) {
+    }
+}
+
+bool SocketListener::hasRoom(const CommandQueue &commands) const {
+    return clients_.size() + commands.size() < kMaxClients;
+}
+
+/// \return whether there was one, trusted or not.
+bool SocketListener::acceptClient() {
+    UniqueFd connection(accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (!connection) {
+        return false;
+    }
+    if (isTrusted(connection)) {
+        clients_.emplace_back(std::move(connection), SteadyClock::now() + options_.requestTimeout);
+    }
+    return true;
+}
+
+bool SocketListener::isTrusted(const UniqueFd &connection) const {
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    if (getsockopt(connection.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && options_.isTrusted(peer.uid)) {
+        return true;
+    }
+    logLine("Refused a client of the user " + std::to_string(peer.uid) + ".");
+    return false;
+}
+
+/// Reads in the order of arrival, which so becomes the order of the commands.
+void SocketListener::readClients(CommandQueue &commands) {
+    clients_.remove_if([&](Client &client) {
+        const Client::State state = client.read();
+        if (state == Client::State::Complete) {
+            admit(client, commands);
+        } else if (state == Client::State::Broken) {
+            logLine("Dropped a client that broke off or sent no message.");
+        } else if (SteadyClock::now() >= client.deadline()) {
+            logLine("Dropped a client that was too slow.");
+        } else {
+            return false;
+        }
+        return true;
+    });
+}
+
+void SocketListener::admit(Client &client, CommandQueue &commands) const {
+    std::optional<CommandRequest> request = readRequest(client.message());
+    if (!request) {
+        logLine("Refused a message that is no request.");
+        return;
+    }
+    if (request->progressFilePath) {
+        if (!isProgressFile(*request->progressFilePath)) {
+            logLine("Refused to write to " + *request->progressFilePath);
+            return;
+        }
+        request->progressFilePath = options_.systemRoot + kProgressMessageFile;
+    }
+    auto connection = std::make_shared<UniqueFd>();
+    request->answer = [connection](const std::optional<std::string> &reply) {
+        if (reply) {
+            sendReply(*connection, *reply);
+        }
+        connection->reset();
+    };
+    // The progress file is made before the client can see its request taken, and refused before the client is let go.
+    commands.add(std::move(*request));
+    client.takeLastByte();
+    *connection = client.takeConnection();
+}
+
+/// Whether \p path is the one file's. The client may know the folder that plays "/" by another name, through a link.
+bool SocketListener::isProgressFile(const std::string &path) const {
+    return path.ends_with(kProgressMessageFile) &&
+           isSameFolder(path.substr(0, path.size() - std::string_view(kProgressMessageFile).size()),
+                        options_.systemRoot);
+}
+
+// ---- The end
+
+void SocketListener::closeNow() {
+    listening_.reset();
+    clients_.clear();
+}
+
+/// Those who came before the socket was shut are served, and those who come later find nobody and start a new helper.
+void SocketListener::close() {
+    const UniqueFd lock = place_ ? place_->tryLock() : UniqueFd();
+    if (place_ && !lock && errno == EWOULDBLOCK) { // somebody is about to connect
+        return;
+    }
+    const bool wasInPlace = removeSocket();
+    shutdown(listening_.get(), SHUT_RD);
+    while (acceptClient()) {
+    }
+    listening_.reset();
+    if (wasInPlace && isBusy()) {
+        listening_ = place_->listen();
+        myEntry_ = place_->entry();
+    }
+}
+
+/// \return whether the socket that was at its place was this service's.
+bool SocketListener::removeSocket() const {
+    const std::optional<struct stat> there = place_ ? place_->entry() : std::nullopt;
+    const bool isMine = there && myEntry_ && isSame(*there, *myEntry_);
+    if (isMine) {
+        place_->remove();
+    }
+    return isMine;
+}
+
+std::function<bool(uid_t)> trustRootAndOwner(const std::string &systemRoot) {
+    const std::string folder = systemRoot.empty() ? "/" : systemRoot;
+    return [folder](uid_t uid) {
+        struct stat root {};
+        return uid == 0 || (stat(folder.c_str(), &root) == 0 && root.st_uid == uid);
+    };
+}
+
+} // namespace kyb::helper
