@@ -20,8 +20,9 @@ QString localeDisplayName(const QString &identifier);
 /// \p value with exactly two decimals, the locale's decimal separator and no grouping: 1.07, or 1,07.
 QString twoDecimals(double value);
 
-/// The languages that the user wants texts in, best first, as folder names of string tables ("de", "en").
-/// Always ends with "en".
+/// The languages that the user wants texts in, best first, as names of folders of string tables without their ending,
+/// spelt as the system spells them: "de-AT", "de", "zh-Hant-TW", "zh-TW", "zh-Hant", "zh", "en". Each is followed by
+/// the more general ones, none by another script: who reads "zh-Hant" is never given "zh-Hans". Always ends with "en".
 QStringList preferredLanguages();
 
 } // namespace kyb

@@ -1,7 +1,5 @@
 #include "text/line_breaks.h"
 
-#include <algorithm>
-
 namespace kyb {
 
 QVector<QStringView> splitAtNewlines(QStringView text) {
@@ -9,7 +7,7 @@ QVector<QStringView> splitAtNewlines(QStringView text) {
     const char16_t *begin = text.utf16();
     const char16_t *const end = begin + text.size();
     for (;;) {
-        const char16_t *const newline = std::find_if(begin, end, isNewline);
+        const char16_t *const newline = findNewline(begin, end);
         pieces.append(QStringView(begin, newline));
         if (newline == end) {
             return pieces;

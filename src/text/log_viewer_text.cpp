@@ -11,25 +11,6 @@ namespace {
 /// Shorter filters show everything.
 constexpr qsizetype kShortestFilterUnits = 2;
 
-/// The first place in [\p begin, \p end) for which \p holds is true, or \p end. Whole blocks without one are passed
-/// over by a loop without branches, which the compiler turns into vector instructions.
-template <typename Test> const char16_t *findPlace(const char16_t *begin, const char16_t *end, Test holds) {
-    constexpr std::ptrdiff_t kBlock = 32;
-    for (; end - begin >= kBlock; begin += kBlock) {
-        char16_t any = 0;
-        for (std::ptrdiff_t i = 0; i < kBlock; ++i) {
-            any = static_cast<char16_t>(any | static_cast<char16_t>(holds(begin + i)));
-        }
-        if (any != 0) {
-            break;
-        }
-    }
-    while (begin != end && !holds(begin)) {
-        ++begin;
-    }
-    return begin;
-}
-
 /// Where \p part, which is not empty, next stands in [\p begin, \p end), or \p end.
 const char16_t *findPart(const char16_t *begin, const char16_t *end, QStringView part) {
     const std::ptrdiff_t last = part.size() - 1;
@@ -58,10 +39,6 @@ const char16_t *lineBegin(const char16_t *textBegin, const char16_t *place) {
     return place;
 }
 
-const char16_t *lineEnd(const char16_t *place, const char16_t *textEnd) {
-    return findPlace(place, textEnd, [](const char16_t *unit) { return isNewline(*unit); });
-}
-
 } // namespace
 
 QString combinedLogText(const QString &internalLog, const std::optional<QString> &capture) {
@@ -78,7 +55,7 @@ QString LogLines::linesContaining(QStringView part) const {
     const char16_t *hit = findPart(textBegin, textEnd, part);
     while (hit != textEnd) {
         const char16_t *const begin = lineBegin(textBegin, hit);
-        const char16_t *const end = lineEnd(hit + part.size(), textEnd);
+        const char16_t *const end = findNewline(hit + part.size(), textEnd);
         found.append(u'\n').append(QStringView(begin, end));
         hit = findPart(end, textEnd, part);
     }

@@ -4,8 +4,8 @@
 
 namespace kyb {
 
-/// The absolute path of a file in the bundle's resources: in the user's best language that has it ("de.lproj/"), else
-/// unlocalised. Empty when there is no such file. Any thread.
+/// The absolute path of a file in the bundle's resources: in the user's best language that has it ("de.lproj/",
+/// "zh-Hant.lproj/"; see `preferredLanguages`), else unlocalised. Empty when there is no such file. Any thread.
 QString resourcePath(const QString &fileName);
 
 /// The folder of the bundle's resources. Any thread.

@@ -1,6 +1,7 @@
 // What every machine's locale port holds to, whatever the locale.
 
 #include "platform/locale_info.h"
+#include "platform/posix/languages.h"
 
 #include <QRegularExpression>
 #include <gtest/gtest.h>
@@ -56,6 +57,43 @@ TEST(LocaleContract, GivesTwoDecimalsWithoutGrouping) {
 TEST(LocaleContract, EndsTheLanguagesWithEnglish) {
     ASSERT_FALSE(preferredLanguages().isEmpty());
     EXPECT_EQ(preferredLanguages().last(), QStringLiteral("en"));
+}
+
+TEST(LocaleContract, NamesTheTablesThatSuitALanguage) {
+    const std::pair<const char *, const char *> rows[] = {
+        {"de", "de en"},
+        {"de-AT", "de-AT de en"},
+        {"pt_BR", "pt-BR pt en"},
+        {"es-419", "es-419 es en"},
+        {"zh-TW", "zh-Hant-TW zh-TW zh-Hant zh en"},
+        {"zh-HK", "zh-Hant-HK zh-HK zh-Hant zh en"},
+        {"zh-CN", "zh-Hans-CN zh-CN zh-Hans zh en"},
+        {"zh-Hant", "zh-Hant zh en"},
+        {"zh", "zh-Hans zh en"},
+        {"ZH_hans_sg", "zh-Hans-SG zh-SG zh-Hans zh en"},
+        {"sr-Latn-RS", "sr-Latn-RS sr-RS sr-Latn sr en"},
+        {"sr_ME", "sr-Latn-ME sr-ME sr-Latn sr en"},
+        {"ca-ES-valencia", "ca-ES ca en"},
+        {"de-DE-u-co-phonebk", "de-DE de en"},
+        {"tlh", "tlh en"}, // no data for it
+        {"en", "en"},
+        {"en-GB", "en-GB en"},
+        {"../de", "en"},
+        {"x-private", "en"},
+        {"", "en"},
+    };
+    for (const auto &[tag, names] : rows) {
+        EXPECT_EQ(tableLanguages({QString::fromLatin1(tag)}).join(u' '), QLatin1String(names)) << tag;
+    }
+}
+
+TEST(LocaleContract, NamesTheTablesOfSeveralLanguagesInTheirOrder) {
+    EXPECT_EQ(tableLanguages({QStringLiteral("de-AT"), QStringLiteral("fr"), QStringLiteral("de-CH")}),
+              (QStringList{QStringLiteral("de-AT"), QStringLiteral("de"), QStringLiteral("fr"), QStringLiteral("de-CH"),
+                           QStringLiteral("en")}));
+    EXPECT_EQ(tableLanguages({QStringLiteral("en-GB"), QStringLiteral("de")}),
+              (QStringList{QStringLiteral("en-GB"), QStringLiteral("en")}));
+    EXPECT_EQ(tableLanguages({}), QStringList{QStringLiteral("en")});
 }
 
 } // namespace

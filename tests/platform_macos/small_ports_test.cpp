@@ -121,24 +121,9 @@ TEST_F(LocaleOnMac, German) {
     EXPECT_EQ(twoDecimals(1.07), QStringLiteral("1,07"));
 }
 
-struct LanguagesRow {
-    std::vector<std::string> tags;
-    QStringList languages;
-};
-
-TEST_F(SmallPortsOnMac, LanguagesAreThoseBeforeEnglishAndThenEnglish) {
-    const QString de = QStringLiteral("de");
-    const QString en = QStringLiteral("en");
-    const LanguagesRow rows[] = {
-        {{"de-AT", "en-US"}, {de, en}},
-        {{"en-GB", "de-DE"}, {en}},
-        {{"de-DE", "de-CH"}, {de, en}},
-        {{"zh-Hans-CN", "de_DE"}, {QStringLiteral("zh"), de, en}},
-    };
-    for (const LanguagesRow &row : rows) {
-        fake::machine().preferredLanguages = row.tags;
-        EXPECT_EQ(preferredLanguages(), row.languages) << row.tags.front();
-    }
+TEST_F(LocaleOnMac, LanguagesAreTheUsersInTheirOrder) {
+    fake::machine().preferredLanguages = {"zh-Hant-TW", "de_DE", "en-US", "fr"};
+    EXPECT_EQ(preferredLanguages().join(u' '), QStringLiteral("zh-Hant-TW zh-TW zh-Hant zh de-DE de en-US en"));
 }
 
 } // namespace

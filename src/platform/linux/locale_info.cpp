@@ -1,7 +1,9 @@
 #include "platform/locale_info.h"
 
+#include "platform/posix/languages.h"
 #include "posix/NoDestructor.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -48,12 +50,44 @@ std::string_view messageLocale() {
     return {};
 }
 
-/// The "de" of "de_AT.UTF-8@euro"; empty for the C locale, which has no language.
-QString languageOf(std::string_view localeName) {
-    const std::string_view language = localeName.substr(0, localeName.find_first_of("_-.@"));
-    const bool hasLanguage = language != "C" && language != "POSIX";
-    return hasLanguage ? QString::fromUtf8(language.data(), static_cast<qsizetype>(language.size())).toLower()
-                       : QString();
+struct ScriptModifier {
+    std::string_view modifier;
+    const char *script;
+};
+
+constexpr ScriptModifier kScriptModifiers[] = {{"cyrillic", "Cyrl"}, {"devanagari", "Deva"}, {"latin", "Latn"}};
+
+/// The script that "sr_RS@latin" names, behind a hyphen; empty when the modifier is none.
+QString scriptOf(std::string_view localeName) {
+    const std::size_t at = localeName.find('@');
+    const std::string_view modifier = at == std::string_view::npos ? std::string_view() : localeName.substr(at + 1);
+    const auto *row = std::find_if(std::begin(kScriptModifiers), std::end(kScriptModifiers),
+                                   [=](const ScriptModifier &known) { return known.modifier == modifier; });
+    return row == std::end(kScriptModifiers) ? QString() : u'-' + QLatin1String(row->script);
+}
+
+/// "de_AT" for "de_AT.UTF-8@euro", "sr-Latn_RS" for "sr_RS@latin"; empty for the C locale, which has no language.
+QString tagOf(std::string_view localeName) {
+    const std::string_view plain = localeName.substr(0, localeName.find_first_of(".@"));
+    if (plain.empty() || plain == "C" || plain == "POSIX") {
+        return {};
+    }
+    QString tag = QString::fromUtf8(plain.data(), static_cast<qsizetype>(plain.size()));
+    const qsizetype endOfLanguage = tag.indexOf(u'_');
+    return tag.insert(endOfLanguage < 0 ? tag.size() : endOfLanguage, scriptOf(localeName));
+}
+
+/// As the C library orders them.
+QStringList wantedTags() {
+    const QString ofLocale = tagOf(messageLocale());
+    if (ofLocale.isEmpty()) {
+        return {}; // NB: LANGUAGE counts only where there is a locale; in the C locale the C library ignores it as well
+    }
+    QStringList tags;
+    for (const QByteArray &name : QByteArray(environmentText("LANGUAGE")).split(':')) {
+        tags << tagOf({name.constData(), static_cast<std::size_t>(name.size())});
+    }
+    return tags << ofLocale;
 }
 
 QString formatted(std::chrono::system_clock::time_point time) {
@@ -107,23 +141,8 @@ QString twoDecimals(double value) {
 }
 
 QStringList preferredLanguages() {
-    QStringList languages;
-    const auto add = [&languages](const QString &language) {
-        if (!language.isEmpty() && !languages.contains(language)) {
-            languages.append(language);
-        }
-    };
-    const QString ofLocale = languageOf(messageLocale());
-    // NB: the list counts only where there is a locale; in the C locale the C library ignores it as well.
-    if (!ofLocale.isEmpty()) {
-        const QStringList listed = QString::fromLocal8Bit(environmentText("LANGUAGE")).split(QLatin1Char(':'));
-        for (const QString &name : listed) {
-            add(languageOf(name.toStdString()));
-        }
-    }
-    add(ofLocale);
-    add(QStringLiteral("en"));
-    return languages.first(languages.indexOf(QStringLiteral("en")) + 1);
+    static const auto *languages = new QStringList(tableLanguages(wantedTags())); // NB: never destroyed, as above
+    return *languages;
 }
 
 } // namespace kyb

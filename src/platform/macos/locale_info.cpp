@@ -1,6 +1,7 @@
 #include "platform/locale_info.h"
 
 #include "platform/macos/cf_string.h"
+#include "platform/posix/languages.h"
 
 namespace kyb {
 namespace {
@@ -15,9 +16,13 @@ CFAbsoluteTime absoluteTime(std::chrono::system_clock::time_point time) {
     return since1970.count() - kCFAbsoluteTimeIntervalSince1970;
 }
 
-/// A language tag's first piece: "de" for "de-AT". The string tables know languages only.
-QString languageOf(const QString &tag) {
-    return tag.section(QLatin1Char('-'), 0, 0).section(QLatin1Char('_'), 0, 0);
+QStringList wantedTags() {
+    const CFOwned tags(CFLocaleCopyPreferredLanguages());
+    QStringList wanted;
+    for (CFIndex i = 0; i < CFArrayGetCount(tags.get()); ++i) {
+        wanted << fromCFString(static_cast<CFStringRef>(CFArrayGetValueAtIndex(tags.get(), i)));
+    }
+    return wanted;
 }
 
 void setFractionDigits(CFNumberFormatterRef formatter, int digits) {
@@ -59,15 +64,8 @@ QString twoDecimals(double value) {
 }
 
 QStringList preferredLanguages() {
-    const QString english = QStringLiteral("en");
-    const CFOwned tags(CFLocaleCopyPreferredLanguages());
-    QStringList languages;
-    for (CFIndex i = 0; i < CFArrayGetCount(tags.get()) && !languages.contains(english); ++i) {
-        languages << languageOf(fromCFString(static_cast<CFStringRef>(CFArrayGetValueAtIndex(tags.get(), i))));
-    }
-    languages << english; // every text is there in English, so what comes after it is never asked for
-    languages.removeDuplicates();
-    return languages;
+    static const auto *languages = new QStringList(tableLanguages(wantedTags())); // lives as long as the process
+    return *languages;
 }
 
 } // namespace kyb

@@ -44,39 +44,44 @@ private:
 } // namespace
 
 struct LogTextView::KeyBinding {
-    QKeySequence::StandardKey key;
+    QKeySequence::StandardKey move;
+    QKeySequence::StandardKey select;
     Motion motion;
-    Selection selection;
 };
 
 // clang-format off
 constexpr LogTextView::KeyBinding LogTextView::kKeyBindings[] = {
-    {QKeySequence::MoveToPreviousChar,    Motion::PreviousCharacter, Selection::Drop},
-    {QKeySequence::SelectPreviousChar,    Motion::PreviousCharacter, Selection::Extend},
-    {QKeySequence::MoveToNextChar,        Motion::NextCharacter,     Selection::Drop},
-    {QKeySequence::SelectNextChar,        Motion::NextCharacter,     Selection::Extend},
-    {QKeySequence::MoveToPreviousWord,    Motion::PreviousWord,      Selection::Drop},
-    {QKeySequence::SelectPreviousWord,    Motion::PreviousWord,      Selection::Extend},
-    {QKeySequence::MoveToNextWord,        Motion::NextWord,          Selection::Drop},
-    {QKeySequence::SelectNextWord,        Motion::NextWord,          Selection::Extend},
-    {QKeySequence::MoveToPreviousLine,    Motion::PreviousRow,       Selection::Drop},
-    {QKeySequence::SelectPreviousLine,    Motion::PreviousRow,       Selection::Extend},
-    {QKeySequence::MoveToNextLine,        Motion::NextRow,           Selection::Drop},
-    {QKeySequence::SelectNextLine,        Motion::NextRow,           Selection::Extend},
-    {QKeySequence::MoveToPreviousPage,    Motion::PreviousPage,      Selection::Drop},
-    {QKeySequence::SelectPreviousPage,    Motion::PreviousPage,      Selection::Extend},
-    {QKeySequence::MoveToNextPage,        Motion::NextPage,          Selection::Drop},
-    {QKeySequence::SelectNextPage,        Motion::NextPage,          Selection::Extend},
-    {QKeySequence::MoveToStartOfLine,     Motion::StartOfRow,        Selection::Drop},
-    {QKeySequence::SelectStartOfLine,     Motion::StartOfRow,        Selection::Extend},
-    {QKeySequence::MoveToEndOfLine,       Motion::EndOfRow,          Selection::Drop},
-    {QKeySequence::SelectEndOfLine,       Motion::EndOfRow,          Selection::Extend},
-    {QKeySequence::MoveToStartOfDocument, Motion::StartOfText,       Selection::Drop},
-    {QKeySequence::SelectStartOfDocument, Motion::StartOfText,       Selection::Extend},
-    {QKeySequence::MoveToEndOfDocument,   Motion::EndOfText,         Selection::Drop},
-    {QKeySequence::SelectEndOfDocument,   Motion::EndOfText,         Selection::Extend},
+    {QKeySequence::MoveToPreviousChar,    QKeySequence::SelectPreviousChar,   Motion::PreviousCharacter},
+    {QKeySequence::MoveToNextChar,        QKeySequence::SelectNextChar,       Motion::NextCharacter},
+    {QKeySequence::MoveToPreviousWord,    QKeySequence::SelectPreviousWord,   Motion::PreviousWord},
+    {QKeySequence::MoveToNextWord,        QKeySequence::SelectNextWord,       Motion::NextWord},
+    {QKeySequence::MoveToPreviousLine,    QKeySequence::SelectPreviousLine,   Motion::PreviousRow},
+    {QKeySequence::MoveToNextLine,        QKeySequence::SelectNextLine,       Motion::NextRow},
+    {QKeySequence::MoveToPreviousPage,    QKeySequence::SelectPreviousPage,   Motion::PreviousPage},
+    {QKeySequence::MoveToNextPage,        QKeySequence::SelectNextPage,       Motion::NextPage},
+    {QKeySequence::MoveToStartOfLine,     QKeySequence::SelectStartOfLine,    Motion::StartOfRow},
+    {QKeySequence::MoveToEndOfLine,       QKeySequence::SelectEndOfLine,      Motion::EndOfRow},
+    {QKeySequence::MoveToStartOfDocument, QKeySequence::SelectStartOfDocument, Motion::StartOfText},
+    {QKeySequence::MoveToEndOfDocument,   QKeySequence::SelectEndOfDocument,  Motion::EndOfText},
 };
 // clang-format on
+
+/// A row, laid out as its one line.
+class LogTextView::RowLayout : public QTextLayout {
+public:
+    RowLayout(const LogTextView &view, const TextRow &row)
+        : QTextLayout(view.text_.mid(row.start, row.length), view.font(), view.viewport()) {
+        QTextOption option(Qt::AlignLeft | Qt::AlignAbsolute);
+        option.setWrapMode(QTextOption::NoWrap);
+        option.setTabStopDistance(kTabColumns * QFontMetricsF(view.font()).averageCharWidth());
+        setTextOption(option);
+        setCacheEnabled(true);
+        beginLayout();
+        createLine().setLineWidth(kUnboundedPoints);
+        endLayout();
+    }
+    QTextLine line() const { return lineAt(0); }
+};
 
 LogTextView::LogTextView(QWidget *parent) : QAbstractScrollArea(parent) {
     installViewAccessibility();
@@ -111,27 +116,9 @@ qsizetype LogTextView::firstVisibleRow() const {
     return verticalScrollBar()->value();
 }
 
-void LogTextView::layOut(QTextLayout &layout, const TextRow &row) const {
-    QTextOption option(Qt::AlignLeft | Qt::AlignAbsolute);
-    option.setWrapMode(QTextOption::NoWrap);
-    option.setTabStopDistance(kTabColumns * QFontMetricsF(font()).averageCharWidth());
-    layout.setText(text_.mid(row.start, row.length));
-    layout.setTextOption(option);
-    layout.setCacheEnabled(true);
-    layout.beginLayout();
-    layout.createLine().setLineWidth(kUnboundedPoints);
-    layout.endLayout();
-}
-
-double LogTextView::widthOf(const TextRow &row) const {
-    QTextLayout layout(QString(), font(), viewport());
-    layOut(layout, row);
-    return layout.lineAt(0).naturalTextWidth();
-}
-
 /// Measures the row with the most units, which hardly any other is wider than.
 void LogTextView::updateWidth() {
-    width_ = widthOf(rows_.row(rows_.longestRow()));
+    width_ = RowLayout(*this, rows_.row(rows_.longestRow())).line().naturalTextWidth();
     updateScrollBars();
 }
 
@@ -148,18 +135,16 @@ void LogTextView::updateScrollBars() {
 qsizetype LogTextView::positionAt(QPoint point) const {
     const int down = int(std::floor(double(point.y() - kMarginPoints) / rowHeight()));
     const TextRow row = rows_.row(firstVisibleRow() + down);
-    QTextLayout layout(QString(), font(), viewport());
-    layOut(layout, row);
+    const RowLayout layout(*this, row);
     const int x = point.x() - kMarginPoints + horizontalScrollBar()->value();
-    return row.start + layout.lineAt(0).xToCursor(x);
+    return row.start + layout.line().xToCursor(x);
 }
 
 QRect LogTextView::caretRect(qsizetype offset) const {
     const qsizetype number = rows_.rowAt(offset);
     const TextRow row = rows_.row(number);
-    QTextLayout layout(QString(), font(), viewport());
-    layOut(layout, row);
-    const double x = layout.lineAt(0).cursorToX(int(offset - row.start));
+    const RowLayout layout(*this, row);
+    const double x = layout.line().cursorToX(int(offset - row.start));
     const qsizetype page = rowsPerPage();
     const qsizetype down = std::clamp(number - firstVisibleRow(), -page, 2 * page);
     return {int(x) + kMarginPoints - horizontalScrollBar()->value(), int(down) * rowHeight() + kMarginPoints, 1,
@@ -169,8 +154,7 @@ QRect LogTextView::caretRect(qsizetype offset) const {
 // The painting.
 
 void LogTextView::drawRow(QPainter &painter, const TextRow &row, QPointF where) const {
-    QTextLayout layout(QString(), font(), viewport());
-    layOut(layout, row);
+    const RowLayout layout(*this, row);
     QList<QTextLayout::FormatRange> selections;
     const qsizetype from = std::max(selectionStart(), row.start);
     const qsizetype to = std::min(selectionEnd(), row.end());
@@ -184,7 +168,7 @@ void LogTextView::drawRow(QPainter &painter, const TextRow &row, QPointF where) 
     const bool holdsSeparator = selectionStart() <= row.end() && selectionEnd() > row.end() && !row.endsWithinLine();
     if (holdsSeparator) {
         const QSizeF size(QFontMetricsF(font()).averageCharWidth(), rowHeight());
-        painter.fillRect(QRectF(where + QPointF(layout.lineAt(0).naturalTextWidth(), 0), size),
+        painter.fillRect(QRectF(where + QPointF(layout.line().naturalTextWidth(), 0), size),
                          palette().brush(group, QPalette::Highlight));
     }
     layout.draw(&painter, where, selections);
@@ -294,9 +278,8 @@ void LogTextView::scrollTo(qsizetype offset) {
 qsizetype LogTextView::movedByRows(qsizetype rows) const {
     const qsizetype number = std::clamp<qsizetype>(rows_.rowAt(caret_) + rows, 0, rows_.rowCount() - 1);
     const TextRow row = rows_.row(number);
-    QTextLayout layout(QString(), font(), viewport());
-    layOut(layout, row);
-    return row.start + layout.lineAt(0).xToCursor(goalX_);
+    const RowLayout layout(*this, row);
+    return row.start + layout.line().xToCursor(goalX_);
 }
 
 qsizetype LogTextView::steppedForward(QTextLayout::CursorMode mode) const {
@@ -304,8 +287,7 @@ qsizetype LogTextView::steppedForward(QTextLayout::CursorMode mode) const {
     if (caret_ >= row.end()) {
         return std::min(row.next, text_.size());
     }
-    QTextLayout layout(QString(), font(), viewport());
-    layOut(layout, row);
+    const RowLayout layout(*this, row);
     return row.start + layout.nextCursorPosition(int(caret_ - row.start), mode);
 }
 
@@ -318,8 +300,7 @@ qsizetype LogTextView::steppedBack(QTextLayout::CursorMode mode) const {
             return std::min(row.end(), caret_); // over the separator alone; at the begin of the text, nowhere
         }
     }
-    QTextLayout layout(QString(), font(), viewport());
-    layOut(layout, row);
+    const RowLayout layout(*this, row);
     return row.start + layout.previousCursorPosition(int(caret_ - row.start), mode);
 }
 
@@ -364,14 +345,16 @@ void LogTextView::keyPressEvent(QKeyEvent *event) {
         return;
     }
     const auto *end = std::end(kKeyBindings);
-    const auto *binding = std::find_if(kKeyBindings, end, [&](const KeyBinding &b) { return event->matches(b.key); });
+    const auto *binding = std::find_if(kKeyBindings, end, [&](const KeyBinding &row) {
+        return event->matches(row.move) || event->matches(row.select);
+    });
     if (binding == end) {
         event->ignore();
         return;
     }
     const double goal = goalX_ < 0 ? caretRect(caret_).x() - kMarginPoints + horizontalScrollBar()->value() : goalX_;
     goalX_ = goal;
-    moveCaret(moved(binding->motion), binding->selection);
+    moveCaret(moved(binding->motion), event->matches(binding->select) ? Selection::Extend : Selection::Drop);
     const bool goesFromRowToRow = binding->motion >= Motion::PreviousRow && binding->motion <= Motion::NextPage;
     goalX_ = goesFromRowToRow ? goal : -1;
     offerSelection();

@@ -75,12 +75,11 @@ private:
         EndOfText,
     };
     enum class Selection { Drop, Extend };
+    class RowLayout;
     struct KeyBinding;
     static const KeyBinding kKeyBindings[];
 
-    void layOut(QTextLayout &layout, const TextRow &row) const;
     void drawRow(QPainter &painter, const TextRow &row, QPointF where) const;
-    double widthOf(const TextRow &row) const;
     void updateWidth();
     void updateScrollBars();
     int rowsPerPage() const;

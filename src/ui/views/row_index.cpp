@@ -4,7 +4,6 @@
 
 #include <QChar>
 #include <algorithm>
-#include <cstring>
 
 namespace kyb {
 namespace {
@@ -12,41 +11,6 @@ namespace {
 constexpr qsizetype kRowsPerEntry = 64;
 constexpr qsizetype kMaxMarks = 32; // a character with more marks than that may be parted from the rest of them
 constexpr char16_t kZeroWidthJoiner = 0x200D;
-
-/// `isNewline` as a number and without a branch, which is what becomes a vector instruction.
-constexpr char16_t newlineBit(char16_t unit) {
-    return char16_t(char16_t(unit - u'\n') <= 3) | char16_t(unit == 0x85) | char16_t(char16_t(unit - 0x2028) <= 1);
-}
-static_assert([] {
-    bool isSame = true;
-    for (char32_t unit = 0; unit <= 0xFFFF; ++unit) {
-        isSame = isSame && isNewline(char16_t(unit)) == (newlineBit(char16_t(unit)) != 0);
-    }
-    return isSame;
-}());
-
-/// Whether there is a separator among the \p kBlock units at \p from. Goes in lanes.
-constexpr qsizetype kLanes = 8;
-constexpr qsizetype kBlock = 4 * kLanes;
-bool hasNewline(const char16_t *from) {
-    char16_t found[kLanes];
-    for (qsizetype i = 0; i < kLanes; ++i) {
-        found[i] = char16_t(newlineBit(from[i]) | newlineBit(from[i + kLanes]) | newlineBit(from[i + 2 * kLanes]) |
-                            newlineBit(from[i + 3 * kLanes]));
-    }
-    quint64 halves[2];
-    static_assert(sizeof found == sizeof halves);
-    std::memcpy(halves, found, sizeof halves);
-    return (halves[0] | halves[1]) != 0;
-}
-
-/// The first separator in [from, to), or \p to.
-const char16_t *findNewline(const char16_t *from, const char16_t *to) {
-    while (to - from >= kBlock && !hasNewline(from)) {
-        from += kBlock;
-    }
-    return std::find_if(from, to, isNewline);
-}
 
 bool belongsToPrevious(const char16_t *unit) {
     return QChar::isMark(*unit) || *unit == kZeroWidthJoiner || unit[-1] == kZeroWidthJoiner ||

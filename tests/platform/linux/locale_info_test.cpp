@@ -20,13 +20,14 @@ std::string languages(const std::string &environment) {
 }
 
 TEST(LocaleInfo, SpeaksAmericanEnglish) {
-    EXPECT_THAT(test::askProbe(std::string(kNoLocale) + "LANG=en_US.UTF-8", "locale"),
-                ElementsAre("en_US", "English (United States)", AnyOf(kAfternoon, "11/14/23, 10:13 PM"), "1.07", "en"));
+    EXPECT_THAT(
+        test::askProbe(std::string(kNoLocale) + "LANG=en_US.UTF-8", "locale"),
+        ElementsAre("en_US", "English (United States)", AnyOf(kAfternoon, "11/14/23, 10:13 PM"), "1.07", "en-US en"));
 }
 
 TEST(LocaleInfo, SpeaksGerman) {
     EXPECT_THAT(test::askProbe(std::string(kNoLocale) + "LANG=de_DE.UTF-8", "locale"),
-                ElementsAre("de_DE", "Englisch (Vereinigte Staaten)", "14.11.23, 22:13", "1,07", "de en"));
+                ElementsAre("de_DE", "Englisch (Vereinigte Staaten)", "14.11.23, 22:13", "1,07", "de-DE de en"));
 }
 
 TEST(LocaleInfo, TakesNoLocaleForAmericanEnglish) {
@@ -44,14 +45,21 @@ TEST(LocaleInfo, KnowsTheTimeZone) {
 }
 
 TEST(LocaleInfo, PrefersTheLanguagesAsTheCLibraryDoes) {
-    EXPECT_EQ(languages("LANG=de_AT.UTF-8@euro"), "de en");
-    EXPECT_EQ(languages("LANG=de_DE LC_MESSAGES=fr_FR"), "fr en");
-    EXPECT_EQ(languages("LANG=de_DE LC_MESSAGES=fr_FR LC_ALL=it_IT.UTF-8"), "it en");
-    EXPECT_EQ(languages("LANG=de_DE LC_ALL="), "de en");
-    EXPECT_EQ(languages("LANG=de_DE LANGUAGE=sv:fr_CA::de"), "sv fr de en");
+    EXPECT_EQ(languages("LANG=de_AT.UTF-8@euro"), "de-AT de en");
+    EXPECT_EQ(languages("LANG=de_DE LC_MESSAGES=fr_FR"), "fr-FR fr en");
+    EXPECT_EQ(languages("LANG=de_DE LC_MESSAGES=fr_FR LC_ALL=it_IT.UTF-8"), "it-IT it en");
+    EXPECT_EQ(languages("LANG=de_DE LC_ALL="), "de-DE de en");
+    EXPECT_EQ(languages("LANG=de_DE LANGUAGE=sv:fr_CA::de"), "sv fr-CA fr de de-DE en");
     EXPECT_EQ(languages("LANG=en_GB LANGUAGE=en:de"), "en");
+    EXPECT_EQ(languages("LANG=en_GB LANGUAGE=C:de"), "de en-GB en");
     EXPECT_EQ(languages("LANGUAGE=de"), "en");
     EXPECT_EQ(languages("LC_ALL=C LANGUAGE=de"), "en");
+}
+
+TEST(LocaleInfo, KeepsScriptAndRegion) {
+    EXPECT_EQ(languages("LANG=zh_TW.UTF-8"), "zh-Hant-TW zh-TW zh-Hant zh en");
+    EXPECT_EQ(languages("LANG=sr_RS.UTF-8@latin"), "sr-Latn-RS sr-RS sr-Latn sr en");
+    EXPECT_EQ(languages("LANG=de_DE LANGUAGE=uz@cyrillic"), "uz-Cyrl uz de-DE de en");
 }
 
 } // namespace
