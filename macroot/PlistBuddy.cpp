@@ -3,8 +3,6 @@
 #include "plist_commands.h"
 #include "posix/file_io.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -13,6 +11,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <sys/stat.h>
 #include <system_error>
 #include <vector>
 
@@ -64,8 +63,8 @@ std::optional<std::string> textOf(const std::string &file) {
 }
 
 mode_t newFileMode() {
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
+    const mode_t mask = umask(0);
+    umask(mask);
     return 0666 & ~mask;
 }
 
@@ -73,7 +72,7 @@ mode_t newFileMode() {
 void replaceText(const std::string &file, const std::string &text) {
     const std::string place = std::filesystem::weakly_canonical(file).string();
     struct stat earlier = {};
-    const bool exists = ::stat(place.c_str(), &earlier) == 0;
+    const bool exists = stat(place.c_str(), &earlier) == 0;
     const FileAttributes attributes = exists ? FileAttributes{earlier.st_mode & 07777, earlier.st_uid, earlier.st_gid}
                                              : FileAttributes{newFileMode()};
     if (!replaceFile(place, text, attributes)) {

@@ -9,11 +9,10 @@
 #include <array>
 
 namespace kyb::macroot {
-
 namespace {
 
-constexpr std::size_t readBlockBytes = std::size_t{64} * 1024;
-constexpr std::size_t longestDescriptionBytes = std::size_t{1024} * 1024;
+constexpr std::size_t kReadBlockBytes = std::size_t{64} * 1024;
+constexpr std::size_t kLongestDescriptionBytes = std::size_t{1024} * 1024;
 
 std::string titleFromFileName(const std::string &path) {
     std::string name(leafName(path));
@@ -29,7 +28,7 @@ std::string readText(archive *reader, const std::string &name) {
     la_ssize_t got = 0;
     while ((got = archive_read_data(reader, block.data(), block.size())) > 0) {
         text.append(block.data(), static_cast<std::size_t>(got));
-        if (text.size() > longestDescriptionBytes) {
+        if (text.size() > kLongestDescriptionBytes) {
             throw InstallError("The package's " + name + " is too long");
         }
     }
@@ -84,14 +83,14 @@ std::string Component::member(const char *name) const {
 }
 
 FlatPackage::FlatPackage(const std::string &path)
-    : m_path(path), m_file(openRegularFile(path, O_RDONLY)), m_title(titleFromFileName(path)) {
-    if (!m_file) {
+    : path_(path), file_(openRegularFile(path, O_RDONLY)), title_(titleFromFileName(path)) {
+    if (!file_) {
         throw NotAPackage(path);
     }
     readDescriptions();
     if (const std::string *const text = description("Distribution"); text != nullptr) {
         const Distribution distribution = parseDistribution(*text);
-        m_title = distribution.title.empty() ? m_title : distribution.title;
+        title_ = distribution.title.empty() ? title_ : distribution.title;
         readComponents(distribution.componentFolders);
     } else if (description("PackageInfo") != nullptr) {
         readComponents({""});
@@ -103,9 +102,9 @@ FlatPackage::FlatPackage(const std::string &path)
 void FlatPackage::eachMember(const MemberUse &use) const {
     const ReadArchive reader = newReadArchive();
     archive_read_support_format_xar(reader.get());
-    ::lseek(m_file.get(), 0, SEEK_SET);
-    if (archive_read_open_fd(reader.get(), m_file.get(), readBlockBytes) != ARCHIVE_OK) {
-        throw NotAPackage(m_path);
+    lseek(file_.get(), 0, SEEK_SET);
+    if (archive_read_open_fd(reader.get(), file_.get(), kReadBlockBytes) != ARCHIVE_OK) {
+        throw NotAPackage(path_);
     }
     archive_entry *entry = nullptr;
     int result = ARCHIVE_OK;
@@ -113,15 +112,15 @@ void FlatPackage::eachMember(const MemberUse &use) const {
         use(entryPath(entry), reader.get());
     }
     if (result != ARCHIVE_EOF) {
-        throw NotAPackage(m_path);
+        throw NotAPackage(path_);
     }
 }
 
 void FlatPackage::readDescriptions() {
     eachMember([this](const std::string &name, archive *reader) {
-        m_members.push_back(name);
+        members_.push_back(name);
         if (const std::string_view leaf = leafName(name); leaf == "PackageInfo" || leaf == "Distribution") {
-            m_descriptions.emplace_back(name, readText(reader, name));
+            descriptions_.emplace_back(name, readText(reader, name));
         }
     });
 }
@@ -135,16 +134,16 @@ void FlatPackage::readComponents(const std::vector<std::string> &folders) {
             throw InstallError("The package has no component " + folder);
         }
         component.info = parsePackageInfo(*text);
-        const auto has = [this](const std::string &name) { return std::ranges::count(m_members, name) > 0; };
+        const auto has = [this](const std::string &name) { return std::ranges::count(members_, name) > 0; };
         component.hasPayload = has(component.member("Payload"));
         component.hasScripts = has(component.member("Scripts"));
-        m_components.push_back(std::move(component));
+        components_.push_back(std::move(component));
     }
 }
 
 const std::string *FlatPackage::description(const std::string &name) const {
-    const auto found = std::ranges::find(m_descriptions, name, &std::pair<std::string, std::string>::first);
-    return found == m_descriptions.end() ? nullptr : &found->second;
+    const auto found = std::ranges::find(descriptions_, name, &std::pair<std::string, std::string>::first);
+    return found == descriptions_.end() ? nullptr : &found->second;
 }
 
 void FlatPackage::readArchive(const std::string &name, const std::function<void(archive *)> &use) const {
@@ -157,7 +156,7 @@ void FlatPackage::readArchive(const std::string &name, const std::function<void(
             }
         });
     } catch (const NotAPackage &) {
-        throw InstallError("The package is damaged: " + m_path);
+        throw InstallError("The package is damaged: " + path_);
     }
     if (!found) {
         throw InstallError("The package has no " + name);

@@ -4,7 +4,6 @@
 #include "posix/UniqueFd.h"
 
 #include <archive.h>
-
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -25,7 +24,7 @@ struct Component {
     bool hasPayload = false;
     bool hasScripts = false;
 
-    [[nodiscard]] std::string member(const char *name) const;
+    std::string member(const char *name) const;
 };
 
 /// A flat package: a xar archive with a PackageInfo, or with a Distribution and a folder for each component.
@@ -35,12 +34,12 @@ public:
     /// Throws NotAPackage, or InstallError for a package whose descriptions cannot be used.
     explicit FlatPackage(const std::string &path);
 
-    [[nodiscard]] const std::string &path() const { return m_path; }
+    const std::string &path() const { return path_; }
     /// What the package calls itself; the file's name without ".pkg" when it does not say.
-    [[nodiscard]] const std::string &title() const { return m_title; }
-    [[nodiscard]] const std::vector<Component> &components() const { return m_components; }
+    const std::string &title() const { return title_; }
+    const std::vector<Component> &components() const { return components_; }
 
-    /// Opens the compressed cpio archive that is the member `name` and hands it to `use`, which reads it to its end.
+    /// Opens the compressed cpio archive that is the member \p name and hands it to \p use, which reads it to its end.
     /// Throws InstallError when there is no such member, or when it turns out cut off or damaged.
     void readArchive(const std::string &name, const std::function<void(archive *)> &use) const;
 
@@ -50,14 +49,14 @@ private:
     void eachMember(const MemberUse &use) const;
     void readDescriptions();
     void readComponents(const std::vector<std::string> &folders);
-    [[nodiscard]] const std::string *description(const std::string &name) const;
+    const std::string *description(const std::string &name) const;
 
-    std::string m_path;
-    UniqueFd m_file;
-    std::string m_title;
-    std::vector<Component> m_components;
-    std::vector<std::string> m_members;
-    std::vector<std::pair<std::string, std::string>> m_descriptions; ///< PackageInfo and Distribution files: name, text
+    std::string path_;
+    UniqueFd file_;
+    std::string title_;
+    std::vector<Component> components_;
+    std::vector<std::string> members_;
+    std::vector<std::pair<std::string, std::string>> descriptions_; ///< PackageInfo and Distribution files: name, text
 };
 
 } // namespace kyb::macroot

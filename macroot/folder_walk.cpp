@@ -5,19 +5,17 @@
 #include "posix/file_io.h"
 
 #include <dirent.h>
-
 #include <memory>
 
 namespace kyb::macroot {
-
 namespace {
 
-constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 enum class Missing { Make, Report };
 
 UniqueFd duplicate(int fd) {
-    UniqueFd copy(::openat(fd, ".", folderFlags));
+    UniqueFd copy(openat(fd, ".", kFolderFlags));
     if (!copy) {
         throwLastError("folder");
     }
@@ -26,10 +24,10 @@ UniqueFd duplicate(int fd) {
 
 // One step down. Empty when the name is not there.
 UniqueFd stepDown(int folder, const std::string &name, std::string_view path, Missing missing) {
-    if (missing == Missing::Make && ::mkdirat(folder, name.c_str(), 0755) != 0 && errno != EEXIST) {
+    if (missing == Missing::Make && mkdirat(folder, name.c_str(), 0755) != 0 && errno != EEXIST) {
         throwLastError(shownPath(path));
     }
-    UniqueFd next(::openat(folder, name.c_str(), folderFlags));
+    UniqueFd next(openat(folder, name.c_str(), kFolderFlags));
     if (!next && (errno == ENOTDIR || errno == ELOOP)) {
         throw InstallError(shownPath(path) + ": a link or a file stands where a folder should be (" + name + ")");
     }
@@ -54,12 +52,12 @@ void removeEntry(int folder, const std::string &name);
 
 void emptyFolder(int folder) {
     const int listed = duplicate(folder).release();
-    const std::unique_ptr<DIR, int (*)(DIR *)> listing(::fdopendir(listed), ::closedir);
+    const std::unique_ptr<DIR, int (*)(DIR *)> listing(fdopendir(listed), closedir);
     if (!listing) {
-        ::close(listed);
+        close(listed);
         throwLastError("folder");
     }
-    while (const dirent *entry = ::readdir(listing.get())) {
+    while (const dirent *entry = readdir(listing.get())) {
         const std::string name(entry->d_name);
         if (name != "." && name != "..") {
             removeEntry(folder, name);
@@ -68,13 +66,13 @@ void emptyFolder(int folder) {
 }
 
 void removeEntry(int folder, const std::string &name) {
-    if (::unlinkat(folder, name.c_str(), 0) == 0 || errno == ENOENT) {
+    if (unlinkat(folder, name.c_str(), 0) == 0 || errno == ENOENT) {
         return;
     }
-    if (const UniqueFd below(::openat(folder, name.c_str(), folderFlags)); below) {
+    if (const UniqueFd below(openat(folder, name.c_str(), kFolderFlags)); below) {
         emptyFolder(below.get());
     }
-    if (::unlinkat(folder, name.c_str(), AT_REMOVEDIR) != 0) {
+    if (unlinkat(folder, name.c_str(), AT_REMOVEDIR) != 0) {
         throwLastError("cannot remove " + name);
     }
 }
@@ -82,7 +80,7 @@ void removeEntry(int folder, const std::string &name) {
 } // namespace
 
 UniqueFd openFolder(const std::string &path) {
-    UniqueFd folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    UniqueFd folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder) {
         throwLastError(path);
     }
@@ -103,7 +101,7 @@ std::optional<struct stat> lookBelow(int base, std::string_view path) {
     if (!folder) {
         return std::nullopt;
     }
-    if (::fstatat(folder.get(), std::string(leafName(path)).c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0) {
+    if (fstatat(folder.get(), std::string(leafName(path)).c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0) {
         return found;
     }
     if (errno != ENOENT) {
@@ -120,14 +118,14 @@ void removeBelow(int base, std::string_view path) {
 
 void removeFileBelow(int base, std::string_view path) {
     const UniqueFd folder = openFolderBelow(base, parentPath(path));
-    if (folder && ::unlinkat(folder.get(), std::string(leafName(path)).c_str(), 0) != 0 && errno != ENOENT) {
+    if (folder && unlinkat(folder.get(), std::string(leafName(path)).c_str(), 0) != 0 && errno != ENOENT) {
         throwLastError(shownPath(path));
     }
 }
 
 void removeEmptyFolderBelow(int base, std::string_view path) {
     const UniqueFd folder = openFolderBelow(base, parentPath(path));
-    const bool removed = !folder || ::unlinkat(folder.get(), std::string(leafName(path)).c_str(), AT_REMOVEDIR) == 0;
+    const bool removed = !folder || unlinkat(folder.get(), std::string(leafName(path)).c_str(), AT_REMOVEDIR) == 0;
     if (!removed && errno != ENOENT && errno != ENOTEMPTY) {
         throwLastError(shownPath(path));
     }
@@ -138,7 +136,7 @@ void moveBelow(int fromBase, std::string_view from, int toBase, std::string_view
     const UniqueFd target = openFolderBelow(toBase, parentPath(to));
     const std::string fromName(leafName(from));
     const std::string toName(leafName(to));
-    if (::renameat(source.get(), fromName.c_str(), target.get(), toName.c_str()) != 0) {
+    if (renameat(source.get(), fromName.c_str(), target.get(), toName.c_str()) != 0) {
         throwLastError(shownPath(to));
     }
 }
@@ -148,7 +146,7 @@ void hardLinkBelow(int fromBase, std::string_view from, int toBase, std::string_
     const UniqueFd target = openFolderBelow(toBase, parentPath(to));
     const std::string fromName(leafName(from));
     const std::string toName(leafName(to));
-    if (::linkat(source.get(), fromName.c_str(), target.get(), toName.c_str(), 0) != 0) {
+    if (linkat(source.get(), fromName.c_str(), target.get(), toName.c_str(), 0) != 0) {
         throwLastError(shownPath(to));
     }
 }
@@ -156,8 +154,8 @@ void hardLinkBelow(int fromBase, std::string_view from, int toBase, std::string_
 UniqueFd createFileBelow(int base, std::string_view path, mode_t mode) {
     const UniqueFd folder = makeFolderBelow(base, parentPath(path));
     const std::string name(leafName(path));
-    UniqueFd file(::openat(folder.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!file || ::fchmod(file.get(), mode) != 0) {
+    UniqueFd file(openat(folder.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!file || fchmod(file.get(), mode) != 0) {
         throwLastError(shownPath(path));
     }
     return file;

@@ -21,8 +21,8 @@ public:
     void write(std::string_view message) const;
 
 private:
-    UniqueFd m_file;
-    std::string m_host;
+    UniqueFd file_;
+    std::string host_;
 };
 
 } // namespace kyb::macroot

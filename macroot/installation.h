@@ -13,11 +13,11 @@
 namespace kyb::macroot {
 
 /// One installation of one package below one root folder. Either all of it is in place afterwards, or nothing of it:
-/// the files wait in the stage until every one is written, and what was moved into place is taken back by a failure.
+/// the files wait in the stage until every one is written, and what was moved into place is rolled back by a failure.
 /// What the package's own scripts did stays done.
 class Installation {
 public:
-    /// `rootPath` is absolute and without a slash at its end; "/" is "". All that is given must outlive the object.
+    /// \p rootPath is absolute and without a slash at its end; "/" is "". All that is given must outlive the object.
     Installation(const FlatPackage &package, std::string rootPath, const InstallerOutput &output,
                  const SignalWatch &signals);
 
@@ -25,7 +25,7 @@ public:
     void run();
 
     /// Whether an earlier version was there; known once run() has its turn.
-    [[nodiscard]] InstallKind kind() const { return m_kind; }
+    InstallKind kind() const { return kind_; }
 
 private:
     void runSteps();
@@ -44,21 +44,21 @@ private:
     void registerApplications() const;
     void finish(Stage &stage) const;
 
-    [[nodiscard]] PayloadItem receiptItem(const Component &component) const;
-    [[nodiscard]] PayloadList::Items allItems() const;
-    [[nodiscard]] Receipt receiptOf(const Component &component) const;
-    [[nodiscard]] std::vector<std::string> scriptEnvironment(const Component &component, const char *name) const;
-    [[nodiscard]] std::string stagePath(std::string_view name) const;
-    [[nodiscard]] std::string targetPath(const Component &component) const;
+    PayloadItem receiptItem(const Component &component) const;
+    PayloadList::Items allItems() const;
+    Receipt receiptOf(const Component &component) const;
+    std::vector<std::string> scriptEnvironment(const Component &component, const char *name) const;
+    std::string stagePath(std::string_view name) const;
+    std::string targetPath(const Component &component) const;
 
-    const FlatPackage &m_package;
-    std::string m_rootPath;
-    UniqueFd m_root;
-    const InstallerOutput &m_output;
-    const SignalWatch &m_signals;
-    InstallLog m_log;
-    InstallKind m_kind = InstallKind::Install;
-    PayloadList m_payload;
+    const FlatPackage &package_;
+    std::string rootPath_;
+    UniqueFd root_;
+    const InstallerOutput &output_;
+    const SignalWatch &signals_;
+    InstallLog log_;
+    InstallKind kind_ = InstallKind::Install;
+    PayloadList payload_;
 };
 
 } // namespace kyb::macroot

@@ -8,17 +8,16 @@
 #include <utility>
 
 namespace kyb::macroot {
-
 namespace {
 
-constexpr std::string_view packageNameMark = "NAME";
+constexpr std::string_view kPackageNameMark = "NAME";
 
 struct PhaseText {
     Phase phase;
     std::string_view text;
 };
 
-constexpr auto phaseTexts = std::to_array<PhaseText>({
+constexpr auto kPhaseTexts = std::to_array<PhaseText>({
     {Phase::PreparingInstallation, "Preparing for installation\u2026"},
     {Phase::PreparingDisk, "Preparing the disk\u2026"},
     {Phase::PreparingPackage, "Preparing NAME\u2026"},
@@ -37,8 +36,8 @@ constexpr auto phaseTexts = std::to_array<PhaseText>({
 });
 
 constexpr bool standsAtItsNumber() {
-    for (std::size_t i = 0; i < phaseTexts.size(); ++i) {
-        if (static_cast<std::size_t>(phaseTexts[i].phase) != i) {
+    for (std::size_t i = 0; i < kPhaseTexts.size(); ++i) {
+        if (static_cast<std::size_t>(kPhaseTexts[i].phase) != i) {
             return false;
         }
     }
@@ -54,9 +53,9 @@ std::string_view kindText(InstallKind kind) {
 
 std::string phaseLine(Phase phase, std::string_view packageName) {
     std::string line = "installer:PHASE:";
-    line += phaseTexts.at(static_cast<std::size_t>(phase)).text;
+    line += kPhaseTexts.at(static_cast<std::size_t>(phase)).text;
     if (phase == Phase::PreparingPackage) {
-        line.replace(line.find(packageNameMark), packageNameMark.size(), packageName);
+        line.replace(line.find(kPackageNameMark), kPackageNameMark.size(), packageName);
     }
     return line;
 }
@@ -70,9 +69,9 @@ std::string failureLine(InstallKind kind, std::string_view reason) {
 }
 
 std::optional<std::string> PercentMeter::add(std::size_t bytes) {
-    m_writtenBytes += static_cast<std::int64_t>(bytes);
-    const double percent = 100.0 * static_cast<double>(m_writtenBytes) / static_cast<double>(m_totalBytes);
-    return m_writtenBytes >= m_totalBytes || std::floor(percent) > m_shownPercent ? reached(percent) : std::nullopt;
+    writtenBytes_ += static_cast<std::int64_t>(bytes);
+    const double percent = 100.0 * static_cast<double>(writtenBytes_) / static_cast<double>(totalBytes_);
+    return writtenBytes_ >= totalBytes_ || std::floor(percent) > shownPercent_ ? reached(percent) : std::nullopt;
 }
 
 std::optional<std::string> PercentMeter::finish() {
@@ -80,17 +79,17 @@ std::optional<std::string> PercentMeter::finish() {
 }
 
 std::optional<std::string> PercentMeter::reached(double percent) {
-    if (percent <= m_shownPercent) {
+    if (percent <= shownPercent_) {
         return std::nullopt;
     }
-    m_shownPercent = percent;
+    shownPercent_ = percent;
     std::array<char, 32> text{};
     std::snprintf(text.data(), text.size(), "installer:%%%f", percent);
     return text.data();
 }
 
 InstallerOutput::InstallerOutput(Verbosity verbosity, std::string packageName)
-    : m_verbosity(verbosity), m_packageName(std::move(packageName)) {}
+    : verbosity_(verbosity), packageName_(std::move(packageName)) {}
 
 void InstallerOutput::line(std::string_view text) const {
     std::puts(printable(text).c_str());
@@ -98,7 +97,7 @@ void InstallerOutput::line(std::string_view text) const {
 }
 
 void InstallerOutput::phase(Phase phase) const {
-    verboseLine(phaseLine(phase, m_packageName));
+    verboseLine(phaseLine(phase, packageName_));
 }
 
 void InstallerOutput::status() const {
@@ -112,7 +111,7 @@ void InstallerOutput::percent(const std::optional<std::string> &line) const {
 }
 
 void InstallerOutput::verboseLine(std::string_view text) const {
-    if (m_verbosity == Verbosity::Verbose) {
+    if (verbosity_ == Verbosity::Verbose) {
         line(text);
     }
 }

@@ -36,19 +36,19 @@ std::string failureLine(InstallKind kind, std::string_view reason);
 /// was reached, and one for the end.
 class PercentMeter {
 public:
-    explicit PercentMeter(std::int64_t totalBytes) : m_totalBytes(totalBytes) {}
+    explicit PercentMeter(std::int64_t totalBytes) : totalBytes_(totalBytes) {}
 
     /// The line to print after these bytes, if any.
-    [[nodiscard]] std::optional<std::string> add(std::size_t bytes);
+    std::optional<std::string> add(std::size_t bytes);
     /// The line for the end: all is written. Nothing when add() gave it already.
-    [[nodiscard]] std::optional<std::string> finish();
+    std::optional<std::string> finish();
 
 private:
-    [[nodiscard]] std::optional<std::string> reached(double percent);
+    std::optional<std::string> reached(double percent);
 
-    std::int64_t m_totalBytes;
-    std::int64_t m_writtenBytes = 0;
-    double m_shownPercent = -1;
+    std::int64_t totalBytes_;
+    std::int64_t writtenBytes_ = 0;
+    double shownPercent_ = -1;
 };
 
 enum class Verbosity { Plain, Verbose };
@@ -66,8 +66,8 @@ public:
 private:
     void verboseLine(std::string_view text) const;
 
-    Verbosity m_verbosity;
-    std::string m_packageName;
+    Verbosity verbosity_;
+    std::string packageName_;
 };
 
 } // namespace kyb::macroot

@@ -21,8 +21,8 @@ namespace {
 using kyb::UniqueFd;
 using namespace kyb::macroot;
 
-constexpr std::string_view identifier = "com.Brelund.QuorlixInstaller";
-constexpr std::string_view resourcesFolder = "./Library/Printers/BrelundQuorlix/Resources/";
+constexpr std::string_view kIdentifier = "com.Brelund.QuorlixInstaller";
+constexpr std::string_view kResourcesFolder = "./Library/Printers/BrelundQuorlix/Resources/";
 
 struct Order {
     std::string file;
@@ -81,14 +81,14 @@ UniqueFd makeScripts(const std::filesystem::path &sources, const Order &order) {
 UniqueFd makePayload(const std::filesystem::path &sources, const Order &order) {
     PayloadWriter payload;
     payload.addTree(sources / "payload");
-    payload.addFile(std::string(resourcesFolder) + "version.txt", order.version + "\n");
+    payload.addFile(std::string(kResourcesFolder) + "version.txt", order.version + "\n");
     if (order.extraBytes > 0) {
-        payload.addRandomFile(std::string(resourcesFolder) + "halftones.bin", order.extraBytes);
+        payload.addRandomFile(std::string(kResourcesFolder) + "halftones.bin", order.extraBytes);
     }
     UniqueFd file = payload.finish();
     struct stat found = {};
     if (order.failing == "payload" &&
-        (::fstat(file.get(), &found) != 0 || ::ftruncate(file.get(), found.st_size / 2) != 0)) {
+        (fstat(file.get(), &found) != 0 || ftruncate(file.get(), found.st_size / 2) != 0)) {
         throw std::runtime_error("the payload cannot be cut off");
     }
     return file;
@@ -100,8 +100,8 @@ void makePackage(const std::filesystem::path &sources, const Order &order) {
     const UniqueFd payload = makePayload(sources, order);
     writeFlatPackage(order.file,
                      {
-                         {"Distribution", distributionText(order.name, identifier, order.version, component)},
-                         {component + "/PackageInfo", packageInfoText(identifier, order.version, order.extraBytes)},
+                         {"Distribution", distributionText(order.name, kIdentifier, order.version, component)},
+                         {component + "/PackageInfo", packageInfoText(kIdentifier, order.version, order.extraBytes)},
                          {component + "/Scripts", "", scripts.get()},
                          {component + "/Payload", "", payload.get()},
                      });

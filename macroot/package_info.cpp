@@ -3,13 +3,11 @@
 #include "install_error.h"
 #include "payload_path.h"
 
-#include <pugixml.hpp>
-
 #include <algorithm>
 #include <charconv>
+#include <pugixml.hpp>
 
 namespace kyb::macroot {
-
 namespace {
 
 pugi::xml_document parsed(std::string_view xml, const char *what) {

@@ -4,21 +4,19 @@
 #include "posix/file_io.h"
 #include "posix/spawn.h"
 
-#include <poll.h>
-#include <sys/wait.h>
-
 #include <array>
 #include <chrono>
 #include <optional>
+#include <poll.h>
+#include <sys/wait.h>
 
 namespace kyb::macroot {
-
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto lookAgainAfter = 50ms;
-constexpr auto graceBeforeKill = 2s;
+constexpr auto kPollInterval = 50ms;
+constexpr auto kGraceBeforeKill = 2s;
 
 pid_t start(const PackageScript &script, int output) {
     std::vector<std::string> arguments = script.arguments;
@@ -37,58 +35,58 @@ pid_t start(const PackageScript &script, int output) {
 /// Cuts what comes through the pipe into lines.
 class LineReader {
 public:
-    LineReader(UniqueFd pipe, const ScriptOutput &output) : m_pipe(std::move(pipe)), m_output(output) {}
+    LineReader(UniqueFd pipe, const ScriptOutput &output) : pipe_(std::move(pipe)), output_(output) {}
 
     void waitAndRead() {
-        pollfd waited{m_pipe.get(), POLLIN, 0}; // poll() ignores -1, and then only waits
-        ::poll(&waited, 1, static_cast<int>(lookAgainAfter.count()));
+        pollfd waited{pipe_.get(), POLLIN, 0}; // poll() ignores -1, and then only waits
+        poll(&waited, 1, static_cast<int>(kPollInterval.count()));
         readAvailable();
     }
     void readAvailable() {
         std::array<char, 4096> block{};
         ssize_t got = 0;
-        while (m_pipe && (got = ::read(m_pipe.get(), block.data(), block.size())) > 0) {
+        while (pipe_ && (got = read(pipe_.get(), block.data(), block.size())) > 0) {
             take(std::string_view(block.data(), static_cast<std::size_t>(got)));
         }
         if (got == 0) {
-            m_pipe = UniqueFd();
+            pipe_ = UniqueFd();
         }
     }
     void finish() {
-        if (!m_line.empty()) {
-            m_output(std::exchange(m_line, {}));
+        if (!line_.empty()) {
+            output_(std::exchange(line_, {}));
         }
     }
 
 private:
     void take(std::string_view text) {
         for (const char c : text) {
-            if (c == '\n' || m_line.size() == longestLine) {
-                m_output(std::exchange(m_line, {}));
+            if (c == '\n' || line_.size() == kLongestLine) {
+                output_(std::exchange(line_, {}));
             }
-            m_line.append(c == '\n' ? 0 : 1, c);
+            line_.append(c == '\n' ? 0 : 1, c);
         }
     }
 
-    static constexpr std::size_t longestLine = 4096;
-    UniqueFd m_pipe;
-    const ScriptOutput &m_output;
-    std::string m_line;
+    static constexpr std::size_t kLongestLine = 4096;
+    UniqueFd pipe_;
+    const ScriptOutput &output_;
+    std::string line_;
 };
 
 std::optional<int> endOf(pid_t process) {
     int status = 0;
-    return ::waitpid(process, &status, WNOHANG) == process ? std::optional(status) : std::nullopt;
+    return waitpid(process, &status, WNOHANG) == process ? std::optional(status) : std::nullopt;
 }
 
 void endProcessGroup(pid_t process) {
-    const auto deadline = std::chrono::steady_clock::now() + graceBeforeKill;
-    ::kill(-process, SIGTERM);
+    const auto deadline = std::chrono::steady_clock::now() + kGraceBeforeKill;
+    kill(-process, SIGTERM);
     while (!endOf(process)) {
         if (std::chrono::steady_clock::now() > deadline) {
-            ::kill(-process, SIGKILL);
+            kill(-process, SIGKILL);
         }
-        ::poll(nullptr, 0, static_cast<int>(lookAgainAfter.count()));
+        poll(nullptr, 0, static_cast<int>(kPollInterval.count()));
     }
 }
 

@@ -21,7 +21,7 @@ struct PackageScript {
 using ScriptOutput = std::function<void(std::string_view line)>;
 
 /// Runs the script, gives each line of its output (both streams), and waits for its end. What the script leaves running
-/// behind is not waited for. Throws InstallError when it cannot be started, fails, or `signals` ends the
+/// behind is not waited for. Throws InstallError when it cannot be started, fails, or \p signals ends the
 /// installation, which ends the script first.
 void runPackageScript(const PackageScript &script, const SignalWatch &signals, const ScriptOutput &output);
 

@@ -1,26 +1,24 @@
 #include "package_writer.h"
 
-#include <fcntl.h>
-#include <pugixml.hpp>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <fcntl.h>
 #include <fstream>
 #include <iterator>
+#include <pugixml.hpp>
 #include <random>
 #include <set>
 #include <sstream>
 #include <stdexcept>
+#include <sys/stat.h>
 
 namespace kyb::macroot {
-
 namespace {
 
-constexpr std::size_t blockBytes = std::size_t{64} * 1024;
+constexpr std::size_t kBlockBytes = std::size_t{64} * 1024;
 
 void check(int result, archive *writer, const char *what) {
     if (result < ARCHIVE_WARN) {
@@ -44,7 +42,7 @@ std::int64_t sizeOf(const PackageMember &member) {
     if (member.file < 0) {
         return static_cast<std::int64_t>(member.text.size());
     }
-    return ::fstat(member.file, &found) == 0 ? found.st_size : throw std::runtime_error(member.name);
+    return fstat(member.file, &found) == 0 ? found.st_size : throw std::runtime_error(member.name);
 }
 
 void writeBytes(archive *writer, std::string_view bytes) {
@@ -55,10 +53,10 @@ void writeBytes(archive *writer, std::string_view bytes) {
 
 void writeContent(archive *writer, const PackageMember &member) {
     writeBytes(writer, member.text);
-    std::array<char, blockBytes> block; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by each read
+    std::array<char, kBlockBytes> block; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by each read
     off_t offset = 0;
     ssize_t got = 0;
-    while (member.file >= 0 && (got = ::pread(member.file, block.data(), block.size(), offset)) > 0) {
+    while (member.file >= 0 && (got = pread(member.file, block.data(), block.size(), offset)) > 0) {
         writeBytes(writer, {block.data(), static_cast<std::size_t>(got)});
         offset += got;
     }
@@ -114,20 +112,20 @@ std::string percentEncoded(std::string_view text) {
 
 UniqueFd unnamedFile() {
     const std::string folder = std::filesystem::temp_directory_path().string();
-    UniqueFd file(::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    UniqueFd file(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
     if (!file) {
         std::string name = folder + "/package.XXXXXX";
-        file = UniqueFd(::mkostemp(name.data(), O_CLOEXEC));
-        ::unlink(name.c_str());
+        file = UniqueFd(mkostemp(name.data(), O_CLOEXEC));
+        unlink(name.c_str());
     }
     return file ? std::move(file) : throw std::runtime_error("no temporary file in " + folder);
 }
 
-PayloadWriter::PayloadWriter() : m_file(unnamedFile()), m_writer(newWriteArchive()) {
-    archive_write_set_format_cpio_odc(m_writer.get());
-    archive_write_add_filter_gzip(m_writer.get());
-    archive_write_set_bytes_in_last_block(m_writer.get(), 1);
-    check(archive_write_open_fd(m_writer.get(), m_file.get()), m_writer.get(), "payload");
+PayloadWriter::PayloadWriter() : file_(unnamedFile()), writer_(newWriteArchive()) {
+    archive_write_set_format_cpio_odc(writer_.get());
+    archive_write_add_filter_gzip(writer_.get());
+    archive_write_set_bytes_in_last_block(writer_.get(), 1);
+    check(archive_write_open_fd(writer_.get(), file_.get()), writer_.get(), "payload");
 }
 
 ArchiveEntry PayloadWriter::newEntry(const std::string &path, mode_t mode, unsigned type,
@@ -143,11 +141,11 @@ ArchiveEntry PayloadWriter::newEntry(const std::string &path, mode_t mode, unsig
 }
 
 void PayloadWriter::begin(const ArchiveEntry &entry) {
-    check(archive_write_header(m_writer.get(), entry.get()), m_writer.get(), "payload");
+    check(archive_write_header(writer_.get(), entry.get()), writer_.get(), "payload");
 }
 
 void PayloadWriter::write(std::string_view bytes) {
-    writeBytes(m_writer.get(), bytes);
+    writeBytes(writer_.get(), bytes);
 }
 
 void PayloadWriter::addFolder(const std::string &path, mode_t mode) {
@@ -166,10 +164,10 @@ void PayloadWriter::addSymbolicLink(const std::string &path, const std::string &
 }
 
 void PayloadWriter::addLinkedFiles(const std::string &path, const std::string &secondPath, std::string_view content) {
-    ++m_linkedPairs;
+    ++linkedPairs_;
     for (const std::string &name : {path, secondPath}) {
         const ArchiveEntry entry = newEntry(name, 0644, AE_IFREG, static_cast<std::int64_t>(content.size()));
-        archive_entry_set_ino64(entry.get(), m_linkedPairs);
+        archive_entry_set_ino64(entry.get(), linkedPairs_);
         archive_entry_set_nlink(entry.get(), 2);
         begin(entry);
         write(content);
@@ -179,10 +177,10 @@ void PayloadWriter::addLinkedFiles(const std::string &path, const std::string &s
 void PayloadWriter::addRandomFile(const std::string &path, std::int64_t sizeBytes) {
     begin(newEntry(path, 0644, AE_IFREG, sizeBytes));
     std::mt19937_64 random; // NOLINT: the same bytes each time are what is wanted
-    std::array<std::uint64_t, blockBytes / sizeof(std::uint64_t)> block{};
-    for (std::int64_t left = sizeBytes; left > 0; left -= static_cast<std::int64_t>(blockBytes)) {
+    std::array<std::uint64_t, kBlockBytes / sizeof(std::uint64_t)> block{};
+    for (std::int64_t left = sizeBytes; left > 0; left -= static_cast<std::int64_t>(kBlockBytes)) {
         std::ranges::generate(block, std::ref(random));
-        const auto length = static_cast<std::size_t>(std::min(left, static_cast<std::int64_t>(blockBytes)));
+        const auto length = static_cast<std::size_t>(std::min(left, static_cast<std::int64_t>(kBlockBytes)));
         write({reinterpret_cast<const char *>(block.data()), length});
     }
 }
@@ -206,8 +204,8 @@ void PayloadWriter::addTree(const std::filesystem::path &folder) {
 }
 
 UniqueFd PayloadWriter::finish() {
-    check(archive_write_close(m_writer.get()), m_writer.get(), "payload");
-    return std::move(m_file);
+    check(archive_write_close(writer_.get()), writer_.get(), "payload");
+    return std::move(file_);
 }
 
 void writeFlatPackage(const std::string &path, const std::vector<PackageMember> &members) {

@@ -29,7 +29,7 @@ public:
     void addLinkedFiles(const std::string &path, const std::string &secondPath, std::string_view content);
     /// A file of pseudo-random bytes, the same ones each time, that do not compress.
     void addRandomFile(const std::string &path, std::int64_t sizeBytes);
-    /// All that lies in `folder`, in the order of its names; files with mode 0755 or 0644.
+    /// All that lies in \p folder, in the order of its names; files with mode 0755 or 0644.
     void addTree(const std::filesystem::path &folder);
 
     /// Ends the archive and gives it, open for reading and writing.
@@ -40,9 +40,9 @@ private:
     void begin(const ArchiveEntry &entry);
     void write(std::string_view bytes);
 
-    UniqueFd m_file;
-    WriteArchive m_writer;
-    std::int64_t m_linkedPairs = 0;
+    UniqueFd file_;
+    WriteArchive writer_;
+    std::int64_t linkedPairs_ = 0;
 };
 
 /// A member of a flat package.
@@ -53,7 +53,7 @@ struct PackageMember {
 };
 
 /// Writes a xar archive with these members. A member's folder needs no member of its own. Throws std::runtime_error;
-/// what stands at `path` is then as it was.
+/// what stands at \p path is then as it was.
 void writeFlatPackage(const std::string &path, const std::vector<PackageMember> &members);
 
 /// The texts of a package's descriptions.

@@ -10,12 +10,11 @@
 #include <vector>
 
 namespace kyb::macroot {
-
 namespace {
 
 using Kind = PayloadItem::Kind;
 
-constexpr std::size_t copyBlockBytes = std::size_t{64} * 1024;
+constexpr std::size_t kCopyBlockBytes = std::size_t{64} * 1024;
 
 Kind kindOf(archive_entry *entry, const std::string &path) {
     if (archive_entry_hardlink(entry) != nullptr) {
@@ -55,7 +54,7 @@ using OnItem = std::function<void(const PayloadItem &)>;
 using OnBlock = std::function<void(std::string_view)>;
 
 void readData(archive *payload, const std::string &path, const OnBlock &onBlock) {
-    std::array<char, copyBlockBytes> block; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by each read
+    std::array<char, kCopyBlockBytes> block; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by each read
     la_ssize_t got = 0;
     while ((got = archive_read_data(payload, block.data(), block.size())) > 0) {
         onBlock(std::string_view(block.data(), static_cast<std::size_t>(got)));
@@ -84,7 +83,7 @@ void eachItem(archive *payload, const OnItem &onItem, const OnBlock &onBlock) {
 class Unpacker {
 public:
     Unpacker(std::string_view location, int base, const BytesRead &onBytes)
-        : m_location(location), m_base(base), m_onBytes(onBytes) {}
+        : location_(location), base_(base), onBytes_(onBytes) {}
 
     void begin(const PayloadItem &item);
     void write(std::string_view block);
@@ -93,58 +92,58 @@ public:
 private:
     void linkSymbolically(const PayloadItem &item) const;
 
-    std::string m_location;
-    int m_base;
-    const BytesRead &m_onBytes;
-    UniqueFd m_file; ///< the file that is being written, if any
-    PayloadItem m_item;
+    std::string location_;
+    int base_;
+    const BytesRead &onBytes_;
+    UniqueFd file_; ///< the file that is being written, if any
+    PayloadItem item_;
 };
 
 void Unpacker::begin(const PayloadItem &item) {
     finish();
-    m_item = item;
-    m_item.path = placeBelowRoot(item.path, m_location);
+    item_ = item;
+    item_.path = placeBelowRoot(item.path, location_);
     switch (item.kind) {
     case Kind::Folder:
-        makeFolderBelow(m_base, m_item.path);
+        makeFolderBelow(base_, item_.path);
         break;
     case Kind::File:
-        m_file = createFileBelow(m_base, m_item.path, m_item.mode);
+        file_ = createFileBelow(base_, item_.path, item_.mode);
         break;
     case Kind::SymbolicLink:
-        linkSymbolically(m_item);
+        linkSymbolically(item_);
         break;
     case Kind::HardLink:
-        makeFolderBelow(m_base, parentPath(m_item.path));
-        hardLinkBelow(m_base, placeBelowRoot(item.linkTarget, m_location), m_base, m_item.path);
+        makeFolderBelow(base_, parentPath(item_.path));
+        hardLinkBelow(base_, placeBelowRoot(item.linkTarget, location_), base_, item_.path);
         break;
     }
 }
 
 void Unpacker::linkSymbolically(const PayloadItem &item) const {
-    const UniqueFd folder = makeFolderBelow(m_base, parentPath(item.path));
-    if (::symlinkat(item.linkTarget.c_str(), folder.get(), std::string(leafName(item.path)).c_str()) != 0) {
+    const UniqueFd folder = makeFolderBelow(base_, parentPath(item.path));
+    if (symlinkat(item.linkTarget.c_str(), folder.get(), std::string(leafName(item.path)).c_str()) != 0) {
         throwLastError(shownPath(item.path));
     }
 }
 
 void Unpacker::write(std::string_view block) {
-    if (!writeAll(m_file.get(), block)) {
-        throwLastError(shownPath(m_item.path));
+    if (!writeAll(file_.get(), block)) {
+        throwLastError(shownPath(item_.path));
     }
-    m_onBytes(block.size());
+    onBytes_(block.size());
 }
 
 void Unpacker::finish() {
-    if (!m_file) {
+    if (!file_) {
         return;
     }
-    const std::array<timespec, 2> times{{{m_item.modified, 0}, {m_item.modified, 0}}};
+    const std::array<timespec, 2> times{{{item_.modified, 0}, {item_.modified, 0}}};
     // Writing takes the set-id bits away, so the mode is given once more.
-    if (::futimens(m_file.get(), times.data()) != 0 || ::fchmod(m_file.get(), m_item.mode) != 0) {
-        throwLastError(shownPath(m_item.path));
+    if (futimens(file_.get(), times.data()) != 0 || fchmod(file_.get(), item_.mode) != 0) {
+        throwLastError(shownPath(item_.path));
     }
-    m_file = UniqueFd();
+    file_ = UniqueFd();
 }
 
 } // namespace
@@ -163,7 +162,7 @@ void PayloadList::add(const PayloadItem &item, std::string_view location) {
         }
         return;
     }
-    const auto [found, isNew] = m_items.try_emplace(placed.path, placed);
+    const auto [found, isNew] = items_.try_emplace(placed.path, placed);
     if (!isNew && (found->second.kind != Kind::Folder || placed.kind != Kind::Folder)) {
         throw InstallError("The payload holds " + shownPath(placed.path) + " twice");
     }
@@ -177,7 +176,7 @@ void PayloadList::addFolder(const std::string &path) {
     addFolder(std::string(parentPath(path)));
     PayloadItem folder;
     folder.path = path;
-    if (m_items.try_emplace(path, folder).first->second.kind != Kind::Folder) {
+    if (items_.try_emplace(path, folder).first->second.kind != Kind::Folder) {
         throw InstallError("The payload holds something below " + shownPath(path) + ", which is no folder of it");
     }
 }
@@ -188,8 +187,8 @@ void PayloadList::checkLink(const PayloadItem &item) const {
                            item.linkTarget);
     }
     if (item.kind == Kind::HardLink) {
-        const auto target = m_items.find(item.linkTarget);
-        if (target == m_items.end() || target->second.kind != Kind::File) {
+        const auto target = items_.find(item.linkTarget);
+        if (target == items_.end() || target->second.kind != Kind::File) {
             throw InstallError("The payload holds a hard link to no file of it: " + shownPath(item.path));
         }
     }
@@ -197,7 +196,7 @@ void PayloadList::checkLink(const PayloadItem &item) const {
 
 std::int64_t PayloadList::totalBytes() const {
     std::int64_t total = 0;
-    for (const auto &[path, item] : m_items) {
+    for (const auto &[path, item] : items_) {
         total += item.sizeBytes;
     }
     return total;

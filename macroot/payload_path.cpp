@@ -18,7 +18,7 @@ std::vector<std::string_view> pathNames(std::string_view path) {
 }
 
 std::optional<std::string> payloadPath(std::string_view raw) {
-    const bool usable = !raw.empty() && raw.front() != '/' && raw.size() <= longestPayloadPath;
+    const bool usable = !raw.empty() && raw.front() != '/' && raw.size() <= kLongestPayloadPath;
     if (!usable || raw.find('\0') != std::string_view::npos) {
         return std::nullopt;
     }

@@ -12,25 +12,24 @@
 #include <utility>
 
 namespace kyb::macroot {
-
 namespace {
 
 using Outcome = PlistEditor::Outcome;
 
-constexpr std::size_t indentColumns = 4;
+constexpr std::size_t kIndentColumns = 4;
 
 /// Takes one text after the other from the front of a command.
 class WordReader {
 public:
-    explicit WordReader(std::string_view text) : m_rest(text) {}
+    explicit WordReader(std::string_view text) : rest_(text) {}
 
     std::string word() {
         skipBlanks();
         std::string word;
         char quote = '\0';
-        while (!m_rest.empty() && (quote != '\0' || m_rest.front() != ' ')) {
+        while (!rest_.empty() && (quote != '\0' || rest_.front() != ' ')) {
             const char c = take();
-            if (c == '\\' && !m_rest.empty()) {
+            if (c == '\\' && !rest_.empty()) {
                 word += take();
             } else if (c == quote || (quote == '\0' && (c == '"' || c == '\''))) {
                 quote = c == quote ? '\0' : c;
@@ -43,19 +42,19 @@ public:
     std::string rest() {
         skipBlanks();
         const bool quoted =
-            m_rest.size() >= 2 && m_rest.front() == m_rest.back() && (m_rest.front() == '"' || m_rest.front() == '\'');
-        return std::string(quoted ? m_rest.substr(1, m_rest.size() - 2) : m_rest);
+            rest_.size() >= 2 && rest_.front() == rest_.back() && (rest_.front() == '"' || rest_.front() == '\'');
+        return std::string(quoted ? rest_.substr(1, rest_.size() - 2) : rest_);
     }
 
 private:
     char take() {
-        const char c = m_rest.front();
-        m_rest.remove_prefix(1);
+        const char c = rest_.front();
+        rest_.remove_prefix(1);
         return c;
     }
-    void skipBlanks() { m_rest.remove_prefix(std::min(m_rest.find_first_not_of(' '), m_rest.size())); }
+    void skipBlanks() { rest_.remove_prefix(std::min(rest_.find_first_not_of(' '), rest_.size())); }
 
-    std::string_view m_rest;
+    std::string_view rest_;
 };
 
 std::string lowered(std::string text) {
@@ -96,7 +95,7 @@ plist_t childOf(plist_t node, const std::string &name) {
     return there ? plist_array_get_item(node, *index) : nullptr;
 }
 
-/// Puts `child` (which then belongs to the container) in; false when the container has no such place.
+/// Puts \p child (which then belongs to the container) in; false when the container has no such place.
 bool insertChild(plist_t container, const std::string &name, Plist &child) {
     if (plist_get_node_type(container) == PLIST_DICT) {
         plist_dict_set_item(container, name.c_str(), child.release());
@@ -167,8 +166,8 @@ std::string printedDict(plist_t node, std::size_t columns) {
         if (value == nullptr) {
             break;
         }
-        text.append(columns + indentColumns, ' ');
-        text.append(key).append(" = ").append(printedAt(value, columns + indentColumns)).append("\n");
+        text.append(columns + kIndentColumns, ' ');
+        text.append(key).append(" = ").append(printedAt(value, columns + kIndentColumns)).append("\n");
         std::free(key); // NOLINT: libplist gives memory of malloc()
     }
     std::free(iterator); // NOLINT
@@ -178,8 +177,8 @@ std::string printedDict(plist_t node, std::size_t columns) {
 std::string printedArray(plist_t node, std::size_t columns) {
     std::string text = "Array {\n";
     for (std::uint32_t i = 0; i < plist_array_get_size(node); ++i) {
-        text.append(columns + indentColumns, ' ');
-        text.append(printedAt(plist_array_get_item(node, i), columns + indentColumns)).append("\n");
+        text.append(columns + kIndentColumns, ' ');
+        text.append(printedAt(plist_array_get_item(node, i), columns + kIndentColumns)).append("\n");
     }
     return text.append(columns, ' ') + "}";
 }
@@ -238,7 +237,7 @@ Outcome PlistEditor::run(std::string_view text) {
 }
 
 plist_t PlistEditor::find(const std::vector<std::string> &names) const {
-    plist_t node = m_root.get();
+    plist_t node = root_.get();
     for (const std::string &name : names) {
         node = node != nullptr ? childOf(node, name) : nullptr;
     }
@@ -264,7 +263,7 @@ Outcome PlistEditor::set(const PlistCommand &command) {
         return failure(problem);
     }
     assign(node, value.get());
-    m_changed = true;
+    changed_ = true;
     return {};
 }
 
@@ -287,7 +286,7 @@ Outcome PlistEditor::add(const PlistCommand &command) {
     if (container == nullptr || !isContainer(container) || !insertChild(container, name, value)) {
         return failure(command.name + ": Can't Add Entry, \"" + withColon(command.entry) + "\", to Parent");
     }
-    m_changed = true;
+    changed_ = true;
     return {};
 }
 
@@ -303,7 +302,7 @@ Outcome PlistEditor::remove(const PlistCommand &command) {
     } else {
         plist_dict_remove_item(parent, names.back().c_str());
     }
-    m_changed = true;
+    changed_ = true;
     return {};
 }
 

@@ -24,7 +24,7 @@ std::vector<std::string> entryNames(std::string_view entry);
 /// Runs commands on one property list. A command that fails changes nothing.
 class PlistEditor {
 public:
-    explicit PlistEditor(Plist root) : m_root(std::move(root)) {}
+    explicit PlistEditor(Plist root) : root_(std::move(root)) {}
 
     struct Outcome {
         bool succeeded = true;
@@ -32,19 +32,19 @@ public:
     };
     Outcome run(std::string_view command);
 
-    [[nodiscard]] plist_t root() const { return m_root.get(); }
-    [[nodiscard]] bool isChanged() const { return m_changed; }
-    void markSaved() { m_changed = false; }
+    plist_t root() const { return root_.get(); }
+    bool isChanged() const { return changed_; }
+    void markSaved() { changed_ = false; }
 
 private:
     Outcome print(const PlistCommand &command);
     Outcome set(const PlistCommand &command);
     Outcome add(const PlistCommand &command);
     Outcome remove(const PlistCommand &command);
-    [[nodiscard]] plist_t find(const std::vector<std::string> &names) const;
+    plist_t find(const std::vector<std::string> &names) const;
 
-    Plist m_root;
-    bool m_changed = false;
+    Plist root_;
+    bool changed_ = false;
 };
 
 /// A node as the Print command shows it, without a line end.

@@ -3,16 +3,15 @@
 #include <cstdint>
 
 namespace kyb::macroot {
-
 namespace {
 
-constexpr std::string_view binaryMagic = "bplist00";
-constexpr std::int64_t secondsFrom1970To2001 = 978307200;
+constexpr std::string_view kBinaryMagic = "bplist00";
+constexpr std::int64_t kSecondsFrom1970To2001 = 978307200;
 
 } // namespace
 
 PlistFormat plistFormatOf(std::string_view text) {
-    return text.starts_with(binaryMagic) ? PlistFormat::Binary : PlistFormat::Xml;
+    return text.starts_with(kBinaryMagic) ? PlistFormat::Binary : PlistFormat::Xml;
 }
 
 Plist plistFromText(std::string_view text) {
@@ -33,14 +32,14 @@ std::string plistToText(plist_t root, PlistFormat format) {
 }
 
 plist_t newDateNode(std::int64_t unixSeconds) {
-    return plist_new_date(static_cast<std::int32_t>(unixSeconds - secondsFrom1970To2001), 0);
+    return plist_new_date(static_cast<std::int32_t>(unixSeconds - kSecondsFrom1970To2001), 0);
 }
 
 std::int64_t unixSecondsOf(plist_t date) {
     std::int32_t seconds = 0;
     std::int32_t microseconds = 0;
     plist_get_date_val(date, &seconds, &microseconds);
-    return seconds + secondsFrom1970To2001;
+    return seconds + kSecondsFrom1970To2001;
 }
 
 } // namespace kyb::macroot

@@ -6,11 +6,10 @@
 #include <ctime>
 
 namespace kyb::macroot {
-
 namespace {
 
-constexpr const char *printedDateFormat = "%a %b %d %H:%M:%S UTC %Y";
-constexpr const char *writtenDateFormat = "%Y-%m-%dT%H:%M:%SZ";
+constexpr const char *kPrintedDateFormat = "%a %b %d %H:%M:%S UTC %Y";
+constexpr const char *kWrittenDateFormat = "%Y-%m-%dT%H:%M:%SZ";
 
 std::string lowered(std::string_view text) {
     std::string result(text);
@@ -63,7 +62,7 @@ struct TypeRow {
     const char *problem;
 };
 
-constexpr auto typeRows = std::to_array<TypeRow>({
+constexpr auto kTypeRows = std::to_array<TypeRow>({
     {"string", PLIST_STRING, stringNode, ""},
     {"bool", PLIST_BOOLEAN, boolNode, "Unrecognized Boolean Format"},
     {"integer", PLIST_UINT, integerNode, "Unrecognized Integer Format"},
@@ -97,11 +96,11 @@ std::optional<double> realFromText(const std::string &text) {
 }
 
 std::optional<std::int64_t> dateFromText(const std::string &text) {
-    for (const char *const format : {writtenDateFormat, printedDateFormat}) {
+    for (const char *const format : {kWrittenDateFormat, kPrintedDateFormat}) {
         std::tm parts = {};
-        const char *const end = ::strptime(text.c_str(), format, &parts);
+        const char *const end = strptime(text.c_str(), format, &parts);
         if (end != nullptr && *end == '\0') {
-            return ::timegm(&parts);
+            return timegm(&parts);
         }
     }
     return std::nullopt;
@@ -111,13 +110,13 @@ std::string dateText(std::int64_t unixSeconds) {
     const std::time_t when = unixSeconds;
     std::tm parts = {};
     std::array<char, 40> text{};
-    ::gmtime_r(&when, &parts);
-    return {text.data(), std::strftime(text.data(), text.size(), printedDateFormat, &parts)};
+    gmtime_r(&when, &parts);
+    return {text.data(), std::strftime(text.data(), text.size(), kPrintedDateFormat, &parts)};
 }
 
 Plist nodeFromText(std::string_view type, const std::string &text, std::string &problem) {
-    const auto row = std::ranges::find(typeRows, type, &TypeRow::name);
-    if (row == typeRows.end()) {
+    const auto row = std::ranges::find(kTypeRows, type, &TypeRow::name);
+    if (row == kTypeRows.end()) {
         problem = "Unrecognized Type: " + std::string(type);
         return {};
     }
@@ -126,8 +125,8 @@ Plist nodeFromText(std::string_view type, const std::string &text, std::string &
 }
 
 std::string_view typeName(plist_t node) {
-    const auto row = std::ranges::find(typeRows, plist_get_node_type(node), &TypeRow::type);
-    return row == typeRows.end() ? std::string_view() : row->name;
+    const auto row = std::ranges::find(kTypeRows, plist_get_node_type(node), &TypeRow::type);
+    return row == kTypeRows.end() ? std::string_view() : row->name;
 }
 
 } // namespace kyb::macroot

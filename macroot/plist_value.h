@@ -18,7 +18,7 @@ std::optional<std::int64_t> dateFromText(const std::string &text);
 std::string dateText(std::int64_t unixSeconds);
 
 /// A new node of this type ("string", "bool", "integer", "real", "date", "data", "array", "dict"), for a text that is
-/// already its value. For a type that is unknown or a text that is no such value: empty, and the reason in `problem`.
+/// already its value. For a type that is unknown or a text that is no such value: empty, and the reason in \p problem.
 Plist nodeFromText(std::string_view type, const std::string &text, std::string &problem);
 
 /// The name of a node's type, as nodeFromText() takes it; "" for one that has none.

@@ -16,14 +16,14 @@ public:
     ~SignalWatch();
 
     /// Whether such a signal has come.
-    [[nodiscard]] bool ending() const;
+    bool ending() const;
     /// Throws InstallError when such a signal has come.
     void check() const;
     /// Waits this long, or until such a signal comes.
     void wait(std::chrono::milliseconds time) const;
 
 private:
-    sigset_t m_earlierMask = {};
+    sigset_t earlierMask_ = {};
 };
 
 } // namespace kyb::macroot

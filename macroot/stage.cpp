@@ -5,45 +5,43 @@
 #include "payload_path.h"
 #include "split_text.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-
 #include <algorithm>
 #include <cstdio>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <vector>
 
 namespace kyb::macroot {
-
 namespace {
 
 using Kind = PayloadItem::Kind;
 
 // What placing one item does. It stands before the item's path in the plan, and a zero byte ends each record.
 // A folder that is there already has no record.
-enum Deed : char { NewFolder = 'D', NewFile = 'N', Replaced = 'R' };
+enum Change : char { NewFolder = 'D', NewFile = 'N', Replaced = 'R' };
 
-constexpr std::string_view planName = "plan";
-constexpr std::string_view unfinishedPlanName = "plan.new";
-constexpr std::string_view filesName = "files";
-constexpr std::string_view savedName = "saved";
-constexpr std::string_view lockPath = "var/run/installer.lock";
+constexpr std::string_view kPlanName = "plan";
+constexpr std::string_view kUnfinishedPlanName = "plan.new";
+constexpr std::string_view kFilesName = "files";
+constexpr std::string_view kSavedName = "saved";
+constexpr std::string_view kLockPath = "var/run/installer.lock";
 
 std::vector<std::string> readPlan(int stage) {
-    std::vector<std::string> records = splitText(readFileBelow(stage, planName).value_or(""), '\0');
+    std::vector<std::string> records = splitText(readFileBelow(stage, kPlanName).value_or(""), '\0');
     std::erase(records, std::string()); // behind the last zero byte
     return records;
 }
 
-// NB: may meet a deed that was not done yet, was done, or was taken back already, and ends the same way each time.
-void takeBack(int root, int stage, const std::string &record) {
+// NB: idempotent: it may meet a change that was not made yet, was made, or was rolled back already.
+void rollBack(int root, int stage, const std::string &record) {
     const std::string path = record.substr(1);
-    const std::string saved = joinedPath(savedName, path);
+    const std::string saved = joinedPath(kSavedName, path);
     switch (record.front()) {
     case NewFolder:
         removeEmptyFolderBelow(root, path);
         break;
     case NewFile:
-        if (!lookBelow(stage, joinedPath(filesName, path))) {
+        if (!lookBelow(stage, joinedPath(kFilesName, path))) {
             removeFileBelow(root, path);
         }
         break;
@@ -57,14 +55,14 @@ void takeBack(int root, int stage, const std::string &record) {
     }
 }
 
-void takeAllBack(int root, int stage) {
+void rollAllBack(int root, int stage) {
     const std::vector<std::string> records = readPlan(stage);
-    std::for_each(records.rbegin(), records.rend(), [=](const std::string &record) { takeBack(root, stage, record); });
+    std::for_each(records.rbegin(), records.rend(), [=](const std::string &record) { rollBack(root, stage, record); });
 }
 
 // What the item will do at its place; throws when something that must stay is in the way. Nothing to do gives no text.
 std::string plannedRecord(int root, const PayloadItem &item) {
-    if (item.path == Stage::folder || item.path.starts_with(std::string(Stage::folder) + "/")) {
+    if (item.path == Stage::kFolder || item.path.starts_with(std::string(Stage::kFolder) + "/")) {
         throw InstallError(shownPath(item.path) + ": this place is the installer's own");
     }
     const std::optional<struct stat> found = lookBelow(root, item.path);
@@ -84,7 +82,7 @@ void placeFolder(int root, const PayloadItem &item) {
         return;
     }
     const UniqueFd made = makeFolderBelow(root, item.path);
-    if (::fchmod(made.get(), item.mode) != 0) {
+    if (fchmod(made.get(), item.mode) != 0) {
         throwLastError(shownPath(item.path));
     }
 }
@@ -92,92 +90,91 @@ void placeFolder(int root, const PayloadItem &item) {
 } // namespace
 
 bool Stage::recover(int root) {
-    const UniqueFd stage = openFolderBelow(root, folder);
+    const UniqueFd stage = openFolderBelow(root, kFolder);
     if (!stage) {
         return false;
     }
-    takeAllBack(root, stage.get());
-    removeBelow(root, folder);
+    rollAllBack(root, stage.get());
+    removeBelow(root, kFolder);
     return true;
 }
 
-Stage::Stage(int root) : m_root(root), m_stage(makeFolderBelow(root, folder)) {
-    if (::fchmod(m_stage.get(), 0700) != 0) {
-        throwLastError(shownPath(folder));
+Stage::Stage(int root) : root_(root), stage_(makeFolderBelow(root, kFolder)) {
+    if (fchmod(stage_.get(), 0700) != 0) {
+        throwLastError(shownPath(kFolder));
     }
-    m_files = makeFolder(filesName);
-    m_saved = makeFolder(savedName);
+    files_ = makeFolder(kFilesName);
+    saved_ = makeFolder(kSavedName);
 }
 
 Stage::~Stage() {
     try {
-        recover(m_root); // nothing is taken back after a commit
+        recover(root_); // nothing is rolled back after a commit
     } catch (const InstallError &error) {
         std::fprintf(stderr, "installer: %s (the next run tries again)\n", error.what());
     }
 }
 
 UniqueFd Stage::makeFolder(std::string_view name) const {
-    return makeFolderBelow(m_stage.get(), name);
+    return makeFolderBelow(stage_.get(), name);
 }
 
 void Stage::checkPlaces(int root, const PayloadList::Items &items) {
     for (const auto &[path, item] : items) {
-        (void)plannedRecord(root, item);
+        plannedRecord(root, item);
     }
 }
 
 void Stage::plan(const PayloadList::Items &items) {
     std::string records;
     for (const auto &[path, item] : items) {
-        const std::string record = plannedRecord(m_root, item);
+        const std::string record = plannedRecord(root_, item);
         if (!record.empty()) {
             records += record + '\0';
         }
         if (record.starts_with(Replaced)) {
-            m_replaced.insert(path);
+            replaced_.insert(path);
         }
     }
-    writeFileBelow(m_stage.get(), unfinishedPlanName, records, 0600);
-    moveBelow(m_stage.get(), unfinishedPlanName, m_stage.get(), planName);
+    writeFileBelow(stage_.get(), kUnfinishedPlanName, records, 0600);
+    moveBelow(stage_.get(), kUnfinishedPlanName, stage_.get(), kPlanName);
 }
 
 void Stage::place(const PayloadItem &item) {
     if (item.kind == Kind::Folder) {
-        placeFolder(m_root, item);
+        placeFolder(root_, item);
         return;
     }
-    if (m_replaced.contains(item.path)) {
-        makeFolderBelow(m_saved.get(), parentPath(item.path));
-        hardLinkBelow(m_root, item.path, m_saved.get(), item.path);
+    if (replaced_.contains(item.path)) {
+        makeFolderBelow(saved_.get(), parentPath(item.path));
+        hardLinkBelow(root_, item.path, saved_.get(), item.path);
     }
-    moveBelow(m_files.get(), item.path, m_root, item.path);
+    moveBelow(files_.get(), item.path, root_, item.path);
 }
 
 void Stage::commit() {
-    removeFileBelow(m_stage.get(), planName);
+    removeFileBelow(stage_.get(), kPlanName);
 }
 
 void Stage::remove() {
-    removeBelow(m_root, folder);
+    removeBelow(root_, kFolder);
 }
 
 InstallLock::InstallLock(int root) {
-    const UniqueFd place = makeFolderBelow(root, parentPath(lockPath));
-    const std::string name(leafName(lockPath));
-    m_file =
-        UniqueFd(::openat(place.get(), name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600));
-    if (!m_file) {
-        throwLastError(shownPath(lockPath));
+    const UniqueFd place = makeFolderBelow(root, parentPath(kLockPath));
+    const std::string name(leafName(kLockPath));
+    file_ = UniqueFd(openat(place.get(), name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600));
+    if (!file_) {
+        throwLastError(shownPath(kLockPath));
     }
 }
 
 bool InstallLock::tryToTake() const {
-    if (::flock(m_file.get(), LOCK_EX | LOCK_NB) == 0) {
+    if (flock(file_.get(), LOCK_EX | LOCK_NB) == 0) {
         return true;
     }
     if (errno != EWOULDBLOCK) {
-        throwLastError(shownPath(lockPath));
+        throwLastError(shownPath(kLockPath));
     }
     return false;
 }

@@ -10,30 +10,30 @@
 namespace kyb::macroot {
 
 /// The installer's own folder below the root, where files wait until all of them can be moved into place, and the
-/// record that lets every move be taken back, by this run or, after a kill, by the next one. All calls need the
-/// InstallLock. An object that is destroyed before commit() takes back what was placed and removes the folder.
+/// record that lets every move be rolled back, by this run or, after a kill, by the next one. All calls need the
+/// InstallLock. An object that is destroyed before commit() rolls back what was placed and removes the folder.
 class Stage {
 public:
-    static constexpr std::string_view folder = "var/db/.installer-stage";
+    static constexpr std::string_view kFolder = "var/db/.installer-stage";
 
-    /// Takes back what a killed run had placed but not committed, and removes its folder. Returns whether there was
-    /// one. Throws InstallError when that cannot be done.
+    /// Rolls back what a killed run had placed but not committed, and removes its folder. Throws InstallError when that
+    /// cannot be done. \return whether there was one.
     static bool recover(int root);
 
     /// Looks whether every item can go to its place. Throws InstallError when a link or a thing of another kind stands
     /// in the way.
     static void checkPlaces(int root, const PayloadList::Items &items);
 
-    /// Makes the empty folder. `root` is the open root folder and must stay open.
+    /// Makes the empty folder. \p root is the open root folder and must stay open.
     explicit Stage(int root);
     Stage(const Stage &) = delete;
     Stage &operator=(const Stage &) = delete;
     ~Stage();
 
     /// The folder in which the files wait, each at the path that it will have below the root.
-    [[nodiscard]] int files() const { return m_files.get(); }
-    /// A new folder of the stage for other things; `name` has one part.
-    [[nodiscard]] UniqueFd makeFolder(std::string_view name) const;
+    int files() const { return files_.get(); }
+    /// A new folder of the stage for other things; \p name has one part.
+    UniqueFd makeFolder(std::string_view name) const;
 
     /// Records what placing every item will do. To be called once, before place(). Throws InstallError as
     /// checkPlaces() does; nothing is then changed.
@@ -47,11 +47,11 @@ public:
     void remove();
 
 private:
-    int m_root;
-    UniqueFd m_stage;
-    UniqueFd m_files;
-    UniqueFd m_saved; ///< earlier files, each at its path, under a second name
-    std::set<std::string, std::less<>> m_replaced;
+    int root_;
+    UniqueFd stage_;
+    UniqueFd files_;
+    UniqueFd saved_; ///< earlier files, each at its path, under a second name
+    std::set<std::string, std::less<>> replaced_;
 };
 
 /// Lets one installer at a time work below a root; gone with the object, and with the process.
@@ -60,10 +60,10 @@ public:
     /// Opens the lock file, without waiting for anything.
     explicit InstallLock(int root);
     /// Takes the lock if nobody has it.
-    [[nodiscard]] bool tryToTake() const;
+    bool tryToTake() const;
 
 private:
-    UniqueFd m_file;
+    UniqueFd file_;
 };
 
 } // namespace kyb::macroot

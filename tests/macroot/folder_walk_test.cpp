@@ -13,22 +13,22 @@ namespace fs = std::filesystem;
 class FolderWalk : public testing::Test {
 protected:
     FolderWalk() {
-        fs::create_directories(m_outside / "folder");
-        fs::create_directories(m_inside / "a/b");
-        writeText(m_outside / "file", "kept");
-        writeText(m_inside / "a/file", "text");
-        fs::create_directory_symlink(m_outside.path(), m_inside / "link");
-        m_base = openFolder(m_inside.path().string());
+        fs::create_directories(outside_ / "folder");
+        fs::create_directories(inside_ / "a/b");
+        writeText(outside_ / "file", "kept");
+        writeText(inside_ / "a/file", "text");
+        fs::create_directory_symlink(outside_.path(), inside_ / "link");
+        base_ = openFolder(inside_.path().string());
     }
 
-    TempFolder m_outside;
-    TempFolder m_inside;
-    UniqueFd m_base;
+    TempFolder outside_;
+    TempFolder inside_;
+    UniqueFd base_;
 };
 
 TEST_F(FolderWalk, NeverGoesThroughALink) {
-    const Snapshot before = snapshotOf(m_outside.path());
-    const int base = m_base.get();
+    const Snapshot before = snapshotOf(outside_.path());
+    const int base = base_.get();
     EXPECT_THROW(openFolderBelow(base, "link"), InstallError);
     EXPECT_THROW(openFolderBelow(base, "link/folder"), InstallError);
     EXPECT_THROW(makeFolderBelow(base, "link/new"), InstallError);
@@ -40,47 +40,47 @@ TEST_F(FolderWalk, NeverGoesThroughALink) {
     EXPECT_THROW(moveBelow(base, "link/file", base, "a/new"), InstallError);
     EXPECT_THROW(hardLinkBelow(base, "link/file", base, "a/new"), InstallError);
     EXPECT_THROW(createFileBelow(base, "link/new", 0644), InstallError);
-    EXPECT_THROW((void)readFileBelow(base, "link/file"), InstallError);
-    EXPECT_EQ(snapshotOf(m_outside.path()), before);
+    EXPECT_THROW(readFileBelow(base, "link/file"), InstallError);
+    EXPECT_EQ(snapshotOf(outside_.path()), before);
 }
 
 TEST_F(FolderWalk, RemovesALinkAndNotWhatItLeadsTo) {
-    removeBelow(m_base.get(), "link");
-    EXPECT_FALSE(fs::is_symlink(m_inside / "link"));
-    EXPECT_EQ(textOf(m_outside / "file"), "kept");
+    removeBelow(base_.get(), "link");
+    EXPECT_FALSE(fs::is_symlink(inside_ / "link"));
+    EXPECT_EQ(textOf(outside_ / "file"), "kept");
 }
 
 TEST_F(FolderWalk, RemovesATreeWithLinksInIt) {
-    fs::create_directory_symlink(m_outside.path(), m_inside / "a/b/link");
-    removeBelow(m_base.get(), "a");
-    EXPECT_FALSE(fs::exists(m_inside / "a"));
-    EXPECT_EQ(textOf(m_outside / "file"), "kept");
+    fs::create_directory_symlink(outside_.path(), inside_ / "a/b/link");
+    removeBelow(base_.get(), "a");
+    EXPECT_FALSE(fs::exists(inside_ / "a"));
+    EXPECT_EQ(textOf(outside_ / "file"), "kept");
 }
 
 TEST_F(FolderWalk, TellsAFolderThatIsNotThere) {
-    EXPECT_FALSE(openFolderBelow(m_base.get(), "a/missing/b"));
-    EXPECT_FALSE(lookBelow(m_base.get(), "a/missing/b"));
-    EXPECT_FALSE(readFileBelow(m_base.get(), "a/missing"));
-    EXPECT_THROW(openFolderBelow(m_base.get(), "a/file"), InstallError);
+    EXPECT_FALSE(openFolderBelow(base_.get(), "a/missing/b"));
+    EXPECT_FALSE(lookBelow(base_.get(), "a/missing/b"));
+    EXPECT_FALSE(readFileBelow(base_.get(), "a/missing"));
+    EXPECT_THROW(openFolderBelow(base_.get(), "a/file"), InstallError);
 }
 
 TEST_F(FolderWalk, MakesNoFileWhereOneIs) {
-    EXPECT_THROW(createFileBelow(m_base.get(), "a/file", 0644), InstallError);
-    EXPECT_EQ(textOf(m_inside / "a/file"), "text");
+    EXPECT_THROW(createFileBelow(base_.get(), "a/file", 0644), InstallError);
+    EXPECT_EQ(textOf(inside_ / "a/file"), "text");
 }
 
 TEST_F(FolderWalk, GivesAFileItsModeWhateverTheMask) {
-    writeFileBelow(m_base.get(), "new/folder/file", "x", 0666);
-    EXPECT_EQ(modeOf(m_inside / "new/folder/file"), 0666U);
-    EXPECT_EQ(readFileBelow(m_base.get(), "new/folder/file"), "x");
+    writeFileBelow(base_.get(), "new/folder/file", "x", 0666);
+    EXPECT_EQ(modeOf(inside_ / "new/folder/file"), 0666U);
+    EXPECT_EQ(readFileBelow(base_.get(), "new/folder/file"), "x");
 }
 
 TEST_F(FolderWalk, LeavesAFolderThatHoldsSomething) {
-    removeEmptyFolderBelow(m_base.get(), "a");
-    EXPECT_TRUE(fs::exists(m_inside / "a/file"));
-    removeEmptyFolderBelow(m_base.get(), "a/b");
-    EXPECT_FALSE(fs::exists(m_inside / "a/b"));
-    removeEmptyFolderBelow(m_base.get(), "a/b");
+    removeEmptyFolderBelow(base_.get(), "a");
+    EXPECT_TRUE(fs::exists(inside_ / "a/file"));
+    removeEmptyFolderBelow(base_.get(), "a/b");
+    EXPECT_FALSE(fs::exists(inside_ / "a/b"));
+    removeEmptyFolderBelow(base_.get(), "a/b");
 }
 
 } // namespace kyb::macroot

@@ -43,7 +43,7 @@ TEST(InstallLog, IsNeverWrittenThroughALink) {
 TEST(InstallLog, IsNoFifo) {
     const TempFolder root;
     std::filesystem::create_directories(root / "var/log");
-    ASSERT_EQ(::mkfifo((root / "var/log/install.log").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo((root / "var/log/install.log").c_str(), 0600), 0);
     EXPECT_THROW(InstallLog(openFolder(root.path().string()).get()), InstallError);
 }
 

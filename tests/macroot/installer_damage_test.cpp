@@ -2,14 +2,12 @@
 #include "package_writer.h"
 
 #include <gmock/gmock.h>
-
 #include <random>
 
 namespace kyb::macroot {
-
 namespace {
 
-constexpr std::size_t triedPlaces = 60;
+constexpr std::size_t kTriedPlaces = 60;
 
 // Whatever is in the file, the program ends by itself, and either all is in place or nothing.
 void expectAllOrNothing(const MacRoot &root, const Snapshot &before, const std::string &package,
@@ -33,8 +31,8 @@ TEST(InstallerDamage, OfAPackageThatIsCutOffAnywhere) {
     const std::string package = root.samplePackage({"--version", "1"});
     const std::string whole = textOf(package);
     const Snapshot before = root.snapshot();
-    for (std::size_t i = 0; i < triedPlaces; ++i) {
-        const std::size_t length = whole.size() * i / triedPlaces;
+    for (std::size_t i = 0; i < kTriedPlaces; ++i) {
+        const std::size_t length = whole.size() * i / kTriedPlaces;
         writeText(package, whole.substr(0, length));
         EXPECT_EQ(root.install(package).status, 1) << length;
         EXPECT_EQ(root.snapshot(), before) << length;
@@ -49,8 +47,8 @@ TEST(InstallerDamage, OfOneByteAnywhere) {
     const MacRoot root;
     const std::string package = root.samplePackage({"--version", "1"});
     const std::string whole = textOf(package);
-    for (std::size_t i = 0; i < triedPlaces; ++i) {
-        const std::size_t place = whole.size() * i / triedPlaces;
+    for (std::size_t i = 0; i < kTriedPlaces; ++i) {
+        const std::size_t place = whole.size() * i / kTriedPlaces;
         std::string damaged = whole;
         damaged[place] = static_cast<char>(~damaged[place]);
         writeText(package, damaged);
@@ -64,7 +62,7 @@ TEST(InstallerDamage, BehindAllThatUnpackingNeeds) {
     payload.addFile("./Library/file", "x");
     const UniqueFd file = payload.finish();
     const std::string padding(300000, 'x'); // more than is read ahead
-    ASSERT_EQ(::pwrite(file.get(), padding.data(), padding.size(), ::lseek(file.get(), 0, SEEK_END)), 300000);
+    ASSERT_EQ(pwrite(file.get(), padding.data(), padding.size(), lseek(file.get(), 0, SEEK_END)), 300000);
     const std::string package = root.beside("a.pkg").string();
     writeFlatPackage(package, {{"PackageInfo", "<pkg-info identifier='a' version='1'/>"}, {"Payload", "", file.get()}});
     const std::string whole = textOf(package);

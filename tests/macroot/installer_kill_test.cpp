@@ -1,20 +1,18 @@
 #include "mac_root.h"
 #include "test_package.h"
 
+#include <csignal>
 #include <gmock/gmock.h>
 
-#include <csignal>
-
 namespace kyb::macroot {
-
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char *interrupted = "installer: The install failed. (The installation was interrupted.)";
+constexpr const char *kInterrupted = "installer: The install failed. (The installation was interrupted.)";
 
 // Large enough that the first percent is far from the end.
-const std::vector<std::string> largePackage{"--version", "1", "--size", "60000000"};
+const std::vector<std::string> kLargePackage{"--version", "1", "--size", "60000000"};
 
 TestPackage packageWithPostinstall(const std::string &script) {
     TestPackage package;
@@ -31,7 +29,7 @@ TestPackage packageWithPostinstall(const std::string &script) {
 
 TEST(InstallerKill, WhileWritingLeavesNothingInPlace) {
     const MacRoot root;
-    Program program(root.installCommand(root.samplePackage(largePackage)));
+    Program program(root.installCommand(root.samplePackage(kLargePackage)));
     ASSERT_TRUE(program.readUntil("installer:%"));
     program.sendSignal(SIGKILL);
     EXPECT_EQ(program.wait(), 128 + SIGKILL);
@@ -68,7 +66,7 @@ TEST(InstallerKill, EndsTheScriptAndTakesAllBackWhenAskedToEnd) {
                                    "read -r line <\"$INSTALLER_TEMP/never\"\n";
         const Ran ran = root.install(packageWithPostinstall(script).write(root.beside("a.pkg")));
         EXPECT_EQ(ran.status, 1) << signal;
-        EXPECT_EQ(ran.lastLine(), interrupted) << signal;
+        EXPECT_EQ(ran.lastLine(), kInterrupted) << signal;
         EXPECT_EQ(root.snapshot(), before) << signal;
     }
 }
@@ -77,19 +75,19 @@ TEST(InstallerKill, EndsAScriptThatDoesNotWantTo) {
     const MacRoot root;
     const std::string script = "trap '' TERM\necho $$ >\"$3/pid\"\nkill -TERM $PPID\nmkfifo \"$INSTALLER_TEMP/never\"\n"
                                "read -r line <\"$INSTALLER_TEMP/never\"\n";
-    EXPECT_EQ(root.install(packageWithPostinstall(script).write(root.beside("a.pkg"))).lastLine(), interrupted);
+    EXPECT_EQ(root.install(packageWithPostinstall(script).write(root.beside("a.pkg"))).lastLine(), kInterrupted);
     const pid_t process = std::stoi(textOf(root / "pid"));
-    EXPECT_EQ(::kill(process, SIGKILL), -1) << "the script was left running";
+    EXPECT_EQ(kill(process, SIGKILL), -1) << "the script was left running";
 }
 
 TEST(InstallerKill, WhileWritingIsCleanWhenAskedToEnd) {
     const MacRoot root;
     const Snapshot before = root.snapshot();
-    Program program(root.installCommand(root.samplePackage(largePackage)));
+    Program program(root.installCommand(root.samplePackage(kLargePackage)));
     ASSERT_TRUE(program.readUntil("installer:%"));
     program.sendSignal(SIGTERM);
     EXPECT_EQ(program.wait(), 1);
-    EXPECT_EQ(program.lines().back(), interrupted);
+    EXPECT_EQ(program.lines().back(), kInterrupted);
     EXPECT_EQ(root.snapshot(), before);
 }
 
@@ -103,7 +101,7 @@ TEST(InstallerKill, WhileWaitingForAnotherInstallationEndsTheWait) {
     ASSERT_TRUE(two.readUntil("installer:PHASE:Waiting for other installations"));
     two.sendSignal(SIGTERM);
     EXPECT_EQ(two.wait(), 1);
-    EXPECT_EQ(two.lines().back(), interrupted);
+    EXPECT_EQ(two.lines().back(), kInterrupted);
     EXPECT_TRUE(root.hasStage()) << "the first one's stage is not the second one's to remove";
     one.sendSignal(SIGTERM);
     EXPECT_EQ(one.wait(), 1);

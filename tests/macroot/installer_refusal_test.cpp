@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 namespace kyb::macroot {
-
 namespace {
 
 namespace fs = std::filesystem;
@@ -14,7 +13,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr const char *failedInstall = "installer: The install failed. (";
+constexpr const char *kFailedInstall = "installer: The install failed. (";
 
 } // namespace
 
@@ -59,7 +58,7 @@ TEST(InstallerRefusal, SaysThatAPathIsNoPackage) {
     writeText(root.beside("text"), "This is no package.\n");
     writeText(root.beside("magic"), "xar!");
     writeFlatPackage(root.beside("nothing in it").string(), {{"Something", "text", -1}});
-    ASSERT_EQ(::mkfifo(root.beside("fifo").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(root.beside("fifo").c_str(), 0600), 0);
     for (const char *const name : {"missing", "empty", "text", "magic", "nothing in it", "fifo", "root"}) {
         const std::string path = root.beside(name).string();
         const Snapshot before = root.snapshot();
@@ -97,7 +96,7 @@ TEST(InstallerRefusal, TakesNoPayloadThatCouldLeaveTheRoot) {
         };
         const Ran ran = root.install(package.write(root.beside("a.pkg")));
         EXPECT_EQ(ran.status, 1) << name;
-        EXPECT_THAT(ran.lastLine(), StartsWith(failedInstall)) << name;
+        EXPECT_THAT(ran.lastLine(), StartsWith(kFailedInstall)) << name;
         EXPECT_EQ(root.snapshot(), before) << name;
         EXPECT_FALSE(fs::exists(root.beside("evil"))) << name;
     }
@@ -130,7 +129,7 @@ TEST(InstallerRefusal, GoesThroughNoLinkThatSomebodyMade) {
         fs::create_directory_symlink(root.beside("outside"), root / folder);
         const Ran ran = root.install(root.samplePackage({"--version", "1"}));
         EXPECT_EQ(ran.status, 1) << folder;
-        EXPECT_THAT(ran.lastLine(), StartsWith(failedInstall)) << folder;
+        EXPECT_THAT(ran.lastLine(), StartsWith(kFailedInstall)) << folder;
         EXPECT_TRUE(fs::is_empty(root.beside("outside"))) << folder;
         EXPECT_FALSE(root.hasStage()) << folder;
     }
@@ -152,7 +151,7 @@ TEST(InstallerRefusal, LeavesNothingOfAPackageThatFails) {
         const Snapshot before = root.snapshot();
         const Ran ran = root.install(root.samplePackage({"--version", "1", "--size", "300000", "--fail", part}));
         EXPECT_EQ(ran.status, 1) << part;
-        EXPECT_THAT(ran.lastLine(), StartsWith(failedInstall)) << part;
+        EXPECT_THAT(ran.lastLine(), StartsWith(kFailedInstall)) << part;
         EXPECT_THAT(ran.lines, Not(Contains(HasSubstr("successful"))));
         EXPECT_EQ(root.snapshot(), before) << part;
         EXPECT_THAT(root.log(), HasSubstr("The installation failed: ")) << part;
@@ -207,7 +206,7 @@ TEST(InstallerRefusal, NamesTheSignalThatEndedAScript) {
     TestPackage package;
     package.preinstall = "#!/bin/sh\nkill -9 $$\n";
     EXPECT_EQ(root.install(package.write(root.beside("a.pkg"))).lastLine(),
-              std::string(failedInstall) + "The preinstall script was ended by signal 9.)");
+              std::string(kFailedInstall) + "The preinstall script was ended by signal 9.)");
 }
 
 TEST(InstallerRefusal, NeedsEveryComponentThatAPackageNames) {
@@ -216,7 +215,7 @@ TEST(InstallerRefusal, NeedsEveryComponentThatAPackageNames) {
     writeFlatPackage(path, {{"Distribution", distributionText("A", "a", "1", "a.pkg"), -1}});
     const Ran ran = root.install(path);
     EXPECT_EQ(ran.status, 1);
-    EXPECT_EQ(ran.lastLine(), std::string(failedInstall) + "The package has no component a.pkg)");
+    EXPECT_EQ(ran.lastLine(), std::string(kFailedInstall) + "The package has no component a.pkg)");
 }
 
 } // namespace kyb::macroot

@@ -2,15 +2,13 @@
 #include "plist_commands.h"
 #include "test_package.h"
 
-#include <gmock/gmock.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
 
 namespace kyb::macroot {
-
 namespace {
 
 namespace fs = std::filesystem;
@@ -19,8 +17,8 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
 
-constexpr const char *driver = "Library/Printers/BrelundQuorlix";
-constexpr const char *receipt = "var/db/receipts/com.Brelund.QuorlixInstaller.plist";
+constexpr const char *kDriver = "Library/Printers/BrelundQuorlix";
+constexpr const char *kReceipt = "var/db/receipts/com.Brelund.QuorlixInstaller.plist";
 
 std::vector<std::string> linesThatBegin(const Ran &ran, std::string_view beginning) {
     std::vector<std::string> found;
@@ -41,11 +39,11 @@ TEST(InstallerRun, PutsTheDriverInPlaceWithItsModes) {
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(ran.errors, "");
     EXPECT_EQ(ran.lastLine(), "installer: The install was successful.");
-    EXPECT_EQ(modeOf(root / driver), 0755U);
-    EXPECT_EQ(modeOf(root / (std::string(driver) + "/Uninstall.sh")), 0755U);
-    EXPECT_EQ(modeOf(root / (std::string(driver) + "/Filters/quorlix-filter")), 0755U);
-    EXPECT_EQ(modeOf(root / (std::string(driver) + "/Quorlix.ppd")), 0644U);
-    EXPECT_EQ(textOf(root / (std::string(driver) + "/Resources/version.txt")), "4.2.0\n");
+    EXPECT_EQ(modeOf(root / kDriver), 0755U);
+    EXPECT_EQ(modeOf(root / (std::string(kDriver) + "/Uninstall.sh")), 0755U);
+    EXPECT_EQ(modeOf(root / (std::string(kDriver) + "/Filters/quorlix-filter")), 0755U);
+    EXPECT_EQ(modeOf(root / (std::string(kDriver) + "/Quorlix.ppd")), 0644U);
+    EXPECT_EQ(textOf(root / (std::string(kDriver) + "/Resources/version.txt")), "4.2.0\n");
     EXPECT_EQ(fieldOf(root / "Library/Preferences/BrelundQuorlixAdmin.plist", "IsPrivateInstall"), "YES");
     EXPECT_FALSE(root.hasStage());
 }
@@ -82,7 +80,7 @@ TEST(InstallerRun, PercentRisesWithTheBytesToAHundred) {
     EXPECT_TRUE(std::ranges::is_sorted(shares, std::ranges::less_equal()) &&
                 std::ranges::adjacent_find(shares) == shares.end());
     EXPECT_EQ(lines.back(), "installer:%100.000000");
-    EXPECT_EQ(fs::file_size(root / (std::string(driver) + "/Resources/halftones.bin")), 8000000U);
+    EXPECT_EQ(fs::file_size(root / (std::string(kDriver) + "/Resources/halftones.bin")), 8000000U);
 }
 
 TEST(InstallerRun, IsTerseWhenNotVerbose) {
@@ -98,14 +96,14 @@ TEST(InstallerRun, LeavesAReceipt) {
     const MacRoot root;
     const auto before = std::time(nullptr);
     ASSERT_EQ(root.install(root.samplePackage({"--version", "4.2.0"})).status, 0);
-    EXPECT_THAT(textOf(root / receipt), testing::StartsWith("<?xml"));
-    EXPECT_EQ(fieldOf(root / receipt, "PackageIdentifier"), "com.Brelund.QuorlixInstaller");
-    EXPECT_EQ(fieldOf(root / receipt, "PackageVersion"), "4.2.0");
-    EXPECT_EQ(fieldOf(root / receipt, "InstallPrefixPath"), "/");
-    EXPECT_EQ(fieldOf(root / receipt, "InstallProcessName"), "installer");
-    EXPECT_EQ(fieldOf(root / receipt, "PackageFileName"), "Brelund Quorlix Driver.pkg");
-    EXPECT_EQ(modeOf(root / receipt), 0644U);
-    const Plist plist = plistFromText(textOf(root / receipt));
+    EXPECT_THAT(textOf(root / kReceipt), testing::StartsWith("<?xml"));
+    EXPECT_EQ(fieldOf(root / kReceipt, "PackageIdentifier"), "com.Brelund.QuorlixInstaller");
+    EXPECT_EQ(fieldOf(root / kReceipt, "PackageVersion"), "4.2.0");
+    EXPECT_EQ(fieldOf(root / kReceipt, "InstallPrefixPath"), "/");
+    EXPECT_EQ(fieldOf(root / kReceipt, "InstallProcessName"), "installer");
+    EXPECT_EQ(fieldOf(root / kReceipt, "PackageFileName"), "Brelund Quorlix Driver.pkg");
+    EXPECT_EQ(modeOf(root / kReceipt), 0644U);
+    const Plist plist = plistFromText(textOf(root / kReceipt));
     const plist_t date = plist_dict_get_item(plist.get(), "InstallDate");
     ASSERT_EQ(plist_get_node_type(date), PLIST_DATE);
     EXPECT_GE(unixSecondsOf(date), before);
@@ -118,8 +116,8 @@ TEST(InstallerRun, CallsASecondInstallationAnUpgrade) {
     const Ran ran = root.install(root.samplePackage({"--version", "4.2"}));
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(ran.lastLine(), "installer: The upgrade was successful.");
-    EXPECT_EQ(fieldOf(root / receipt, "PackageVersion"), "4.2");
-    EXPECT_EQ(textOf(root / (std::string(driver) + "/Resources/version.txt")), "4.2\n");
+    EXPECT_EQ(fieldOf(root / kReceipt, "PackageVersion"), "4.2");
+    EXPECT_EQ(textOf(root / (std::string(kDriver) + "/Resources/version.txt")), "4.2\n");
 }
 
 TEST(InstallerRun, DatesEveryLineOfTheLog) {
@@ -140,10 +138,10 @@ TEST(InstallerRun, DatesEveryLineOfTheLog) {
 TEST(InstallerRun, OwnsAllThatItInstalls) {
     const MacRoot root;
     ASSERT_EQ(root.install(root.samplePackage({"--version", "4.2.0"})).status, 0);
-    for (const auto &entry : fs::recursive_directory_iterator(root / driver)) {
+    for (const auto &entry : fs::recursive_directory_iterator(root / kDriver)) {
         struct stat found = {};
-        ASSERT_EQ(::lstat(entry.path().c_str(), &found), 0);
-        EXPECT_EQ(found.st_uid, ::geteuid()) << entry.path();
+        ASSERT_EQ(lstat(entry.path().c_str(), &found), 0);
+        EXPECT_EQ(found.st_uid, geteuid()) << entry.path();
     }
 }
 
@@ -225,7 +223,7 @@ TEST(InstallerRun, RegistersApplications) {
 
 TEST(InstallerRun, DoesNotWaitForWhatAScriptLeavesRunning) {
     const MacRoot root;
-    ASSERT_EQ(::mkfifo((root / "gate").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo((root / "gate").c_str(), 0600), 0);
     TestPackage package;
     package.postinstall = "#!/bin/sh\n(read -r line <\"$3/gate\"; echo \"$line\" >\"$3/done\") &\n";
     EXPECT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 0);
@@ -235,7 +233,7 @@ TEST(InstallerRun, DoesNotWaitForWhatAScriptLeavesRunning) {
 
 TEST(InstallerRun, WaitsForAnotherInstallation) {
     const MacRoot root;
-    ASSERT_EQ(::mkfifo((root / "gate").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo((root / "gate").c_str(), 0600), 0);
     TestPackage first;
     first.identifier = "com.example.first";
     first.preinstall = "#!/bin/sh\nread -r line <\"$3/gate\"\n";

@@ -2,13 +2,12 @@
 
 #include "stage.h"
 
-#include <sys/stat.h>
-
 #include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <sstream>
 #include <stdexcept>
+#include <sys/stat.h>
 
 namespace kyb::macroot {
 
@@ -24,15 +23,15 @@ std::string tool(const std::string &name) {
 
 TempFolder::TempFolder() {
     std::string name = (fs::temp_directory_path() / "kyb-macroot-test.XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) {
+    if (mkdtemp(name.data()) == nullptr) {
         throw std::runtime_error("no temporary folder");
     }
-    m_path = name;
+    path_ = name;
 }
 
 TempFolder::~TempFolder() {
     std::error_code ignored;
-    fs::remove_all(m_path, ignored);
+    fs::remove_all(path_, ignored);
 }
 
 std::string textOf(const fs::path &file) {
@@ -50,7 +49,7 @@ void writeText(const fs::path &file, std::string_view text) {
 
 unsigned modeOf(const fs::path &path) {
     struct stat found = {};
-    return ::lstat(path.c_str(), &found) == 0 ? found.st_mode & 07777U : 0;
+    return lstat(path.c_str(), &found) == 0 ? found.st_mode & 07777U : 0;
 }
 
 Snapshot snapshotOf(const fs::path &folder) {
@@ -72,8 +71,7 @@ Snapshot snapshotOf(const fs::path &folder) {
 }
 
 MacRoot::MacRoot() {
-    const Ran made =
-        runProgram({tool("make-macroot"), (m_folder / "root").string(), "--programs", KYB_PROGRAMS_FOLDER});
+    const Ran made = runProgram({tool("make-macroot"), (folder_ / "root").string(), "--programs", KYB_PROGRAMS_FOLDER});
     if (made.status != 0) {
         throw std::runtime_error(made.errors);
     }
@@ -96,7 +94,7 @@ Ran MacRoot::install(const std::string &package) const {
 }
 
 bool MacRoot::hasStage() const {
-    return fs::exists(*this / Stage::folder);
+    return fs::exists(*this / Stage::kFolder);
 }
 
 std::string MacRoot::log() const {
@@ -104,7 +102,7 @@ std::string MacRoot::log() const {
 }
 
 Snapshot MacRoot::snapshot() const {
-    Snapshot all = snapshotOf(m_folder / "root");
+    Snapshot all = snapshotOf(folder_ / "root");
     all.erase("var/log/install.log");
     all.erase("var/run/installer.lock");
     return all;

@@ -22,11 +22,11 @@ public:
     TempFolder &operator=(const TempFolder &) = delete;
     ~TempFolder();
 
-    [[nodiscard]] const std::filesystem::path &path() const { return m_path; }
-    [[nodiscard]] std::filesystem::path operator/(std::string_view name) const { return m_path / name; }
+    const std::filesystem::path &path() const { return path_; }
+    std::filesystem::path operator/(std::string_view name) const { return path_ / name; }
 
 private:
-    std::filesystem::path m_path;
+    std::filesystem::path path_;
 };
 
 std::string textOf(const std::filesystem::path &file);
@@ -42,21 +42,21 @@ class MacRoot {
 public:
     MacRoot();
 
-    [[nodiscard]] std::filesystem::path operator/(std::string_view name) const { return m_folder / "root" / name; }
-    [[nodiscard]] std::filesystem::path beside(std::string_view name) const { return m_folder / name; }
+    std::filesystem::path operator/(std::string_view name) const { return folder_ / "root" / name; }
+    std::filesystem::path beside(std::string_view name) const { return folder_ / name; }
 
     /// Makes a package with tools/make-package; gives its path.
-    [[nodiscard]] std::string samplePackage(const std::vector<std::string> &options) const;
-    [[nodiscard]] std::vector<std::string> installCommand(const std::string &package) const;
-    [[nodiscard]] Ran install(const std::string &package) const;
+    std::string samplePackage(const std::vector<std::string> &options) const;
+    std::vector<std::string> installCommand(const std::string &package) const;
+    Ran install(const std::string &package) const;
 
-    [[nodiscard]] bool hasStage() const;
-    [[nodiscard]] std::string log() const;
+    bool hasStage() const;
+    std::string log() const;
     /// All but the log and the lock, which every run touches.
-    [[nodiscard]] Snapshot snapshot() const;
+    Snapshot snapshot() const;
 
 private:
-    TempFolder m_folder;
+    TempFolder folder_;
 };
 
 } // namespace kyb::macroot

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 namespace kyb::macroot {
-
 namespace {
 
 using Kind = PayloadItem::Kind;

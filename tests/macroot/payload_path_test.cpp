@@ -22,8 +22,8 @@ TEST(PayloadPath, RefusesEveryPathThatCouldLeaveTheRoot) {
 
 TEST(PayloadPath, RefusesAZeroByteAndTooLongAPath) {
     EXPECT_EQ(payloadPath(std::string_view("a\0b", 3)), std::nullopt);
-    EXPECT_TRUE(payloadPath(std::string(longestPayloadPath, 'a')));
-    EXPECT_EQ(payloadPath(std::string(longestPayloadPath + 1, 'a')), std::nullopt);
+    EXPECT_TRUE(payloadPath(std::string(kLongestPayloadPath, 'a')));
+    EXPECT_EQ(payloadPath(std::string(kLongestPayloadPath + 1, 'a')), std::nullopt);
 }
 
 TEST(PayloadPath, CutsAndJoins) {

@@ -5,36 +5,35 @@
 #include <sys/stat.h>
 
 namespace kyb::macroot {
-
 namespace {
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-const std::string program = builtProgram("PlistBuddy");
+const std::string kProgram = builtProgram("PlistBuddy");
 
 /// A property list with the one entry IsPrivateInstall, "YES".
 class PlistBuddyRun : public testing::TestWithParam<PlistFormat> {
 protected:
-    PlistBuddyRun() : m_file((m_folder / "a b.plist").string()) {
+    PlistBuddyRun() : file_((folder_ / "a b.plist").string()) {
         PlistEditor editor{Plist(plist_new_dict())};
         editor.run("Add :IsPrivateInstall string YES");
-        writeText(m_file, plistToText(editor.root(), GetParam()));
-        fs::permissions(m_file, fs::perms(0640));
+        writeText(file_, plistToText(editor.root(), GetParam()));
+        fs::permissions(file_, fs::perms(0640));
     }
 
-    [[nodiscard]] Ran run(const std::vector<std::string> &commands) const {
-        std::vector<std::string> words{program};
+    Ran run(const std::vector<std::string> &commands) const {
+        std::vector<std::string> words{kProgram};
         for (const std::string &command : commands) {
             words.insert(words.end(), {"-c", command});
         }
-        words.push_back(m_file);
+        words.push_back(file_);
         return runProgram(words);
     }
 
-    TempFolder m_folder;
-    std::string m_file;
+    TempFolder folder_;
+    std::string file_;
 };
 
 } // namespace
@@ -42,14 +41,14 @@ protected:
 TEST_P(PlistBuddyRun, SetsTheEntryAndKeepsFormatModeAndOwner) {
     struct stat before = {};
     struct stat after = {};
-    ASSERT_EQ(::stat(m_file.c_str(), &before), 0);
+    ASSERT_EQ(stat(file_.c_str(), &before), 0);
     const Ran ran = run({"Set :IsPrivateInstall NO"});
-    ASSERT_EQ(::stat(m_file.c_str(), &after), 0);
+    ASSERT_EQ(stat(file_.c_str(), &after), 0);
     EXPECT_EQ(ran.status, 0);
     EXPECT_TRUE(ran.lines.empty());
     EXPECT_EQ(ran.errors, "");
     EXPECT_THAT(run({"Print :IsPrivateInstall"}).lines, ElementsAre("NO"));
-    EXPECT_EQ(plistFormatOf(textOf(m_file)), GetParam());
+    EXPECT_EQ(plistFormatOf(textOf(file_)), GetParam());
     EXPECT_EQ(after.st_mode, before.st_mode);
     EXPECT_EQ(after.st_uid, before.st_uid);
     EXPECT_EQ(after.st_gid, before.st_gid);
@@ -57,7 +56,7 @@ TEST_P(PlistBuddyRun, SetsTheEntryAndKeepsFormatModeAndOwner) {
 }
 
 TEST_P(PlistBuddyRun, TakesTheCommandAsTheShellJoinsIt) {
-    const std::string line = "'" + program + "' -c \"Set :IsPrivateInstall \"NO\"\" \"" + m_file + "\"";
+    const std::string line = "'" + kProgram + "' -c \"Set :IsPrivateInstall \"NO\"\" \"" + file_ + "\"";
     EXPECT_EQ(runProgram({"/bin/sh", "-c", line}).status, 0);
     EXPECT_THAT(run({"Print :IsPrivateInstall"}).lines, ElementsAre("NO"));
 }
@@ -69,11 +68,11 @@ TEST_P(PlistBuddyRun, RunsCommandsInTheirOrder) {
 }
 
 TEST_P(PlistBuddyRun, FailsForAnEntryThatIsNotThere) {
-    const std::string before = textOf(m_file);
+    const std::string before = textOf(file_);
     const Ran ran = run({"Set :Missing YES"});
     EXPECT_EQ(ran.status, 1);
     EXPECT_EQ(ran.errors, "Set: Entry, \":Missing\", Does Not Exist\n");
-    EXPECT_EQ(textOf(m_file), before);
+    EXPECT_EQ(textOf(file_), before);
 }
 
 TEST_P(PlistBuddyRun, SavesWhatSucceededBesideWhatFailed) {
@@ -82,16 +81,16 @@ TEST_P(PlistBuddyRun, SavesWhatSucceededBesideWhatFailed) {
 }
 
 TEST_P(PlistBuddyRun, WritesTheFileBehindALink) {
-    const std::string link = (m_folder / "link").string();
-    fs::create_symlink(m_file, link);
-    EXPECT_EQ(runProgram({program, "-c", "Set :IsPrivateInstall NO", link}).status, 0);
+    const std::string link = (folder_ / "link").string();
+    fs::create_symlink(file_, link);
+    EXPECT_EQ(runProgram({kProgram, "-c", "Set :IsPrivateInstall NO", link}).status, 0);
     EXPECT_TRUE(fs::is_symlink(link));
     EXPECT_THAT(run({"Print :IsPrivateInstall"}).lines, ElementsAre("NO"));
 }
 
 TEST_P(PlistBuddyRun, LeavesNothingElseInTheFolder) {
     ASSERT_EQ(run({"Set :IsPrivateInstall NO", "Save", "Set :IsPrivateInstall YES"}).status, 0);
-    EXPECT_EQ(std::distance(fs::directory_iterator(m_folder.path()), fs::directory_iterator()), 1);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), fs::directory_iterator()), 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, PlistBuddyRun, testing::Values(PlistFormat::Xml, PlistFormat::Binary),
@@ -100,13 +99,13 @@ INSTANTIATE_TEST_SUITE_P(Formats, PlistBuddyRun, testing::Values(PlistFormat::Xm
 TEST(PlistBuddyFile, IsMadeByAddAndNotBySet) {
     const TempFolder folder;
     const std::string file = (folder / "new.plist").string();
-    const Ran set = runProgram({program, "-c", "Set :Key 1", file});
+    const Ran set = runProgram({kProgram, "-c", "Set :Key 1", file});
     EXPECT_EQ(set.status, 1);
     EXPECT_THAT(set.lines, ElementsAre("File Doesn't Exist, Will Create: " + file));
     EXPECT_EQ(set.errors, "Set: Entry, \":Key\", Does Not Exist\n");
     EXPECT_FALSE(fs::exists(file));
-    EXPECT_EQ(runProgram({program, "-c", "Add :Key string 1", file}).status, 0);
-    EXPECT_THAT(runProgram({program, "-c", "Print :Key", file}).lines, ElementsAre("1"));
+    EXPECT_EQ(runProgram({kProgram, "-c", "Add :Key string 1", file}).status, 0);
+    EXPECT_THAT(runProgram({kProgram, "-c", "Print :Key", file}).lines, ElementsAre("1"));
     EXPECT_THAT(textOf(file), testing::StartsWith("<?xml"));
 }
 
@@ -115,7 +114,7 @@ TEST(PlistBuddyFile, StaysAsItIsWhenItIsNoPropertyList) {
     const std::string file = (folder / "a.plist").string();
     for (const char *const text : {"", "hello", "bplist00\x01"}) {
         writeText(file, text);
-        const Ran ran = runProgram({program, "-c", "Add :Key string 1", file});
+        const Ran ran = runProgram({kProgram, "-c", "Add :Key string 1", file});
         EXPECT_EQ(ran.status, 1) << text;
         EXPECT_EQ(ran.errors, "Error Reading File: " + file + "\n") << text;
         EXPECT_EQ(textOf(file), text);
@@ -124,7 +123,7 @@ TEST(PlistBuddyFile, StaysAsItIsWhenItIsNoPropertyList) {
 
 TEST(PlistBuddyFile, IsReportedWhenItCannotBeWritten) {
     const TempFolder folder;
-    const Ran ran = runProgram({program, "-c", "Add :Key string 1", (folder / "missing/a.plist").string()});
+    const Ran ran = runProgram({kProgram, "-c", "Add :Key string 1", (folder / "missing/a.plist").string()});
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.errors, HasSubstr("Error Writing File"));
 }
@@ -132,7 +131,7 @@ TEST(PlistBuddyFile, IsReportedWhenItCannotBeWritten) {
 TEST(PlistBuddyArguments, AreExplained) {
     const std::vector<std::vector<std::string>> rows = {{}, {"-c"}, {"-c", "Print"}, {"a.plist"}, {"-x", "a.plist"}};
     for (std::vector<std::string> words : rows) {
-        words.insert(words.begin(), program);
+        words.insert(words.begin(), kProgram);
         const Ran ran = runProgram(words);
         EXPECT_EQ(ran.status, 1);
         EXPECT_THAT(ran.errors, testing::StartsWith("Usage: PlistBuddy "));

@@ -5,13 +5,12 @@
 #include <gmock/gmock.h>
 
 namespace kyb::macroot {
-
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-constexpr const char *sampleText = R"(<?xml version="1.0" encoding="UTF-8"?>
+constexpr const char *kSampleText = R"(<?xml version="1.0" encoding="UTF-8"?>
 <plist version="1.0">
 <dict>
     <key>Text</key><string>YES</string>
@@ -26,7 +25,7 @@ constexpr const char *sampleText = R"(<?xml version="1.0" encoding="UTF-8"?>
 </plist>)";
 
 PlistEditor sample() {
-    return PlistEditor(plistFromText(sampleText));
+    return PlistEditor(plistFromText(kSampleText));
 }
 
 std::string printed(PlistEditor &editor, const std::string &entry) {
@@ -164,7 +163,7 @@ TEST(PlistCommands, SetKeepsTheTypeOfAnEntry) {
 }
 
 TEST(PlistDocument, GoesThroughBothFormats) {
-    const Plist root = plistFromText(sampleText);
+    const Plist root = plistFromText(kSampleText);
     const std::string text = printedNode(root.get());
     for (const PlistFormat format : {PlistFormat::Xml, PlistFormat::Binary}) {
         const std::string written = plistToText(root.get(), format);

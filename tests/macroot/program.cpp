@@ -4,46 +4,45 @@
 #include "posix/file_io.h"
 #include "posix/spawn.h"
 
-#include <sys/wait.h>
-
 #include <array>
 #include <csignal>
 #include <stdexcept>
+#include <sys/wait.h>
 
 namespace kyb::macroot {
 
-Program::Program(const std::vector<std::string> &words) : m_errors(unnamedFile()) {
+Program::Program(const std::vector<std::string> &words) : errors_(unnamedFile()) {
     Pipe output = makePipe();
     const std::optional<pid_t> process = spawn({.arguments = words,
                                                 .environment = std::vector<std::string>(),
-                                                .descriptors = {kDevNull, output.writing.get(), m_errors.get()}});
+                                                .descriptors = {kDevNull, output.writing.get(), errors_.get()}});
     if (!process) {
         throw std::runtime_error("cannot start " + words.at(0));
     }
-    m_process = *process;
-    m_output = std::move(output.reading);
+    process_ = *process;
+    output_ = std::move(output.reading);
 }
 
 Program::~Program() {
-    if (m_process > 0) {
-        ::kill(m_process, SIGKILL);
-        ::waitpid(m_process, nullptr, 0);
+    if (process_ > 0) {
+        kill(process_, SIGKILL);
+        waitpid(process_, nullptr, 0);
     }
 }
 
 std::optional<std::string> Program::readLine() {
     std::array<char, 4096> block{};
     std::size_t end = 0;
-    while ((end = m_rest.find('\n')) == std::string::npos) {
-        const ssize_t got = ::read(m_output.get(), block.data(), block.size());
+    while ((end = rest_.find('\n')) == std::string::npos) {
+        const ssize_t got = read(output_.get(), block.data(), block.size());
         if (got <= 0) {
             return std::nullopt;
         }
-        m_rest.append(block.data(), static_cast<std::size_t>(got));
+        rest_.append(block.data(), static_cast<std::size_t>(got));
     }
-    m_lines.push_back(m_rest.substr(0, end));
-    m_rest.erase(0, end + 1);
-    return m_lines.back();
+    lines_.push_back(rest_.substr(0, end));
+    rest_.erase(0, end + 1);
+    return lines_.back();
 }
 
 bool Program::readUntil(const std::string &beginning) {
@@ -56,15 +55,15 @@ bool Program::readUntil(const std::string &beginning) {
 }
 
 void Program::sendSignal(int signal) const {
-    ::kill(m_process, signal);
+    kill(process_, signal);
 }
 
 int Program::wait() {
     while (readLine()) {
     }
     int status = 0;
-    ::waitpid(m_process, &status, 0);
-    m_process = -1;
+    waitpid(process_, &status, 0);
+    process_ = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
@@ -72,7 +71,7 @@ std::string Program::errors() const {
     std::string text;
     std::array<char, 4096> block{};
     ssize_t got = 0;
-    while ((got = ::pread(m_errors.get(), block.data(), block.size(), static_cast<off_t>(text.size()))) > 0) {
+    while ((got = pread(errors_.get(), block.data(), block.size(), static_cast<off_t>(text.size()))) > 0) {
         text.append(block.data(), static_cast<std::size_t>(got));
     }
     return text;

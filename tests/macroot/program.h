@@ -2,10 +2,9 @@
 
 #include "posix/UniqueFd.h"
 
-#include <sys/types.h>
-
 #include <optional>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 namespace kyb::macroot {
@@ -26,15 +25,15 @@ public:
     /// Reads all the rest and waits for the end. The exit status, or 128 and the number of the signal that ended it.
     int wait();
 
-    [[nodiscard]] const std::vector<std::string> &lines() const { return m_lines; } ///< all that was read
-    [[nodiscard]] std::string errors() const;                                       ///< standard error; after wait()
+    const std::vector<std::string> &lines() const { return lines_; } ///< all that was read
+    std::string errors() const;                                      ///< standard error; after wait()
 
 private:
-    UniqueFd m_output;
-    UniqueFd m_errors;
-    pid_t m_process = -1;
-    std::string m_rest;
-    std::vector<std::string> m_lines;
+    UniqueFd output_;
+    UniqueFd errors_;
+    pid_t process_ = -1;
+    std::string rest_;
+    std::vector<std::string> lines_;
 };
 
 /// A program that ran to its end.
@@ -43,7 +42,7 @@ struct Ran {
     std::vector<std::string> lines;
     std::string errors;
 
-    [[nodiscard]] std::string lastLine() const { return lines.empty() ? "" : lines.back(); }
+    std::string lastLine() const { return lines.empty() ? "" : lines.back(); }
 };
 Ran runProgram(const std::vector<std::string> &words);
 

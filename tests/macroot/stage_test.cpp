@@ -4,11 +4,10 @@
 #include "install_error.h"
 #include "mac_root.h"
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
 #include <csignal>
 #include <functional>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
 
 namespace kyb::macroot {
 
@@ -18,24 +17,24 @@ namespace fs = std::filesystem;
 class StageTest : public testing::Test {
 protected:
     StageTest() {
-        fs::create_directories(m_root / "a");
-        fs::create_directories(m_root / "var/db");
-        writeText(m_root / "a/old", "old");
-        writeText(m_root / "a/kept", "kept");
-        fs::create_symlink("kept", m_root / "a/link");
-        m_rootFd = openFolder(m_root.path().string());
+        fs::create_directories(root_ / "a");
+        fs::create_directories(root_ / "var/db");
+        writeText(root_ / "a/old", "old");
+        writeText(root_ / "a/kept", "kept");
+        fs::create_symlink("kept", root_ / "a/link");
+        rootFd_ = openFolder(root_.path().string());
         for (const char *const path : {"a/old", "a/link", "a/new", "b/c/new", "b/d/e/new"}) {
             PayloadItem item;
             item.kind = PayloadItem::Kind::File;
             item.path = path;
             item.mode = 0640;
-            m_list.add(item, "");
+            list_.add(item, "");
         }
-        m_before = snapshotOf(m_root.path());
+        before_ = snapshotOf(root_.path());
     }
 
     void fill(const Stage &stage) const {
-        for (const auto &[path, item] : m_list.items()) {
+        for (const auto &[path, item] : list_.items()) {
             if (item.kind == PayloadItem::Kind::File) {
                 writeFileBelow(stage.files(), path, "from the package", item.mode);
             }
@@ -43,8 +42,8 @@ protected:
     }
     void place(Stage &stage, std::size_t count) const {
         fill(stage);
-        stage.plan(m_list.items());
-        for (const auto &[path, item] : m_list.items()) {
+        stage.plan(list_.items());
+        for (const auto &[path, item] : list_.items()) {
             if (count-- == 0) {
                 return;
             }
@@ -53,95 +52,95 @@ protected:
     }
     // Leaves a stage as a kill does: without its destructor.
     void workAndBeKilled(const std::function<void(Stage &)> &work) const {
-        const pid_t child = ::fork();
+        const pid_t child = fork();
         if (child == 0) {
-            Stage stage(m_rootFd.get());
+            Stage stage(rootFd_.get());
             work(stage);
-            ::raise(SIGKILL);
+            raise(SIGKILL);
         }
         int status = 0;
-        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ASSERT_EQ(waitpid(child, &status, 0), child);
         ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
     }
 
-    TempFolder m_root;
-    UniqueFd m_rootFd;
-    PayloadList m_list;
-    Snapshot m_before;
+    TempFolder root_;
+    UniqueFd rootFd_;
+    PayloadList list_;
+    Snapshot before_;
 };
 
 TEST_F(StageTest, PutsAllInPlaceAndRemovesItselfAfterACommit) {
     {
-        Stage stage(m_rootFd.get());
-        place(stage, m_list.items().size());
+        Stage stage(rootFd_.get());
+        place(stage, list_.items().size());
         stage.commit();
     }
     for (const char *const path : {"a/old", "a/link", "a/new", "b/c/new", "b/d/e/new"}) {
-        EXPECT_EQ(textOf(m_root / path), "from the package") << path;
-        EXPECT_EQ(modeOf(m_root / path), 0640U) << path;
+        EXPECT_EQ(textOf(root_ / path), "from the package") << path;
+        EXPECT_EQ(modeOf(root_ / path), 0640U) << path;
     }
-    EXPECT_EQ(textOf(m_root / "a/kept"), "kept");
-    EXPECT_FALSE(fs::exists(m_root / Stage::folder));
+    EXPECT_EQ(textOf(root_ / "a/kept"), "kept");
+    EXPECT_FALSE(fs::exists(root_ / Stage::kFolder));
 }
 
 TEST_F(StageTest, TakesAllBackWithoutACommit) {
-    for (std::size_t count = 0; count <= m_list.items().size(); ++count) {
+    for (std::size_t count = 0; count <= list_.items().size(); ++count) {
         {
-            Stage stage(m_rootFd.get());
+            Stage stage(rootFd_.get());
             place(stage, count);
         }
-        EXPECT_EQ(snapshotOf(m_root.path()), m_before) << count;
+        EXPECT_EQ(snapshotOf(root_.path()), before_) << count;
     }
 }
 
 TEST_F(StageTest, IsTakenBackByTheNextRunWhereverItWasKilled) {
-    for (std::size_t count = 0; count <= m_list.items().size(); ++count) {
+    for (std::size_t count = 0; count <= list_.items().size(); ++count) {
         workAndBeKilled([&](Stage &stage) { place(stage, count); });
-        EXPECT_TRUE(fs::exists(m_root / Stage::folder));
-        EXPECT_TRUE(Stage::recover(m_rootFd.get()));
-        EXPECT_EQ(snapshotOf(m_root.path()), m_before) << count;
+        EXPECT_TRUE(fs::exists(root_ / Stage::kFolder));
+        EXPECT_TRUE(Stage::recover(rootFd_.get()));
+        EXPECT_EQ(snapshotOf(root_.path()), before_) << count;
     }
 }
 
 TEST_F(StageTest, IsTakenBackAgainWhenTakingBackWasKilled) {
-    workAndBeKilled([&](Stage &stage) { place(stage, m_list.items().size()); });
+    workAndBeKilled([&](Stage &stage) { place(stage, list_.items().size()); });
     const TempFolder copy;
-    fs::copy(m_root / Stage::folder, copy / "stage", fs::copy_options::recursive | fs::copy_options::copy_symlinks);
-    ASSERT_TRUE(Stage::recover(m_rootFd.get()));
+    fs::copy(root_ / Stage::kFolder, copy / "stage", fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    ASSERT_TRUE(Stage::recover(rootFd_.get()));
     // The record is still there, what it saved is back already.
     fs::remove_all(copy / "stage/saved");
-    fs::create_directories((m_root / Stage::folder).parent_path());
-    fs::copy(copy / "stage", m_root / Stage::folder, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
-    EXPECT_TRUE(Stage::recover(m_rootFd.get()));
-    EXPECT_EQ(snapshotOf(m_root.path()), m_before);
+    fs::create_directories((root_ / Stage::kFolder).parent_path());
+    fs::copy(copy / "stage", root_ / Stage::kFolder, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    EXPECT_TRUE(Stage::recover(rootFd_.get()));
+    EXPECT_EQ(snapshotOf(root_.path()), before_);
 }
 
 TEST_F(StageTest, KeepsWhatAKilledRunHadCommitted) {
     workAndBeKilled([&](Stage &stage) {
-        place(stage, m_list.items().size());
+        place(stage, list_.items().size());
         stage.commit();
     });
-    EXPECT_TRUE(Stage::recover(m_rootFd.get()));
-    EXPECT_EQ(textOf(m_root / "b/d/e/new"), "from the package");
-    EXPECT_FALSE(fs::exists(m_root / Stage::folder));
+    EXPECT_TRUE(Stage::recover(rootFd_.get()));
+    EXPECT_EQ(textOf(root_ / "b/d/e/new"), "from the package");
+    EXPECT_FALSE(fs::exists(root_ / Stage::kFolder));
 }
 
 TEST_F(StageTest, FindsNothingToRecoverInACleanRoot) {
-    EXPECT_FALSE(Stage::recover(m_rootFd.get()));
+    EXPECT_FALSE(Stage::recover(rootFd_.get()));
 }
 
 TEST_F(StageTest, RefusesAPlanWithSomethingInTheWay) {
     const TempFolder outside;
-    fs::create_directory_symlink(outside.path(), m_root / "b");
+    fs::create_directory_symlink(outside.path(), root_ / "b");
     {
-        Stage stage(m_rootFd.get());
-        EXPECT_THROW(stage.plan(m_list.items()), InstallError);
+        Stage stage(rootFd_.get());
+        EXPECT_THROW(stage.plan(list_.items()), InstallError);
     }
-    fs::remove(m_root / "b");
-    fs::create_directories(m_root / "b/c/new"); // a folder where a file goes
+    fs::remove(root_ / "b");
+    fs::create_directories(root_ / "b/c/new"); // a folder where a file goes
     {
-        Stage stage(m_rootFd.get());
-        EXPECT_THROW(stage.plan(m_list.items()), InstallError);
+        Stage stage(rootFd_.get());
+        EXPECT_THROW(stage.plan(list_.items()), InstallError);
     }
     EXPECT_TRUE(fs::is_empty(outside.path()));
 }
@@ -149,17 +148,17 @@ TEST_F(StageTest, RefusesAPlanWithSomethingInTheWay) {
 TEST_F(StageTest, RefusesAPayloadForItsOwnFolder) {
     PayloadItem item;
     item.kind = PayloadItem::Kind::File;
-    item.path = std::string(Stage::folder) + "/plan";
-    m_list.add(item, "");
-    Stage stage(m_rootFd.get());
-    EXPECT_THROW(stage.plan(m_list.items()), InstallError);
+    item.path = std::string(Stage::kFolder) + "/plan";
+    list_.add(item, "");
+    Stage stage(rootFd_.get());
+    EXPECT_THROW(stage.plan(list_.items()), InstallError);
 }
 
 TEST_F(StageTest, LocksForOneAtATime) {
-    const InstallLock first(m_rootFd.get());
+    const InstallLock first(rootFd_.get());
     EXPECT_TRUE(first.tryToTake());
     {
-        const InstallLock second(m_rootFd.get());
+        const InstallLock second(rootFd_.get());
         EXPECT_FALSE(second.tryToTake());
     }
     EXPECT_TRUE(first.tryToTake());

@@ -18,7 +18,7 @@ struct TestPackage {
     std::function<void(PayloadWriter &)> payload = [](PayloadWriter &) {};
 
     /// Writes it as a plain component package; gives the path.
-    [[nodiscard]] std::string write(const std::filesystem::path &file) const;
+    std::string write(const std::filesystem::path &file) const;
 };
 
 } // namespace kyb::macroot

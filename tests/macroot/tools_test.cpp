@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 
 namespace kyb::macroot {
-
 namespace {
 
 namespace fs = std::filesystem;

@@ -3,12 +3,11 @@
 #include <gmock/gmock.h>
 
 namespace kyb::macroot {
-
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char *script = "Library/Printers/BrelundQuorlix/Uninstall.sh";
+constexpr const char *kScript = "Library/Printers/BrelundQuorlix/Uninstall.sh";
 
 } // namespace
 
@@ -17,7 +16,7 @@ TEST(Uninstall, RemovesAllThatWasInstalledHoweverItIsCalled) {
         const MacRoot root;
         const Snapshot before = root.snapshot();
         ASSERT_EQ(root.install(root.samplePackage({"--version", "1"})).status, 0);
-        const std::string path = (root / script).string();
+        const std::string path = (root / kScript).string();
         const Ran ran = throughShell ? runProgram({"/bin/sh", path}) : runProgram({path});
         EXPECT_EQ(ran.status, 0) << ran.errors;
         EXPECT_EQ(ran.errors, "");
@@ -29,7 +28,7 @@ TEST(Uninstall, WorksByARelativePath) {
     const MacRoot root;
     const Snapshot before = root.snapshot();
     ASSERT_EQ(root.install(root.samplePackage({"--version", "1"})).status, 0);
-    const std::string folder = (root / script).parent_path().string();
+    const std::string folder = (root / kScript).parent_path().string();
     EXPECT_EQ(runProgram({"/bin/sh", "-c", "cd '" + folder + "' && ./Uninstall.sh"}).status, 0);
     EXPECT_EQ(root.snapshot(), before);
 }
@@ -39,7 +38,7 @@ TEST(Uninstall, LeavesWhatIsNotTheDrivers) {
     ASSERT_EQ(root.install(root.samplePackage({"--version", "1"})).status, 0);
     writeText(root / "Library/Printers/other", "kept");
     writeText(root / "var/db/receipts/other.plist", "kept");
-    EXPECT_EQ(runProgram({"/bin/sh", (root / script).string()}).status, 0);
+    EXPECT_EQ(runProgram({"/bin/sh", (root / kScript).string()}).status, 0);
     EXPECT_EQ(textOf(root / "Library/Printers/other"), "kept");
     EXPECT_EQ(textOf(root / "var/db/receipts/other.plist"), "kept");
 }
@@ -48,7 +47,7 @@ TEST(Uninstall, RemovesNothingFromAnotherPlace) {
     const MacRoot root;
     ASSERT_EQ(root.install(root.samplePackage({"--version", "1"})).status, 0);
     fs::create_directories(root.beside("elsewhere"));
-    fs::copy(root / script, root.beside("elsewhere"));
+    fs::copy(root / kScript, root.beside("elsewhere"));
     const Snapshot before = root.snapshot();
     EXPECT_EQ(runProgram({"/bin/sh", (root.beside("elsewhere") / "Uninstall.sh").string()}).status, 1);
     EXPECT_TRUE(fs::exists(root.beside("elsewhere") / "Uninstall.sh"));
@@ -59,7 +58,7 @@ TEST(Uninstall, LetsTheNextInstallationBeAFreshOne) {
     const MacRoot root;
     const std::string package = root.samplePackage({"--version", "1"});
     ASSERT_EQ(root.install(package).status, 0);
-    ASSERT_EQ(runProgram({"/bin/sh", (root / script).string()}).status, 0);
+    ASSERT_EQ(runProgram({"/bin/sh", (root / kScript).string()}).status, 0);
     EXPECT_EQ(root.install(package).lastLine(), "installer: The install was successful.");
 }
 
