@@ -47,14 +47,14 @@ TEST_F(FolderWalk, NeverGoesThroughALink) {
 TEST_F(FolderWalk, RemovesALinkAndNotWhatItLeadsTo) {
     removeBelow(m_base.get(), "link");
     EXPECT_FALSE(fs::is_symlink(m_inside / "link"));
-    EXPECT_EQ(textOf(m_outside / "file"), "kept");
+    EXPECT_EQ(contentOf(m_outside / "file"), "kept");
 }
 
 TEST_F(FolderWalk, RemovesATreeWithLinksInIt) {
     fs::create_directory_symlink(m_outside.path(), m_inside / "a/b/link");
     removeBelow(m_base.get(), "a");
     EXPECT_FALSE(fs::exists(m_inside / "a"));
-    EXPECT_EQ(textOf(m_outside / "file"), "kept");
+    EXPECT_EQ(contentOf(m_outside / "file"), "kept");
 }
 
 TEST_F(FolderWalk, TellsAFolderThatIsNotThere) {
@@ -66,7 +66,7 @@ TEST_F(FolderWalk, TellsAFolderThatIsNotThere) {
 
 TEST_F(FolderWalk, MakesNoFileWhereOneIs) {
     EXPECT_THROW(createFileBelow(m_base.get(), "a/file", 0644), InstallError);
-    EXPECT_EQ(textOf(m_inside / "a/file"), "text");
+    EXPECT_EQ(contentOf(m_inside / "a/file"), "text");
 }
 
 TEST_F(FolderWalk, GivesAFileItsModeWhateverTheMask) {

@@ -49,7 +49,7 @@ TEST_P(PlistBuddyRun, SetsTheEntryAndKeepsFormatModeAndOwner) {
     EXPECT_TRUE(ran.lines.empty());
     EXPECT_EQ(ran.errors, "");
     EXPECT_THAT(run({"Print :IsPrivateInstall"}).lines, ElementsAre("NO"));
-    EXPECT_EQ(plistFormatOf(textOf(m_file)), GetParam());
+    EXPECT_EQ(plistFormatOf(contentOf(m_file)), GetParam());
     EXPECT_EQ(after.st_mode, before.st_mode);
     EXPECT_EQ(after.st_uid, before.st_uid);
     EXPECT_EQ(after.st_gid, before.st_gid);
@@ -69,11 +69,11 @@ TEST_P(PlistBuddyRun, RunsCommandsInTheirOrder) {
 }
 
 TEST_P(PlistBuddyRun, FailsForAnEntryThatIsNotThere) {
-    const std::string before = textOf(m_file);
+    const std::string before = contentOf(m_file);
     const Ran ran = run({"Set :Missing YES"});
     EXPECT_EQ(ran.status, 1);
     EXPECT_EQ(ran.errors, "Set: Entry, \":Missing\", Does Not Exist\n");
-    EXPECT_EQ(textOf(m_file), before);
+    EXPECT_EQ(contentOf(m_file), before);
 }
 
 TEST_P(PlistBuddyRun, SavesWhatSucceededBesideWhatFailed) {
@@ -107,7 +107,7 @@ TEST(PlistBuddyFile, IsMadeByAddAndNotBySet) {
     EXPECT_FALSE(fs::exists(file));
     EXPECT_EQ(runProgram({program, "-c", "Add :Key string 1", file}).status, 0);
     EXPECT_THAT(runProgram({program, "-c", "Print :Key", file}).lines, ElementsAre("1"));
-    EXPECT_THAT(textOf(file), testing::StartsWith("<?xml"));
+    EXPECT_THAT(contentOf(file), testing::StartsWith("<?xml"));
 }
 
 TEST(PlistBuddyFile, StaysAsItIsWhenItIsNoPropertyList) {
@@ -118,7 +118,7 @@ TEST(PlistBuddyFile, StaysAsItIsWhenItIsNoPropertyList) {
         const Ran ran = runProgram({program, "-c", "Add :Key string 1", file});
         EXPECT_EQ(ran.status, 1) << text;
         EXPECT_EQ(ran.errors, "Error Reading File: " + file + "\n") << text;
-        EXPECT_EQ(textOf(file), text);
+        EXPECT_EQ(contentOf(file), text);
     }
 }
 

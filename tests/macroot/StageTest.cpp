@@ -77,10 +77,10 @@ TEST_F(StageTest, PutsAllInPlaceAndRemovesItselfAfterACommit) {
         stage.commit();
     }
     for (const char *const path : {"a/old", "a/link", "a/new", "b/c/new", "b/d/e/new"}) {
-        EXPECT_EQ(textOf(m_root / path), "from the package") << path;
+        EXPECT_EQ(contentOf(m_root / path), "from the package") << path;
         EXPECT_EQ(modeOf(m_root / path), 0640U) << path;
     }
-    EXPECT_EQ(textOf(m_root / "a/kept"), "kept");
+    EXPECT_EQ(contentOf(m_root / "a/kept"), "kept");
     EXPECT_FALSE(fs::exists(m_root / Stage::folder));
 }
 
@@ -122,7 +122,7 @@ TEST_F(StageTest, KeepsWhatAKilledRunHadCommitted) {
         stage.commit();
     });
     EXPECT_TRUE(Stage::recover(m_rootFd.get()));
-    EXPECT_EQ(textOf(m_root / "b/d/e/new"), "from the package");
+    EXPECT_EQ(contentOf(m_root / "b/d/e/new"), "from the package");
     EXPECT_FALSE(fs::exists(m_root / Stage::folder));
 }
 
