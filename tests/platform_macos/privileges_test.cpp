@@ -4,9 +4,10 @@
 #include "platform/helper_connection.h"
 #include "platform/macos/open_connections.h"
 #include "recorded.h"
+#include "support/Program.h"
 
 #include <atomic>
-#include <thread>
+#include <unistd.h>
 
 using namespace kyb;
 using testing::ElementsAre;
@@ -73,7 +74,8 @@ TEST_F(PrivilegesOnMac, RegistersOnlyAfterTheNewsThatThereIsNoHelper) {
     resumeConnection(connection);
     // The news queues up behind this, so that a registration that does not wait is the first by far.
     dispatch_async(fake::defaultQueue(), ^{
-      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      while (test::stateOf(getpid()) != 'S') { // the main thread, which waits for the news
+      }
     });
     sendMessageWithReply(connection, {{kCommandKey, "true"}}, [](const std::optional<QByteArray> &) {});
     releaseConnection(connection);
