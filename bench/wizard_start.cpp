@@ -4,25 +4,20 @@
 #include "FirstPaint.h"
 
 #include "base/threads.h"
-#include "controller/KYAppDelegate.h"
-#include "controller/KYViewController.h"
+#include "shell/start_wizard.h"
 #include "shell/wizard_module.h"
-#include "text/resources.h"
 
 #include <QApplication>
 
 int main(int argc, char **argv) {
     QString problem;
     kyb::Interface &interface = *kyb::loadWizardModule(&problem)(argc, argv);
-    KYViewController controller;
-    KYAppDelegate delegate(controller);
-    interface.load(kyb::resourcesFolder(), delegate);
-    controller.connectOutlets(interface);
+    const kyb::WizardProgram program = kyb::startWizard(interface, &problem).value();
     for (QWidget *window : QApplication::topLevelWidgets()) {
         if (window->objectName() == QStringLiteral("parentWindow")) {
             new FirstPaint(*window);
         }
     }
-    controller.awakeFromNib();
+    program.controller.awakeFromNib();
     kyb::endProcess(interface.run());
 }

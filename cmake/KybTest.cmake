@@ -1,4 +1,4 @@
-# kyb_add_test(NAME SOURCES file... LIBRARIES target... [ENVIRONMENT VAR=value...] [TIMEOUT seconds] [LABELS label...])
+# kyb_add_test(NAME SOURCES file... LIBRARIES target... [ENVIRONMENT VAR=value...] [TIMEOUT seconds])
 #
 # Builds one GoogleTest program and registers each of its tests with ctest, one process each,
 # so that tests run in parallel and in any order.
@@ -11,8 +11,13 @@ function(kyb_compile_quickly NAME)
   target_compile_options(${NAME} PRIVATE -O0)
 endfunction()
 
+# What a desktop session has and a build machine may not; without it the toolkit makes one among the temporary files.
+set(KYB_TEST_RUNTIME_DIR "${CMAKE_BINARY_DIR}/runtime")
+file(MAKE_DIRECTORY "${KYB_TEST_RUNTIME_DIR}")
+file(CHMOD "${KYB_TEST_RUNTIME_DIR}" DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+
 function(kyb_add_test NAME)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;ENVIRONMENT;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 60)
   endif()
@@ -20,5 +25,6 @@ function(kyb_add_test NAME)
   target_link_libraries(${NAME} PRIVATE ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main kyb_options)
   kyb_compile_quickly(${NAME})
   gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST
-    PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}" LABELS "${ARG_LABELS}")
+    PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT_MODIFICATION "XDG_RUNTIME_DIR=set:${KYB_TEST_RUNTIME_DIR}"
+               ENVIRONMENT "${ARG_ENVIRONMENT}")
 endfunction()

@@ -1,12 +1,10 @@
 #include "base/KYGlobalConstants.h"
 #include "base/threads.h"
-#include "controller/KYAppDelegate.h"
-#include "controller/KYViewController.h"
 #include "platform/system_root.h"
 #include "shell/command_line.h"
 #include "shell/quit_signals.h"
+#include "shell/start_wizard.h"
 #include "shell/wizard_module.h"
-#include "text/resources.h"
 
 #include <QCoreApplication>
 #include <csignal>
@@ -52,16 +50,13 @@ bool mayEnd(const KYAppDelegate &delegate, KYViewController &controller) {
         fail(problem, kStatusNoWizard);
     }
     kyb::Interface &interface = *makeInterface(argc, argv);
-    KYViewController controller;
-    KYAppDelegate delegate(controller);
-    problem = interface.load(kyb::resourcesFolder(), delegate);
-    if (!problem.isEmpty()) {
+    const std::optional<kyb::WizardProgram> program = kyb::startWizard(interface, &problem);
+    if (!program) {
         fail(problem, kStatusNoWizard);
     }
-    controller.connectOutlets(interface);
-    kyb::askBeforeQuitSignals([&] { return mayEnd(delegate, controller); });
-    controller.awakeFromNib();
-    end(controller, interface.run());
+    kyb::askBeforeQuitSignals([&program] { return mayEnd(program->delegate, program->controller); });
+    program->controller.awakeFromNib();
+    end(program->controller, interface.run());
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "CommandQueue.h"
 
-#include "TempRoot.h"
+#include "support/RootFolder.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -64,7 +64,7 @@ protected:
 
     using Answers = std::vector<std::string>;
 
-    test::TempRoot root_;
+    test::RootFolder root_;
     std::vector<Answers> answers_;
     std::vector<std::size_t> order_;
     CommandQueue queue_{{.silence = 30s, .killGrace = 100ms, .failureHold = 50ms}};

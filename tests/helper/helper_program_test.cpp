@@ -1,4 +1,4 @@
-#include "TempRoot.h"
+#include "support/RootFolder.h"
 
 #include "posix/UniqueFd.h"
 
@@ -34,7 +34,7 @@ TEST(HelperProgram, DoesNotRunFromAnotherPlace) {
 }
 
 TEST(HelperProgram, DoesNotRunWithoutAListeningSocket) {
-    const test::TempRoot root;
+    const test::RootFolder root;
     root.registerHelper(KYB_HELPER_PROGRAM);
     for (const std::string start : {"", "LISTEN_FDS=1 ", "LISTEN_FDS=2 ", "LISTEN_FDS=1 exec 3</dev/null; "}) {
         const Ended ended = run(start + root.helperFile());

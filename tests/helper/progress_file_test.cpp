@@ -1,6 +1,6 @@
 #include "ProgressFile.h"
 
-#include "TempRoot.h"
+#include "support/RootFolder.h"
 
 #include <atomic>
 #include <filesystem>
@@ -36,7 +36,7 @@ protected:
         return mask;
     }
 
-    test::TempRoot root_;
+    test::RootFolder root_;
 };
 
 TEST_F(ProgressFileTest, IsMadeEmptyAndAppendedTo) {

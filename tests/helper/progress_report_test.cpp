@@ -1,6 +1,6 @@
 #include "ProgressReport.h"
 
-#include "TempRoot.h"
+#include "support/RootFolder.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ class ProgressReportTest : public testing::Test {
 protected:
     std::string content() const { return test::contentOf(root_.progressFile()); }
 
-    test::TempRoot root_;
+    test::RootFolder root_;
     ProgressReport report_{*ProgressFile::create(root_.progressFile())};
 };
 

@@ -47,14 +47,14 @@ TEST_F(FolderWalk, NeverGoesThroughALink) {
 TEST_F(FolderWalk, RemovesALinkAndNotWhatItLeadsTo) {
     removeBelow(base_.get(), "link");
     EXPECT_FALSE(fs::is_symlink(inside_ / "link"));
-    EXPECT_EQ(textOf(outside_ / "file"), "kept");
+    EXPECT_EQ(contentOf(outside_ / "file"), "kept");
 }
 
 TEST_F(FolderWalk, RemovesATreeWithLinksInIt) {
     fs::create_directory_symlink(outside_.path(), inside_ / "a/b/link");
     removeBelow(base_.get(), "a");
     EXPECT_FALSE(fs::exists(inside_ / "a"));
-    EXPECT_EQ(textOf(outside_ / "file"), "kept");
+    EXPECT_EQ(contentOf(outside_ / "file"), "kept");
 }
 
 TEST_F(FolderWalk, TellsAFolderThatIsNotThere) {
@@ -66,7 +66,7 @@ TEST_F(FolderWalk, TellsAFolderThatIsNotThere) {
 
 TEST_F(FolderWalk, MakesNoFileWhereOneIs) {
     EXPECT_THROW(createFileBelow(base_.get(), "a/file", 0644), InstallError);
-    EXPECT_EQ(textOf(inside_ / "a/file"), "text");
+    EXPECT_EQ(contentOf(inside_ / "a/file"), "text");
 }
 
 TEST_F(FolderWalk, GivesAFileItsModeWhateverTheMask) {

@@ -22,7 +22,7 @@ TEST(InstallLog, AppendsToWhatIsThere) {
     writeText(root / "var/log/install.log", "earlier\n");
     const InstallLog log(openFolder(root.path().string()).get());
     log.write("now");
-    EXPECT_THAT(textOf(root / "var/log/install.log"), MatchesRegex("earlier\n.* installer\\[[0-9]+\\]: now\n"));
+    EXPECT_THAT(contentOf(root / "var/log/install.log"), MatchesRegex("earlier\n.* installer\\[[0-9]+\\]: now\n"));
 }
 
 TEST(InstallLog, IsMadeWhenItIsNotThere) {
@@ -37,7 +37,7 @@ TEST(InstallLog, IsNeverWrittenThroughALink) {
     writeText(root / "other", "kept");
     std::filesystem::create_symlink(root / "other", root / "var/log/install.log");
     EXPECT_THROW(InstallLog(openFolder(root.path().string()).get()), InstallError);
-    EXPECT_EQ(textOf(root / "other"), "kept");
+    EXPECT_EQ(contentOf(root / "other"), "kept");
 }
 
 TEST(InstallLog, IsNoFifo) {

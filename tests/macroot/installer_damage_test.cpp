@@ -29,7 +29,7 @@ void expectAllOrNothing(const MacRoot &root, const Snapshot &before, const std::
 TEST(InstallerDamage, OfAPackageThatIsCutOffAnywhere) {
     const MacRoot root;
     const std::string package = root.samplePackage({"--version", "1"});
-    const std::string whole = textOf(package);
+    const std::string whole = contentOf(package);
     const Snapshot before = root.snapshot();
     for (std::size_t i = 0; i < kTriedPlaces; ++i) {
         const std::size_t length = whole.size() * i / kTriedPlaces;
@@ -46,7 +46,7 @@ TEST(InstallerDamage, OfAPackageThatIsCutOffAnywhere) {
 TEST(InstallerDamage, OfOneByteAnywhere) {
     const MacRoot root;
     const std::string package = root.samplePackage({"--version", "1"});
-    const std::string whole = textOf(package);
+    const std::string whole = contentOf(package);
     for (std::size_t i = 0; i < kTriedPlaces; ++i) {
         const std::size_t place = whole.size() * i / kTriedPlaces;
         std::string damaged = whole;
@@ -65,7 +65,7 @@ TEST(InstallerDamage, BehindAllThatUnpackingNeeds) {
     ASSERT_EQ(pwrite(file.get(), padding.data(), padding.size(), lseek(file.get(), 0, SEEK_END)), 300000);
     const std::string package = root.beside("a.pkg").string();
     writeFlatPackage(package, {{"PackageInfo", "<pkg-info identifier='a' version='1'/>"}, {"Payload", "", file.get()}});
-    const std::string whole = textOf(package);
+    const std::string whole = contentOf(package);
     const Snapshot before = root.snapshot();
 
     writeText(package, whole.substr(0, whole.size() - 1000));

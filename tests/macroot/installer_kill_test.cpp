@@ -51,7 +51,7 @@ TEST(InstallerKill, AfterMovingIsTakenBackByTheNextRun) {
     const Snapshot before = root.snapshot();
     const Ran killed = root.install(packageWithPostinstall("kill -9 $PPID\n").write(root.beside("second.pkg")));
     EXPECT_EQ(killed.status, 128 + SIGKILL);
-    EXPECT_EQ(textOf(root / "Library/Some/file"), "second");
+    EXPECT_EQ(contentOf(root / "Library/Some/file"), "second");
 
     EXPECT_EQ(root.install(root.samplePackage({"--version", "1", "--fail", "preinstall"})).status, 1);
     EXPECT_EQ(root.snapshot(), before);
@@ -76,7 +76,7 @@ TEST(InstallerKill, EndsAScriptThatDoesNotWantTo) {
     const std::string script = "trap '' TERM\necho $$ >\"$3/pid\"\nkill -TERM $PPID\nmkfifo \"$INSTALLER_TEMP/never\"\n"
                                "read -r line <\"$INSTALLER_TEMP/never\"\n";
     EXPECT_EQ(root.install(packageWithPostinstall(script).write(root.beside("a.pkg"))).lastLine(), kInterrupted);
-    const pid_t process = std::stoi(textOf(root / "pid"));
+    const pid_t process = std::stoi(contentOf(root / "pid"));
     EXPECT_EQ(kill(process, SIGKILL), -1) << "the script was left running";
 }
 

@@ -28,7 +28,7 @@ std::vector<std::string> linesThatBegin(const Ran &ran, std::string_view beginni
 }
 
 std::string fieldOf(const fs::path &plist, const std::string &key) {
-    return PlistEditor(plistFromText(textOf(plist))).run("Print :" + key).text;
+    return PlistEditor(plistFromText(contentOf(plist))).run("Print :" + key).text;
 }
 
 } // namespace
@@ -43,7 +43,7 @@ TEST(InstallerRun, PutsTheDriverInPlaceWithItsModes) {
     EXPECT_EQ(modeOf(root / (std::string(kDriver) + "/Uninstall.sh")), 0755U);
     EXPECT_EQ(modeOf(root / (std::string(kDriver) + "/Filters/quorlix-filter")), 0755U);
     EXPECT_EQ(modeOf(root / (std::string(kDriver) + "/Quorlix.ppd")), 0644U);
-    EXPECT_EQ(textOf(root / (std::string(kDriver) + "/Resources/version.txt")), "4.2.0\n");
+    EXPECT_EQ(contentOf(root / (std::string(kDriver) + "/Resources/version.txt")), "4.2.0\n");
     EXPECT_EQ(fieldOf(root / "Library/Preferences/BrelundQuorlixAdmin.plist", "IsPrivateInstall"), "YES");
     EXPECT_FALSE(root.hasStage());
 }
@@ -96,14 +96,14 @@ TEST(InstallerRun, LeavesAReceipt) {
     const MacRoot root;
     const auto before = std::time(nullptr);
     ASSERT_EQ(root.install(root.samplePackage({"--version", "4.2.0"})).status, 0);
-    EXPECT_THAT(textOf(root / kReceipt), testing::StartsWith("<?xml"));
+    EXPECT_THAT(contentOf(root / kReceipt), testing::StartsWith("<?xml"));
     EXPECT_EQ(fieldOf(root / kReceipt, "PackageIdentifier"), "com.Brelund.QuorlixInstaller");
     EXPECT_EQ(fieldOf(root / kReceipt, "PackageVersion"), "4.2.0");
     EXPECT_EQ(fieldOf(root / kReceipt, "InstallPrefixPath"), "/");
     EXPECT_EQ(fieldOf(root / kReceipt, "InstallProcessName"), "installer");
     EXPECT_EQ(fieldOf(root / kReceipt, "PackageFileName"), "Brelund Quorlix Driver.pkg");
     EXPECT_EQ(modeOf(root / kReceipt), 0644U);
-    const Plist plist = plistFromText(textOf(root / kReceipt));
+    const Plist plist = plistFromText(contentOf(root / kReceipt));
     const plist_t date = plist_dict_get_item(plist.get(), "InstallDate");
     ASSERT_EQ(plist_get_node_type(date), PLIST_DATE);
     EXPECT_GE(unixSecondsOf(date), before);
@@ -117,7 +117,7 @@ TEST(InstallerRun, CallsASecondInstallationAnUpgrade) {
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(ran.lastLine(), "installer: The upgrade was successful.");
     EXPECT_EQ(fieldOf(root / kReceipt, "PackageVersion"), "4.2");
-    EXPECT_EQ(textOf(root / (std::string(kDriver) + "/Resources/version.txt")), "4.2\n");
+    EXPECT_EQ(contentOf(root / (std::string(kDriver) + "/Resources/version.txt")), "4.2\n");
 }
 
 TEST(InstallerRun, DatesEveryLineOfTheLog) {
@@ -158,7 +158,7 @@ TEST(InstallerRun, CallsScriptsAsTheSystemDoes) {
     ASSERT_EQ(ran.status, 0) << ran.lastLine();
     const std::string volume = (root / "").string();
     const std::string stage = volume + "var/db/.installer-stage";
-    std::istringstream seen(textOf(root / "seen"));
+    std::istringstream seen(contentOf(root / "seen"));
     std::vector<std::string> lines;
     for (std::string line; std::getline(seen, line);) {
         lines.push_back(line);
@@ -186,7 +186,7 @@ TEST(InstallerRun, InstallsBelowTheInstallLocation) {
     package.installLocation = "/Library/Printers";
     package.payload = [](PayloadWriter &payload) { payload.addFile("./Some/driver", "text", 04751); };
     EXPECT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 0);
-    EXPECT_EQ(textOf(root / "Library/Printers/Some/driver"), "text");
+    EXPECT_EQ(contentOf(root / "Library/Printers/Some/driver"), "text");
     EXPECT_EQ(modeOf(root / "Library/Printers/Some/driver"), 04751U);
     EXPECT_EQ(fieldOf(root / "var/db/receipts/com.example.test.plist", "InstallPrefixPath"), "Library/Printers");
 }
@@ -199,7 +199,7 @@ TEST(InstallerRun, KeepsLinksAsLinks) {
         payload.addSymbolicLink("./Library/current", "one");
     };
     ASSERT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 0);
-    EXPECT_EQ(textOf(root / "Library/two"), "both");
+    EXPECT_EQ(contentOf(root / "Library/two"), "both");
     EXPECT_TRUE(fs::equivalent(root / "Library/one", root / "Library/two"));
     EXPECT_EQ(fs::read_symlink(root / "Library/current"), "one");
 }
@@ -210,7 +210,7 @@ TEST(InstallerRun, ReplacesALinkAndNotWhatItLeadsTo) {
     fs::create_symlink(root.beside("outside"), root / "Library/Preferences/BrelundQuorlixAdmin.plist");
     EXPECT_EQ(root.install(root.samplePackage({"--version", "1"})).status, 0);
     EXPECT_FALSE(fs::is_symlink(root / "Library/Preferences/BrelundQuorlixAdmin.plist"));
-    EXPECT_EQ(textOf(root.beside("outside")), "kept");
+    EXPECT_EQ(contentOf(root.beside("outside")), "kept");
 }
 
 TEST(InstallerRun, RegistersApplications) {

@@ -48,7 +48,7 @@ TEST_P(PlistBuddyRun, SetsTheEntryAndKeepsFormatModeAndOwner) {
     EXPECT_TRUE(ran.lines.empty());
     EXPECT_EQ(ran.errors, "");
     EXPECT_THAT(run({"Print :IsPrivateInstall"}).lines, ElementsAre("NO"));
-    EXPECT_EQ(plistFormatOf(textOf(file_)), GetParam());
+    EXPECT_EQ(plistFormatOf(contentOf(file_)), GetParam());
     EXPECT_EQ(after.st_mode, before.st_mode);
     EXPECT_EQ(after.st_uid, before.st_uid);
     EXPECT_EQ(after.st_gid, before.st_gid);
@@ -68,11 +68,11 @@ TEST_P(PlistBuddyRun, RunsCommandsInTheirOrder) {
 }
 
 TEST_P(PlistBuddyRun, FailsForAnEntryThatIsNotThere) {
-    const std::string before = textOf(file_);
+    const std::string before = contentOf(file_);
     const Ran ran = run({"Set :Missing YES"});
     EXPECT_EQ(ran.status, 1);
     EXPECT_EQ(ran.errors, "Set: Entry, \":Missing\", Does Not Exist\n");
-    EXPECT_EQ(textOf(file_), before);
+    EXPECT_EQ(contentOf(file_), before);
 }
 
 TEST_P(PlistBuddyRun, SavesWhatSucceededBesideWhatFailed) {
@@ -106,7 +106,7 @@ TEST(PlistBuddyFile, IsMadeByAddAndNotBySet) {
     EXPECT_FALSE(fs::exists(file));
     EXPECT_EQ(runProgram({kProgram, "-c", "Add :Key string 1", file}).status, 0);
     EXPECT_THAT(runProgram({kProgram, "-c", "Print :Key", file}).lines, ElementsAre("1"));
-    EXPECT_THAT(textOf(file), testing::StartsWith("<?xml"));
+    EXPECT_THAT(contentOf(file), testing::StartsWith("<?xml"));
 }
 
 TEST(PlistBuddyFile, StaysAsItIsWhenItIsNoPropertyList) {
@@ -117,7 +117,7 @@ TEST(PlistBuddyFile, StaysAsItIsWhenItIsNoPropertyList) {
         const Ran ran = runProgram({kProgram, "-c", "Add :Key string 1", file});
         EXPECT_EQ(ran.status, 1) << text;
         EXPECT_EQ(ran.errors, "Error Reading File: " + file + "\n") << text;
-        EXPECT_EQ(textOf(file), text);
+        EXPECT_EQ(contentOf(file), text);
     }
 }
 

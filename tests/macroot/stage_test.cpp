@@ -76,10 +76,10 @@ TEST_F(StageTest, PutsAllInPlaceAndRemovesItselfAfterACommit) {
         stage.commit();
     }
     for (const char *const path : {"a/old", "a/link", "a/new", "b/c/new", "b/d/e/new"}) {
-        EXPECT_EQ(textOf(root_ / path), "from the package") << path;
+        EXPECT_EQ(contentOf(root_ / path), "from the package") << path;
         EXPECT_EQ(modeOf(root_ / path), 0640U) << path;
     }
-    EXPECT_EQ(textOf(root_ / "a/kept"), "kept");
+    EXPECT_EQ(contentOf(root_ / "a/kept"), "kept");
     EXPECT_FALSE(fs::exists(root_ / Stage::kFolder));
 }
 
@@ -121,7 +121,7 @@ TEST_F(StageTest, KeepsWhatAKilledRunHadCommitted) {
         stage.commit();
     });
     EXPECT_TRUE(Stage::recover(rootFd_.get()));
-    EXPECT_EQ(textOf(root_ / "b/d/e/new"), "from the package");
+    EXPECT_EQ(contentOf(root_ / "b/d/e/new"), "from the package");
     EXPECT_FALSE(fs::exists(root_ / Stage::kFolder));
 }
 

@@ -31,7 +31,7 @@ TEST(MakeMacroot, MakesWhatTheProductMeets) {
         EXPECT_EQ(modeOf(root / program), 0755U) << program;
     }
     const fs::path version = root / "System/Library/CoreServices/SystemVersion.plist";
-    PlistEditor editor(plistFromText(textOf(version)));
+    PlistEditor editor(plistFromText(contentOf(version)));
     EXPECT_EQ(editor.run("Print :ProductName").text, "macOS");
     EXPECT_EQ(editor.run("Print :ProductVersion").text, "13.1");
     EXPECT_NE(editor.run("Print :ProductBuildVersion").text, "");
@@ -129,7 +129,7 @@ TEST(MakePackage, KeepsTheEarlierFileWhenItCannotWrite) {
 TEST(SamplePackage, LiesBesideItsVersionList) {
     const fs::path shipped = fs::path(builtProgram("")).parent_path().parent_path() / "OSX";
     const FlatPackage package((shipped / "Brelund Quorlix Driver.pkg").string());
-    EXPECT_THAT(textOf(shipped / "macver.list"),
+    EXPECT_THAT(contentOf(shipped / "macver.list"),
                 HasSubstr("\nBrelund Quorlix Driver=" + package.components().front().info.version + "\n"));
 }
 

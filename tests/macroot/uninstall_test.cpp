@@ -39,8 +39,8 @@ TEST(Uninstall, LeavesWhatIsNotTheDrivers) {
     writeText(root / "Library/Printers/other", "kept");
     writeText(root / "var/db/receipts/other.plist", "kept");
     EXPECT_EQ(runProgram({"/bin/sh", (root / kScript).string()}).status, 0);
-    EXPECT_EQ(textOf(root / "Library/Printers/other"), "kept");
-    EXPECT_EQ(textOf(root / "var/db/receipts/other.plist"), "kept");
+    EXPECT_EQ(contentOf(root / "Library/Printers/other"), "kept");
+    EXPECT_EQ(contentOf(root / "var/db/receipts/other.plist"), "kept");
 }
 
 TEST(Uninstall, RemovesNothingFromAnotherPlace) {

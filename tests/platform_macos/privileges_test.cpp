@@ -3,9 +3,10 @@
 #include "channel/message_keys.h"
 #include "platform/helper_connection.h"
 #include "recorded.h"
+#include "support/Program.h"
 
 #include <atomic>
-#include <thread>
+#include <unistd.h>
 
 using namespace kyb;
 using testing::ElementsAre;
@@ -72,7 +73,8 @@ TEST_F(PrivilegesOnMac, RegistersOnlyAfterTheNewsThatThereIsNoHelper) {
     resumeConnection(connection);
     // The news queues up behind this, so that a registration that does not wait is the first by far.
     dispatch_async(fake::defaultQueue(), ^{
-      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      while (test::stateOf(getpid()) != 'S') { // the main thread, which waits for the news
+      }
     });
     sendMessageWithReply(connection, {{kCommandKey, "true"}}, [](const std::optional<QByteArray> &) {});
     releaseConnection(connection);

@@ -1,72 +1,45 @@
 #pragma once
 
-#include <QProcess>
-#include <QString>
-#include <QStringList>
-#include <QTemporaryDir>
+#include "support/RootFolder.h"
+
 #include <functional>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <map>
 #include <memory>
 
 /// Whole runs of the real program: each test has a root folder of its own, made by tools/make-macroot, and an installer
-/// folder of its own with the bundle's programs and the package. Helpers that are left running are ended.
+/// folder of its own with the bundle's programs and the package.
 class SilentRun : public ::testing::Test {
 protected:
-    struct Outcome {
-        int status;      ///< the exit status; minus the signal's number when one ended the process
-        QString printed; ///< standard output
-        QString errors;  ///< standard error: the system log
-    };
+    using Words = std::vector<std::string>;
+    using Program = kyb::test::Program;
+    using Ran = kyb::test::Ran;
 
     SilentRun();
-    ~SilentRun() override;
-
-    void SetUp() override;
 
     /// The folder that holds the bundle. Before anything is put into it.
-    void setInstallerFolder(const QString &name) { installerFolder_ = scratch_.path() + u'/' + name; }
-    QString installerFolder() const { return installerFolder_; }
-    QString program() const;
-
-    QString root() const { return scratch_.path() + QStringLiteral("/MacintoshHD"); }
-    QString path(const QString &fixedPath) const { return root() + fixedPath; }
+    void setInstallerFolder(const std::string &name) { installerFolder_ = root.beside(name); }
+    std::string installerFolder() const { return installerFolder_; }
+    std::string package() const { return installerFolder_ + "/OSX/Brelund Quorlix Driver.pkg"; }
 
     /// Puts the bundle's programs, a version list and a package made with \p options into the installer folder.
-    void putInstaller(const QStringList &options = {QStringLiteral("--version"), QStringLiteral("1.0")});
-    void putPackage(const QStringList &options);
-
-    /// Puts a shell script in place of a system program.
-    void putProgram(const QString &fixedPath, const QByteArray &script) const;
-    void putHelper(const QString &program) const;
+    void putInstaller(const Words &options = {"--version", "1.0"}) const;
+    void putPackage(const Words &options) const;
 
     /// Starts the program and does not wait.
-    std::unique_ptr<QProcess> start(const QStringList &arguments = {QStringLiteral("-s"), QStringLiteral("bob"),
-                                                                    QStringLiteral("PUBLIC")});
+    std::unique_ptr<Program> start(const Words &arguments = {"-s", "bob", "PUBLIC"}) const;
+    Ran run(const Words &arguments = {"-s", "bob", "PUBLIC"}) const { return finish(*start(arguments)); }
 
-    /// Waits for the end of a program. One that does not end fails the test and is killed.
-    Outcome finish(QProcess &process) const;
+    /// Looks until \p condition holds; the test's own time limit bounds it.
+    static void waitUntil(const std::function<bool()> &condition);
 
-    Outcome run(const QStringList &arguments = {QStringLiteral("-s"), QStringLiteral("bob"), QStringLiteral("PUBLIC")});
+    /// Whether the wrapper log has that entry.
+    bool hasLogged(const std::string &entry) const;
 
-    /// Turns until \p condition holds; fails the test after a while.
-    void waitUntil(const std::function<bool()> &condition) const;
-
-    QByteArray read(const QString &fixedPath) const;
-    bool exists(const QString &fixedPath) const;
-    void write(const QString &fixedPath, const QByteArray &content) const;
-
-    /// The wrapper log's entries without their stamps.
-    QStringList logEntries() const;
-    QString installedVersion() const;
-    QString preference() const;
-
-    /// The process ids of this root's helpers.
-    QList<int> helpers() const;
-
-    QProcessEnvironment environment;
-    std::function<void()> inChild; ///< runs in the child process before the program starts
+    const kyb::test::RootFolder root;
+    std::map<std::string, std::string> environment;
+    Words startedBy; ///< a program, with its arguments, that becomes the program
 
 private:
-    QTemporaryDir scratch_;
-    QString installerFolder_;
+    std::string installerFolder_ = root.beside("Installer");
 };

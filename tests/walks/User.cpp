@@ -78,33 +78,32 @@ void User::drag(const QString &fromObjectName, QPoint to) {
     release();
 }
 
-void User::key(const char *keyName) {
-    const KeyCode code = XKeysymToKeycode(display_->connection, XStringToKeysym(keyName));
+void User::strike(unsigned long keysym, unsigned long modifier) {
+    const KeyCode code = XKeysymToKeycode(display_->connection, keysym);
+    const KeyCode held = XKeysymToKeycode(display_->connection, modifier);
+    if (held != 0) {
+        XTestFakeKeyEvent(display_->connection, held, True, CurrentTime);
+    }
     XTestFakeKeyEvent(display_->connection, code, True, CurrentTime);
     XTestFakeKeyEvent(display_->connection, code, False, CurrentTime);
+    if (held != 0) {
+        XTestFakeKeyEvent(display_->connection, held, False, CurrentTime);
+    }
     XSync(display_->connection, False);
 }
 
-void User::keyWith(unsigned long modifierKeysym, const char *keyName) {
-    const KeyCode modifier = XKeysymToKeycode(display_->connection, modifierKeysym);
-    XTestFakeKeyEvent(display_->connection, modifier, True, CurrentTime);
-    key(keyName);
-    XTestFakeKeyEvent(display_->connection, modifier, False, CurrentTime);
-    XSync(display_->connection, False);
+void User::key(const char *keyName) {
+    strike(XStringToKeysym(keyName), NoSymbol);
 }
 
 void User::keyWithControl(const char *keyName) {
-    keyWith(XK_Control_L, keyName);
+    strike(XStringToKeysym(keyName), XK_Control_L);
 }
 
 void User::type(const QString &latinText) {
-    for (const QChar character : latinText) {
-        const char name[] = {character.toLatin1(), '\0'};
-        if (character.isUpper()) {
-            keyWith(XK_Shift_L, name);
-        } else {
-            key(character == u' ' ? "space" : character == u'/' ? "slash" : character == u'.' ? "period" : name);
-        }
+    for (const QChar character : latinText) { // a Latin-1 character is its own keysym
+        const bool isShifted = character.isUpper() || character == u'_';
+        strike(character.unicode(), isShifted ? XK_Shift_L : NoSymbol);
     }
 }
 

@@ -53,7 +53,8 @@ private:
     struct Display;
 
     QPoint restingCenterOf(const QString &objectName);
-    void keyWith(unsigned long modifierKeysym, const char *keyName);
+    /// Strikes a key, while the modifier is held, if there is one; both are X keysyms.
+    void strike(unsigned long keysym, unsigned long modifier);
 
     std::unique_ptr<Display> display_;
 };

@@ -1,21 +1,12 @@
 #include "Walk.h"
 
-#include "controller/KYAppDelegate.h"
-#include "controller/KYViewController.h"
-#include "text/resources.h"
+#include "shell/start_wizard.h"
 #include "ui/wizard/Wizard.h"
 
 #include <QApplication>
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QFileInfo>
-#include <QProcess>
-#include <QRegularExpression>
-#include <QThread>
 #include <QTimer>
 #include <atomic>
-#include <sys/stat.h>
 #include <thread>
 
 namespace {
@@ -45,6 +36,13 @@ private:
 
 } // namespace
 
+Walk::Walk() : root("MacintoshHD", qgetenv("KYB_SCRATCH").toStdString()) {
+    root.makeMacRoot();
+    qputenv("KYB_SYSTEM_ROOT", root.path().c_str());
+    qputenv("PATH", root.pathWithSudo().c_str());
+    kyb::test::makePackage(package(), {"--version", "4.2.0"});
+}
+
 int Walk::walk(const std::function<void(User &)> &steps) {
     static int argc = 1;
     static char name[] = "walk";
@@ -52,11 +50,10 @@ int Walk::walk(const std::function<void(User &)> &steps) {
     // NB: never destroyed, as in the program itself: background threads may still run when the test has ended.
     auto *wizard = new kyb::Wizard(argc, argv);
     prepareApplication();
-    controller = new KYViewController;
-    delegate = new KYAppDelegate(*controller);
-    const QString problem = wizard->load(kyb::resourcesFolder(), *delegate);
+    QString problem;
+    const std::optional<kyb::WizardProgram> program = kyb::startWizard(*wizard, &problem);
     EXPECT_EQ(problem, QString());
-    controller->connectOutlets(*wizard);
+    controller = &program->controller;
     controller->awakeFromNib();
 
     const EventLoopWatchdog watchdog;
@@ -81,60 +78,12 @@ int Walk::walk(const std::function<void(User &)> &steps) {
     return status;
 }
 
-QString Walk::scratch() const {
-    return qEnvironmentVariable("KYB_SCRATCH");
-}
-
-QString Walk::path(const QString &fixedPath) const {
-    return scratch() + QStringLiteral("/MacintoshHD") + fixedPath;
-}
-
-QByteArray Walk::read(const QString &fixedPath) const {
-    QFile file(path(fixedPath));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void Walk::write(const QString &fixedPath, const QByteArray &content) const {
-    QDir().mkpath(QFileInfo(path(fixedPath)).path());
-    QFile file(path(fixedPath));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(content);
-}
-
-bool Walk::exists(const QString &fixedPath) const {
-    return QFileInfo::exists(path(fixedPath));
-}
-
-QStringList Walk::logEntries() const {
-    QStringList entries =
-        QString::fromUtf8(read(QStringLiteral("/var/tmp/kyb/BrelundQuorlix.log"))).split(u'\n', Qt::SkipEmptyParts);
-    for (QString &entry : entries) {
-        entry.remove(QRegularExpression(QStringLiteral("^.{6,40}? : ")));
-    }
-    return entries;
-}
-
-void Walk::putPackage(const QStringList &options) const {
-    const QString package = scratch() + QStringLiteral("/Installer/OSX/Brelund Quorlix Driver.pkg");
-    QFile::remove(package);
-    QStringList arguments{QStringLiteral("--programs"), qEnvironmentVariable("KYB_PROGRAMS"), package};
-    ASSERT_EQ(
-        QProcess::execute(qEnvironmentVariable("KYB_TOOLS") + QStringLiteral("/make-package"), arguments + options), 0);
-}
-
-void Walk::putProgram(const QString &fixedPath, const QByteArray &script) const {
-    QFile::remove(path(fixedPath));
-    write(fixedPath, script);
-    ASSERT_EQ(chmod(QFile::encodeName(path(fixedPath)).constData(), 0755), 0);
+std::string Walk::package() const {
+    return root.beside("Installer/OSX/Brelund Quorlix Driver.pkg");
 }
 
 void Walk::installEarlierVersion() const {
-    const QString package = scratch() + QStringLiteral("/earlier.pkg");
-    ASSERT_EQ(QProcess::execute(qEnvironmentVariable("KYB_TOOLS") + QStringLiteral("/make-package"),
-                                {QStringLiteral("--programs"), qEnvironmentVariable("KYB_PROGRAMS"), package,
-                                 QStringLiteral("--version"), QStringLiteral("3.9.1")}),
-              0);
-    ASSERT_EQ(QProcess::execute(path(QStringLiteral("/usr/sbin/installer")),
-                                {QStringLiteral("-pkg"), package, QStringLiteral("-target"), QStringLiteral("/")}),
-              0);
+    const std::string earlier = root.beside("earlier.pkg");
+    kyb::test::makePackage(earlier, {"--version", "3.9.1"});
+    ASSERT_EQ(kyb::test::runProgram({root.at("/usr/sbin/installer"), "-pkg", earlier, "-target", "/"}).status, 0);
 }

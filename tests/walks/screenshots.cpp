@@ -11,7 +11,6 @@
 #include "controller/KYViewController.h"
 
 #include <QApplication>
-#include <QFile>
 #include <QPalette>
 #include <QScreen>
 #include <QThread>
@@ -20,7 +19,7 @@
 
 namespace {
 
-const QByteArray kWaitingInstaller =
+const std::string kWaitingInstaller =
     "#!/bin/sh\n"
     "root=${0%/usr/sbin/installer}\n"
     "echo 'installer:PHASE:Writing files'\n"
@@ -83,7 +82,7 @@ protected:
 
 TEST_F(Screens, OfAnUpgrade) {
     installEarlierVersion();
-    putProgram(QStringLiteral("/usr/sbin/installer"), kWaitingInstaller);
+    root.putProgram("/usr/sbin/installer", kWaitingInstaller);
     walk([this](User &user) {
         user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
         save(user, "1-start-earlier-version");
@@ -119,7 +118,7 @@ TEST_F(Screens, OfAnUpgrade) {
         save(user, "9-quit-refused");
         user.key("Return");
         user.waitForGone(QStringLiteral("quitAppWarningSheet"));
-        write(QStringLiteral("/go"), "");
+        root.write("/go", "");
         user.waitForVisible(QStringLiteral("installationResultView"));
         save(user, "10-installed");
         user.keyWithControl("l");
@@ -130,9 +129,9 @@ TEST_F(Screens, OfAnUpgrade) {
 }
 
 TEST_F(Screens, OfAFailure) {
-    putProgram(QStringLiteral("/usr/sbin/installer"), kWaitingInstaller);
-    write(QStringLiteral("/fail"), "");
-    write(QStringLiteral("/go"), "");
+    root.putProgram("/usr/sbin/installer", kWaitingInstaller);
+    root.write("/fail", "");
+    root.write("/go", "");
     walk([this](User &user) {
         user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
         save(user, "12-start");
@@ -145,7 +144,7 @@ TEST_F(Screens, OfAFailure) {
 }
 
 TEST_F(Screens, OfAMissingPackageAndTheOtherSheets) {
-    QFile::remove(scratch() + QStringLiteral("/Installer/OSX/Brelund Quorlix Driver.pkg"));
+    std::filesystem::remove(package());
     walk([this](User &user) {
         user.waitForVisible(QStringLiteral("installationView"));
         save(user, "14-package-missing");

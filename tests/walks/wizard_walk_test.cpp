@@ -5,18 +5,17 @@
 #include "text/localized_text.h"
 
 #include <QApplication>
-#include <QFile>
-#include <QFileInfo>
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QThread>
 #include <QWindow>
+#include <gmock/gmock.h>
 
 namespace {
 
 using kyb::localizedText;
 
-const QString kDriver = QStringLiteral("/Library/Printers/BrelundQuorlix");
+const std::string kDriver = "/Library/Printers/BrelundQuorlix";
 const QString kBox = QStringLiteral("checkBoxButton");
 const QString kForward = QStringLiteral("multipleActionsButton");
 const QString kDrag = QStringLiteral("installationView");
@@ -26,12 +25,12 @@ const QString kResult = QStringLiteral("installationResultView");
 const QString kClose = QStringLiteral("closeButton");
 
 /// An installer that works in steps of its own pace until the file "go" is below the root.
-const QByteArray kWaitingInstaller = "#!/bin/sh\n"
-                                     "root=${0%/usr/sbin/installer}\n"
-                                     "echo 'installer:PHASE:Writing files'\n"
-                                     "echo 'installer:%1.000000'\n"
-                                     "while [ ! -e \"$root/go\" ]; do sleep 0.02; done\n"
-                                     "echo 'installer: The install was successful.'\n";
+const std::string kWaitingInstaller = "#!/bin/sh\n"
+                                      "root=${0%/usr/sbin/installer}\n"
+                                      "echo 'installer:PHASE:Writing files'\n"
+                                      "echo 'installer:%1.000000'\n"
+                                      "while [ ! -e \"$root/go\" ]; do sleep 0.02; done\n"
+                                      "echo 'installer: The install was successful.'\n";
 
 QString textOf(const char *key) {
     return localizedText(QString::fromLatin1(key));
@@ -45,10 +44,6 @@ void acceptTerms(User &user) {
     waitForTheCatalog(user);
     user.click(kBox);
     user.waitFor([] { return bool(isTermsAndConditionsAccepted); }, "the terms to be accepted");
-}
-
-void expectInstalled(const Walk *, const QByteArray &receipt, const char *version) {
-    EXPECT_TRUE(receipt.contains(version)) << receipt.constData();
 }
 
 TEST_F(Walk, InstallsByDraggingTheIconOntoTheDestination) {
@@ -65,8 +60,8 @@ TEST_F(Walk, InstallsByDraggingTheIconOntoTheDestination) {
         user.click(kClose);
     });
     EXPECT_EQ(status, 0);
-    expectInstalled(this, read(QStringLiteral("/var/db/receipts/com.Brelund.QuorlixInstaller.plist")), "4.2.0");
-    EXPECT_TRUE(read(QStringLiteral("/Library/Preferences/BrelundQuorlixAdmin.plist")).contains("NO"));
+    EXPECT_EQ(root.installedVersion(), "4.2.0");
+    EXPECT_EQ(root.preference(), "NO");
 }
 
 TEST_F(Walk, InstallsWithTheKeyboardAlone) {
@@ -85,8 +80,8 @@ TEST_F(Walk, InstallsWithTheKeyboardAlone) {
         user.key("Return");
     });
     EXPECT_EQ(status, 0);
-    EXPECT_TRUE(exists(kDriver));
-    EXPECT_TRUE(read(QStringLiteral("/Library/Preferences/BrelundQuorlixAdmin.plist")).contains("NO"));
+    EXPECT_TRUE(root.exists(kDriver));
+    EXPECT_EQ(root.preference(), "NO");
 }
 
 TEST_F(Walk, TheKeyboardDragsTheIconToo) {
@@ -97,7 +92,7 @@ TEST_F(Walk, TheKeyboardDragsTheIconToo) {
         user.waitForVisible(kChoice);
         user.keyWithControl("q");
     });
-    EXPECT_FALSE(exists(kDriver));
+    EXPECT_FALSE(root.exists(kDriver));
 }
 
 TEST_F(Walk, AnIconThatIsPressedBeforeTheTermsAreAcceptedDrawsTheRedBorder) {
@@ -219,11 +214,11 @@ TEST_F(Walk, InAnotherLanguageTheButtonsLeadOnAsWell) {
         EXPECT_EQ(user.text(QStringLiteral("installationResultLabel")), textOf("InstallSuccessful"));
         user.click(kClose);
     });
-    EXPECT_TRUE(exists(kDriver));
+    EXPECT_TRUE(root.exists(kDriver));
 }
 
 TEST_F(Walk, QuitIsRefusedWhileTheEngineWorks) {
-    putProgram(QStringLiteral("/usr/sbin/installer"), kWaitingInstaller);
+    root.putProgram("/usr/sbin/installer", kWaitingInstaller);
     const int status = walk([this](User &user) {
         acceptTerms(user);
         user.click(kForward);
@@ -239,7 +234,7 @@ TEST_F(Walk, QuitIsRefusedWhileTheEngineWorks) {
         user.onMain(
             [this] { EXPECT_FALSE(QApplication::activeWindow() != nullptr && QApplication::activeWindow()->close()); });
         EXPECT_TRUE(user.isVisible(kProgress));
-        write(QStringLiteral("/go"), "");
+        root.write("/go", "");
         user.waitForVisible(kResult);
         user.keyWithControl("q");
     });
@@ -247,8 +242,7 @@ TEST_F(Walk, QuitIsRefusedWhileTheEngineWorks) {
 }
 
 TEST_F(Walk, ProgressNeverGoesBackwardsWithinTheInstallation) {
-    putPackage(
-        {QStringLiteral("--version"), QStringLiteral("4.2.0"), QStringLiteral("--size"), QStringLiteral("60000000")});
+    kyb::test::makePackage(package(), {"--version", "4.2.0", "--size", "60000000"});
     walk([](User &user) {
         acceptTerms(user);
         user.click(kForward);
@@ -275,7 +269,7 @@ TEST_F(Walk, ProgressNeverGoesBackwardsWithinTheInstallation) {
 
 TEST_F(Walk, AnUpgradeWarnsAndRemovesTheEarlierVersionFirst) {
     installEarlierVersion();
-    write(kDriver + QStringLiteral("/left by the earlier version"), "x");
+    root.write(kDriver + "/left by the earlier version", "x");
     walk([](User &user) {
         waitForTheCatalog(user);
         user.waitForText(QStringLiteral("warningField"), QStringLiteral("3.9.1"));
@@ -288,14 +282,13 @@ TEST_F(Walk, AnUpgradeWarnsAndRemovesTheEarlierVersionFirst) {
         EXPECT_EQ(user.text(QStringLiteral("installationResultLabel")), textOf("InstallSuccessful"));
         user.click(kClose);
     });
-    EXPECT_FALSE(exists(kDriver + QStringLiteral("/left by the earlier version")));
-    expectInstalled(this, read(QStringLiteral("/var/db/receipts/com.Brelund.QuorlixInstaller.plist")), "4.2.0");
-    EXPECT_TRUE(logEntries().contains(QStringLiteral("Older Brelund Quorlix Driver uninstalled successfully.")));
+    EXPECT_FALSE(root.exists(kDriver + "/left by the earlier version"));
+    EXPECT_EQ(root.installedVersion(), "4.2.0");
+    EXPECT_THAT(root.logEntries(), testing::Contains("Older Brelund Quorlix Driver uninstalled successfully."));
 }
 
 TEST_F(Walk, AFailureIsShownWithItsTexts) {
-    putPackage({QStringLiteral("--version"), QStringLiteral("4.2.0"), QStringLiteral("--fail"),
-                QStringLiteral("postinstall")});
+    kyb::test::makePackage(package(), {"--version", "4.2.0", "--fail", "postinstall"});
     walk([](User &user) {
         acceptTerms(user);
         user.click(kForward);
@@ -305,12 +298,12 @@ TEST_F(Walk, AFailureIsShownWithItsTexts) {
         EXPECT_EQ(user.text(QStringLiteral("installationSubResultLabel")), textOf("InstallFailedSubResult"));
         user.click(kClose);
     });
-    EXPECT_FALSE(exists(kDriver));
-    EXPECT_TRUE(logEntries().contains(QStringLiteral("Installation failed...")));
+    EXPECT_FALSE(root.exists(kDriver));
+    EXPECT_THAT(root.logEntries(), testing::Contains("Installation failed..."));
 }
 
 TEST_F(Walk, TheLogIsShownFilteredAndSaved) {
-    const QString saved = scratch() + QStringLiteral("/saved.txt");
+    const std::string saved = root.beside("saved.txt");
     walk([&](User &user) {
         acceptTerms(user);
         user.click(kForward);
@@ -340,19 +333,17 @@ TEST_F(Walk, TheLogIsShownFilteredAndSaved) {
             },
             "the save panel's name field");
         user.keyWithControl("a");
-        user.type(saved);
+        user.type(QString::fromStdString(saved));
         user.key("Return");
-        user.waitFor([&] { return QFileInfo::exists(saved) && QApplication::activeModalWidget() == nullptr; },
+        user.waitFor([&] { return std::filesystem::exists(saved) && QApplication::activeModalWidget() == nullptr; },
                      "the saved log");
         user.onMain([] { QApplication::exit(0); });
     });
-    QFile file(saved);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(QString::fromUtf8(file.readAll()), controller->logFileData);
+    EXPECT_EQ(kyb::test::contentOf(saved), controller->logFileData.toStdString());
 }
 
 TEST_F(Walk, AMissingPackageIsSaidAndNothingCanBeDone) {
-    QFile::remove(scratch() + QStringLiteral("/Installer/OSX/Brelund Quorlix Driver.pkg"));
+    std::filesystem::remove(package());
     walk([](User &user) {
         user.waitForText(QStringLiteral("packageNameLabel"), textOf("MissingPackage"));
         EXPECT_FALSE(user.isEnabled(kBox));

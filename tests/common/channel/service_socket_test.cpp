@@ -1,6 +1,6 @@
 #include "channel/ServiceSocket.h"
 
-#include "TempRoot.h"
+#include "support/RootFolder.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -14,7 +14,7 @@ namespace kyb {
 namespace {
 
 TEST(ServiceSocket, ConnectsBelowARootWithALongName) {
-    const test::TempRoot root(std::string(200, 'a') + "/" + std::string(200, 'b'));
+    const test::RootFolder root(std::string(200, 'a') + "/" + std::string(200, 'b'));
     const auto socket = ServiceSocket::open(root.path(), "com.kyb.test.xpc");
     ASSERT_TRUE(socket);
     const UniqueFd listening = socket->listen();
@@ -24,14 +24,14 @@ TEST(ServiceSocket, ConnectsBelowARootWithALongName) {
 }
 
 TEST(ServiceSocket, IsOpenToEverybody) {
-    const test::TempRoot root;
+    const test::RootFolder root;
     const auto socket = ServiceSocket::open(root.path(), "x");
     const UniqueFd listening = socket->listen();
     EXPECT_EQ(socket->entry()->st_mode & 0777U, 0666U);
 }
 
 TEST(ServiceSocket, TellsWhyNobodyIsThere) {
-    const test::TempRoot root;
+    const test::RootFolder root;
     const auto socket = ServiceSocket::open(root.path(), "x");
     EXPECT_FALSE(socket->connect());
     EXPECT_EQ(errno, ENOENT);
@@ -43,7 +43,7 @@ TEST(ServiceSocket, TellsWhyNobodyIsThere) {
 }
 
 TEST(ServiceSocket, TakesTheOldSocketsPlace) {
-    const test::TempRoot root;
+    const test::RootFolder root;
     const auto socket = ServiceSocket::open(root.path(), "x");
     socket->listen().reset();
     const UniqueFd listening = socket->listen();
@@ -53,7 +53,7 @@ TEST(ServiceSocket, TakesTheOldSocketsPlace) {
 }
 
 TEST(ServiceSocket, IsLockedByOneOnly) {
-    const test::TempRoot root;
+    const test::RootFolder root;
     const auto socket = ServiceSocket::open(root.path(), "x");
     UniqueFd first = socket->tryLock();
     EXPECT_TRUE(first);
@@ -64,14 +64,14 @@ TEST(ServiceSocket, IsLockedByOneOnly) {
 }
 
 TEST(ServiceSocket, IsNotLockedThroughALink) {
-    const test::TempRoot root;
+    const test::RootFolder root;
     std::ofstream(root.at("/victim")).put('\n');
     std::filesystem::create_symlink(root.at("/victim"), root.at("/var/run/x.lock"));
     EXPECT_FALSE(ServiceSocket::open(root.path(), "x")->tryLock());
 }
 
 TEST(ServiceSocket, WaitsForRoomInAFullBacklog) {
-    const test::TempRoot root;
+    const test::RootFolder root;
     const auto socket = ServiceSocket::open(root.path(), "x");
     const UniqueFd listening = socket->listen();
     std::vector<UniqueFd> connections;
@@ -80,7 +80,8 @@ TEST(ServiceSocket, WaitsForRoomInAFullBacklog) {
         ASSERT_TRUE(connections.back()) << i;
     }
     std::thread server([&listening] {
-        usleep(50'000);
+        while (test::stateOf(getpid()) != 'S') { // the main thread, which waits for room
+        }
         while (UniqueFd(accept(listening.get(), nullptr, nullptr))) {
         }
     });

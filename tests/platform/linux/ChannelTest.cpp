@@ -11,13 +11,13 @@
 namespace kyb::test {
 namespace {
 
-std::unique_ptr<TempRoot> sharedRoot;
+std::unique_ptr<RootFolder> sharedRoot;
 
 /// Names the root before any test: the port reads the variable once.
 class RootEnvironment : public testing::Environment {
 public:
     void SetUp() override {
-        sharedRoot = std::make_unique<TempRoot>();
+        sharedRoot = std::make_unique<RootFolder>();
         setenv("KYB_SYSTEM_ROOT", sharedRoot->path().c_str(), 1);
     }
     void TearDown() override { sharedRoot.reset(); }
@@ -65,7 +65,7 @@ ChannelTest::~ChannelTest() {
     turnUntil(isIdle);
 }
 
-const TempRoot &ChannelTest::root() {
+const RootFolder &ChannelTest::root() {
     return *sharedRoot;
 }
 

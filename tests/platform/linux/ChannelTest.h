@@ -1,8 +1,8 @@
 #pragma once
 
 #include "QtTest.h"
-#include "TempRoot.h"
 #include "platform/helper_connection.h"
+#include "support/RootFolder.h"
 
 #include <gtest/gtest.h>
 #include <memory>
@@ -39,7 +39,7 @@ protected:
     ChannelTest();
     ~ChannelTest() override;
 
-    static const TempRoot &root();
+    static const RootFolder &root();
 
     /// Puts the real helper at its place.
     static void registerHelper();

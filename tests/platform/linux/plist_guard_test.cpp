@@ -1,7 +1,7 @@
 #include "channel/plist_guard.h"
 
-#include "TempRoot.h"
 #include "platform/property_list.h"
+#include "support/RootFolder.h"
 
 #include <cstdint>
 #include <fstream>
@@ -169,7 +169,7 @@ TEST(PlistGuard, SurvivesEveryFlippedByte) {
 }
 
 TEST(PlistGuard, KeepsAHostileFileAway) {
-    const test::TempRoot root;
+    const test::RootFolder root;
     const QString path = QString::fromStdString(root.at("/list"));
     const std::string files[] = {nestedList(100'000), nestedXml(1'000'000), std::string(17 << 20, ' ') + nestedXml(0)};
     for (const std::string &content : files) {

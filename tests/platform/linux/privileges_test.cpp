@@ -80,7 +80,7 @@ TEST_F(PrivilegesTest, TellWhenTheHelperCannotBeInstalled) {
 }
 
 TEST_F(PrivilegesTest, ReachAHelperBelowARootWithALongName) {
-    const test::TempRoot deep(std::string(120, 'a'));
+    const test::RootFolder deep(std::string(120, 'a'));
     deep.registerHelper(bundledHelper());
     EXPECT_THAT(test::askProbe("KYB_SYSTEM_ROOT=" + deep.path(), "send 'exit 9'"),
                 ElementsAre("Command finished with status 9"));

@@ -1,6 +1,6 @@
 #include "platform/system_log.h"
 
-#include "TempRoot.h"
+#include "support/RootFolder.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -32,7 +32,7 @@ private:
 };
 
 TEST(SystemLog, WritesTheMessageAndALineFeed) {
-    const test::TempRoot root;
+    const test::RootFolder root;
     {
         const CapturedErrors captured(root.at("/errors"));
         systemLog(QStringLiteral("Grüße %s"));
@@ -43,7 +43,7 @@ TEST(SystemLog, WritesTheMessageAndALineFeed) {
 }
 
 TEST(SystemLog, KeepsTheMessagesOfSeveralThreadsWhole) {
-    const test::TempRoot root;
+    const test::RootFolder root;
     {
         const CapturedErrors captured(root.at("/errors"));
         std::vector<std::thread> threads;

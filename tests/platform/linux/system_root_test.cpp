@@ -1,5 +1,5 @@
 #include "Probe.h"
-#include "TempRoot.h"
+#include "support/RootFolder.h"
 
 #include <filesystem>
 #include <fstream>
@@ -26,7 +26,7 @@ TEST(SystemRoot, MayBeNamedOutright) {
 }
 
 TEST(SystemRoot, IsPutBeforeEveryFixedPath) {
-    const test::TempRoot root;
+    const test::RootFolder root;
     for (const std::string slashes : {"", "/", "//"}) {
         EXPECT_THAT(test::askProbe("KYB_SYSTEM_ROOT=" + root.path() + slashes, "root"),
                     ElementsAre("fine", root.path(), root.at("/var/tmp/kyb")));
@@ -34,19 +34,19 @@ TEST(SystemRoot, IsPutBeforeEveryFixedPath) {
 }
 
 TEST(SystemRoot, TakesEveryCharacterThatNeedsNoQuoting) {
-    const test::TempRoot root("Az09._+,:@%=-");
+    const test::RootFolder root("Az09._+,:@%=-");
     EXPECT_EQ(problemOf(root.path()), "fine");
 }
 
 TEST(SystemRoot, RefusesWhatAShellWouldRead) {
     for (const std::string character : {" ", "$", "\"", "\\", "&", ";", "*", "(", "~", "#", "`", "\n", "é"}) {
-        const test::TempRoot root("a" + character + "b");
+        const test::RootFolder root("a" + character + "b");
         EXPECT_THAT(problemOf(root.path()), HasSubstr("needs no quoting")) << character;
     }
 }
 
 TEST(SystemRoot, RefusesWhatIsNoAbsoluteFolder) {
-    const test::TempRoot root;
+    const test::RootFolder root;
     std::ofstream(root.at("/file")).put('\n');
     EXPECT_THAT(problemOf(""), HasSubstr("absolute folder"));
     EXPECT_THAT(problemOf("tmp"), HasSubstr("absolute folder"));
