@@ -13,7 +13,7 @@
 
 int main(int argc, char **argv) {
     QString problem;
-    kyb::Interface &interface = *kyb::loadWizardModule(&problem)(argc, argv);
+    kyb::UserInterface &interface = *kyb::loadWizardModule(&problem)(argc, argv);
     KYViewController controller;
     KYAppDelegate delegate(controller);
     interface.load(kyb::resourcesFolder(), delegate);

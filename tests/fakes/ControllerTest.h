@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FakeInterface.h"
+#include "FakeUserInterface.h"
 #include "FakeMachine.h"
 #include "controller/KYViewController.h"
 
@@ -38,7 +38,7 @@ protected:
     QStringList wrapperLogLines() const;
 
     FakeMachine &machine = FakeMachine::instance();
-    FakeInterface screens;
+    FakeUserInterface screens;
     std::unique_ptr<KYViewController> controller;
 
 private:

@@ -110,7 +110,7 @@ TEST_F(ProgressChannel, ABarAtItsEndEndsTheSteps) {
 }
 
 /// Lets an uninstall take longer than the passes last, and leaves the process when that thread has gone idle for good.
-[[noreturn]] void runPastTheLastPass(KYViewController &controller, FakeMachine &machine, FakeInterface &screens) {
+[[noreturn]] void runPastTheLastPass(KYViewController &controller, FakeMachine &machine, FakeUserInterface &screens) {
     uninstallationInProgress = true;
     kyb::inBackground([&controller] { controller.startUninstallationProgressUpdate(); });
     while (machine.sleeps().size() < 1001) {

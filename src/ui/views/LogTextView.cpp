@@ -78,7 +78,7 @@ constexpr LogTextView::KeyBinding LogTextView::kKeyBindings[] = {
 };
 // clang-format on
 
-LogTextView::LogTextView(QWidget *parent) : QAbstractScrollArea(parent) {
+LogTextView::LogTextView(QWidget *parent) : QAbstractScrollArea(parent), TextControl(this) {
     installViewAccessibility();
     setAccessibleName(localizedText(QStringLiteral("LogTextName")));
     setFocusPolicy(Qt::StrongFocus);
@@ -100,7 +100,7 @@ void LogTextView::setText(const QString &text) {
 // The layout.
 
 int LogTextView::rowHeight() const {
-    return std::max(1, int(std::ceil(QFontMetricsF(font()).lineSpacing())));
+    return std::max(1, int(std::ceil(QFontMetricsF(QWidget::font()).lineSpacing())));
 }
 
 int LogTextView::rowsPerPage() const {
@@ -114,7 +114,7 @@ qsizetype LogTextView::firstVisibleRow() const {
 void LogTextView::layOut(QTextLayout &layout, const TextRow &row) const {
     QTextOption option(Qt::AlignLeft | Qt::AlignAbsolute);
     option.setWrapMode(QTextOption::NoWrap);
-    option.setTabStopDistance(kTabColumns * QFontMetricsF(font()).averageCharWidth());
+    option.setTabStopDistance(kTabColumns * QFontMetricsF(QWidget::font()).averageCharWidth());
     layout.setText(text_.mid(row.start, row.length));
     layout.setTextOption(option);
     layout.setCacheEnabled(true);
@@ -124,7 +124,7 @@ void LogTextView::layOut(QTextLayout &layout, const TextRow &row) const {
 }
 
 double LogTextView::widthOf(const TextRow &row) const {
-    QTextLayout layout(QString(), font(), viewport());
+    QTextLayout layout(QString(), QWidget::font(), viewport());
     layOut(layout, row);
     return layout.lineAt(0).naturalTextWidth();
 }
@@ -142,13 +142,13 @@ void LogTextView::updateScrollBars() {
     const int width = int(std::ceil(width_)) + 2 * kMarginPoints;
     horizontalScrollBar()->setRange(0, std::max(0, width - viewport()->width()));
     horizontalScrollBar()->setPageStep(viewport()->width());
-    horizontalScrollBar()->setSingleStep(std::max(1, int(QFontMetricsF(font()).averageCharWidth()) * 4));
+    horizontalScrollBar()->setSingleStep(std::max(1, int(QFontMetricsF(QWidget::font()).averageCharWidth()) * 4));
 }
 
 qsizetype LogTextView::positionAt(QPoint point) const {
     const int down = int(std::floor(double(point.y() - kMarginPoints) / rowHeight()));
     const TextRow row = rows_.row(firstVisibleRow() + down);
-    QTextLayout layout(QString(), font(), viewport());
+    QTextLayout layout(QString(), QWidget::font(), viewport());
     layOut(layout, row);
     const int x = point.x() - kMarginPoints + horizontalScrollBar()->value();
     return row.start + layout.lineAt(0).xToCursor(x);
@@ -157,7 +157,7 @@ qsizetype LogTextView::positionAt(QPoint point) const {
 QRect LogTextView::caretRect(qsizetype offset) const {
     const qsizetype number = rows_.rowAt(offset);
     const TextRow row = rows_.row(number);
-    QTextLayout layout(QString(), font(), viewport());
+    QTextLayout layout(QString(), QWidget::font(), viewport());
     layOut(layout, row);
     const double x = layout.lineAt(0).cursorToX(int(offset - row.start));
     const qsizetype page = rowsPerPage();
@@ -169,7 +169,7 @@ QRect LogTextView::caretRect(qsizetype offset) const {
 // The painting.
 
 void LogTextView::drawRow(QPainter &painter, const TextRow &row, QPointF where) const {
-    QTextLayout layout(QString(), font(), viewport());
+    QTextLayout layout(QString(), QWidget::font(), viewport());
     layOut(layout, row);
     QList<QTextLayout::FormatRange> selections;
     const qsizetype from = std::max(selectionStart(), row.start);
@@ -183,7 +183,7 @@ void LogTextView::drawRow(QPainter &painter, const TextRow &row, QPointF where) 
     }
     const bool holdsSeparator = selectionStart() <= row.end() && selectionEnd() > row.end() && !row.endsWithinLine();
     if (holdsSeparator) {
-        const QSizeF size(QFontMetricsF(font()).averageCharWidth(), rowHeight());
+        const QSizeF size(QFontMetricsF(QWidget::font()).averageCharWidth(), rowHeight());
         painter.fillRect(QRectF(where + QPointF(layout.lineAt(0).naturalTextWidth(), 0), size),
                          palette().brush(group, QPalette::Highlight));
     }
@@ -294,7 +294,7 @@ void LogTextView::scrollTo(qsizetype offset) {
 qsizetype LogTextView::movedByRows(qsizetype rows) const {
     const qsizetype number = std::clamp<qsizetype>(rows_.rowAt(caret_) + rows, 0, rows_.rowCount() - 1);
     const TextRow row = rows_.row(number);
-    QTextLayout layout(QString(), font(), viewport());
+    QTextLayout layout(QString(), QWidget::font(), viewport());
     layOut(layout, row);
     return row.start + layout.lineAt(0).xToCursor(goalX_);
 }
@@ -304,7 +304,7 @@ qsizetype LogTextView::steppedForward(QTextLayout::CursorMode mode) const {
     if (caret_ >= row.end()) {
         return std::min(row.next, text_.size());
     }
-    QTextLayout layout(QString(), font(), viewport());
+    QTextLayout layout(QString(), QWidget::font(), viewport());
     layOut(layout, row);
     return row.start + layout.nextCursorPosition(int(caret_ - row.start), mode);
 }
@@ -318,7 +318,7 @@ qsizetype LogTextView::steppedBack(QTextLayout::CursorMode mode) const {
             return std::min(row.end(), caret_); // over the separator alone; at the begin of the text, nowhere
         }
     }
-    QTextLayout layout(QString(), font(), viewport());
+    QTextLayout layout(QString(), QWidget::font(), viewport());
     layOut(layout, row);
     return row.start + layout.previousCursorPosition(int(caret_ - row.start), mode);
 }
