@@ -11,7 +11,7 @@
 
 int main(int argc, char **argv) {
     QString problem;
-    kyb::Interface &interface = *kyb::loadWizardModule(&problem)(argc, argv);
+    kyb::UserInterface &interface = *kyb::loadWizardModule(&problem)(argc, argv);
     const kyb::WizardProgram program = kyb::startWizard(interface, &problem).value();
     for (QWidget *window : QApplication::topLevelWidgets()) {
         if (window->objectName() == QStringLiteral("parentWindow")) {

@@ -14,7 +14,7 @@
 #include <vector>
 
 namespace kyb {
-class Interface;
+class UserInterface;
 }
 
 /// The one controller: everything that the installer does, told as a book. Each chapter is implemented in its room's
@@ -43,7 +43,7 @@ class Interface;
 class KYViewController {
 public:
     /// Who asked for an operation: a control of the interface, or nobody.
-    using Sender = kyb::Control *;
+    using Sender = kyb::HasText *;
 
     KYViewController() = default;
     ~KYViewController();
@@ -234,41 +234,57 @@ public:
     /// \name 13. Outlets
     /// @{
 
-    /// Connects every outlet that \p interface has, and the controls' actions. Before `awakeFromNib`; a run without
+    /// Connects every outlet that \p userInterface has, and the controls' actions. Before `awakeFromNib`; a run without
     /// screens never calls it. The interface lives as long as the process.
-    void connectOutlets(kyb::Interface &interface);
+    void connectOutlets(kyb::UserInterface &userInterface);
 
     // Main window and screen containers
-    kyb::Outlet parentWindow, titleWindow, installationBox;
-    kyb::Outlet installationView, licenseView, publicOrPrivateView, installationProgressView, installationResultView;
-    kyb::Outlet lockView;
+    kyb::Outlet<kyb::Window> parentWindow, titleWindow;
+    kyb::Outlet<kyb::View> installationBox;
+    kyb::Outlet<kyb::View> installationView, licenseView, publicOrPrivateView, installationProgressView,
+        installationResultView, lockView;
     // Drag-and-drop screen
-    kyb::Outlet sourceIconView, arrowImageView, packageNameLabel, destinationNameLabel;
-    kyb::Outlet warningField, warningImageView, warningScrollView, initializationProgressIndicator;
-    kyb::Outlet titleDragandDropMessage, topInfoLabel, tooltipView;
+    kyb::Outlet<kyb::Image> sourceIconView, arrowImageView, warningImageView;
+    kyb::Outlet<kyb::Text> packageNameLabel, destinationNameLabel, warningField, titleDragandDropMessage, topInfoLabel;
+    kyb::Outlet<kyb::View> warningScrollView, tooltipView;
+    kyb::Outlet<kyb::ProgressIndicator> initializationProgressIndicator;
     // Terms screen
-    kyb::Outlet licenseTextView, termsAndConditionsView, termsAndConditionsViewBox, checkBoxButton;
-    kyb::Outlet termsOfServiceButton, licenseAgrement, agreeTermsOfKYB;
+    kyb::Outlet<kyb::RichText> licenseTextView;
+    kyb::Outlet<kyb::View> termsAndConditionsView;
+    kyb::Outlet<kyb::Box> termsAndConditionsViewBox;
+    kyb::Outlet<kyb::CheckBox> checkBoxButton;
+    kyb::Outlet<kyb::Button> termsOfServiceButton;
+    kyb::Outlet<kyb::Text> licenseAgrement, agreeTermsOfKYB;
     // Public or private screen
-    kyb::Outlet publicCheckBoxButton, privateCheckBoxButton;
-    kyb::Outlet publicMessage, privateMessage, saveComputerSettingsMessage;
+    kyb::Outlet<kyb::CheckBox> publicCheckBoxButton, privateCheckBoxButton;
+    kyb::Outlet<kyb::Text> publicMessage, privateMessage, saveComputerSettingsMessage;
     // Progress and result screens
-    kyb::Outlet installProgressIndicator, progressInfoLabel, installProgressViewBoldLabel;
-    kyb::Outlet installationInProgressImageView, initializingInstaller, installerBusyWarningLabel, lockViewLabel;
-    kyb::Outlet installationResultLabel, installationSubResultLabel, installationResultImageView;
+    kyb::Outlet<kyb::ProgressIndicator> installProgressIndicator;
+    kyb::Outlet<kyb::Text> progressInfoLabel, installProgressViewBoldLabel, initializingInstaller,
+        installerBusyWarningLabel, lockViewLabel;
+    kyb::Outlet<kyb::Text> installationResultLabel, installationSubResultLabel;
+    kyb::Outlet<kyb::Image> installationInProgressImageView, installationResultImageView;
     // Navigation buttons
-    kyb::Outlet nextButton, backButton, closeButton, cancelButton, multipleActionsButton;
+    kyb::Outlet<kyb::Button> nextButton, backButton, closeButton, cancelButton, multipleActionsButton;
     // Sheets
-    kyb::Outlet warningSheetWindow, warningSheetTextView, warningSheetImageView;
-    kyb::Outlet warningSheetOKButton, warningSheetCancelButton;
-    kyb::Outlet appsBusyWarningSheetWindow, appsBusyWarningSheet_warning, appsBusyWarningSheet_closeApplications;
-    kyb::Outlet appsBusyWarningSheet_CancelButton, appsBusyWarningSheet_ContinueButton, appRunning_ContinueButton;
-    kyb::Outlet quitAppWarningSheet, quit_App_WarningSheet_installerBusyMessage;
-    kyb::Outlet quit_App_WarningSheet_windowClosedMessage, quit_App_WarningSheet_OK;
+    kyb::Outlet<kyb::Sheet> warningSheetWindow, appsBusyWarningSheetWindow, quitAppWarningSheet;
+    kyb::Outlet<kyb::Text> warningSheetTextView;
+    kyb::Outlet<kyb::Image> warningSheetImageView;
+    kyb::Outlet<kyb::Button> warningSheetOKButton, warningSheetCancelButton;
+    kyb::Outlet<kyb::Box> appsBusyWarningSheet_warning;
+    kyb::Outlet<kyb::Text> appsBusyWarningSheet_closeApplications;
+    kyb::Outlet<kyb::Button> appsBusyWarningSheet_CancelButton, appsBusyWarningSheet_ContinueButton,
+        appRunning_ContinueButton;
+    kyb::Outlet<kyb::Text> quit_App_WarningSheet_installerBusyMessage, quit_App_WarningSheet_windowClosedMessage;
+    kyb::Outlet<kyb::Button> quit_App_WarningSheet_OK;
     // Menu
-    kyb::Outlet showLogMenuItem, aboutMenuItem, installerLog, hideMenuItem, hideOthers, showAll, quitMenuItem;
+    kyb::Outlet<kyb::MenuItem> showLogMenuItem, aboutMenuItem, installerLog, hideMenuItem, hideOthers, showAll,
+        quitMenuItem;
     // Log viewer
-    kyb::Outlet logWindow, logTextView, logToolBar, searchItem, saveButtonItem;
+    kyb::Outlet<kyb::Window> logWindow;
+    kyb::Outlet<kyb::Text> logTextView;
+    kyb::Outlet<kyb::ToolBar> logToolBar;
+    kyb::Outlet<kyb::MenuItem> searchItem, saveButtonItem;
     /// @}
 
     /// \name State

@@ -20,83 +20,135 @@ struct FontChoice {
     double sizePoints = 0;
 };
 
-/// What the program asks of one control of the interface. The toolkit's side derives an adapter for each kind of
-/// control; what a kind cannot do, it skips: every operation here does nothing.
+/// \name Controls
+/// What the program asks of the controls of the interface, by their kinds, in words of its own. The toolkit's side
+/// implements them; the kinds themselves skip whatever they are asked: every operation here does nothing. The bases are
+/// virtual so that one implementation of what is common serves every kind.
 ///
 /// Main thread. A control lives as long as the interface that made it.
+/// @{
+
 class Control {
 public:
     virtual ~Control() = default;
 
-    // Every control.
     virtual void setEnabled(bool) {}
     virtual bool isEnabled() const { return false; }
     virtual void setHidden(bool) {}
     virtual bool isVisible() const { return false; }
+};
+
+/// The title of a button, menu item, box or window; the string of a field or text view.
+class HasText : public virtual Control {
+public:
+    virtual void setText(const QString &) {}
+    virtual QString text() const { return {}; }
+};
+
+class HasAction : public virtual HasText {
+public:
+    virtual void onAction(std::function<void(HasText &sender)>) {} ///< what a press, an edit or a choice runs
+};
+
+class View : public virtual Control {
+public:
     virtual void setTransparent(bool) {}               ///< not drawn, yet it keeps its place
     virtual void displayNow() {}                       ///< draws at once, not when the event loop turns
     virtual void displayIfNeeded() {}                  ///< draws at once what has changed
     virtual QSize frameSize() const { return {0, 0}; } ///< points
-    virtual void addSubview(Control &) {}
+    virtual void addSubview(View &) {}
     virtual void removeFromSuperview() {}
-    virtual void onAction(std::function<void(Control &sender)>) {} ///< what a press, an edit or a choice runs
+};
 
-    // Texts: the title of a button, menu item, box or window; the string of a field or text view.
-    virtual void setText(const QString &) {}
-    virtual QString text() const { return {}; }
-    virtual void setRichText(const RichTextDocument &) {}
+/// A text field or a text view.
+class Text : public virtual View, public virtual HasText {
+public:
     virtual void setTextColor(Color) {}
     virtual FontChoice font() const { return {}; }
     virtual void setFont(const FontChoice &) {} ///< skipped when the system has no such font
-    virtual void sizeToFit() {}                 ///< resizes the control, and nothing else, to its text
+};
 
-    // Check boxes: 1 on, 0 off.
-    virtual void setState(int) {}
-    virtual int state() const { return 0; }
+class RichText : public virtual Text {
+public:
+    virtual void setRichText(const RichTextDocument &) {}
+};
 
-    // Image views and boxes.
+class Button : public virtual View, public virtual HasAction {
+public:
+    virtual void sizeToFit() {} ///< resizes the button, and nothing else, to its title
+};
+
+class CheckBox : public virtual Button {
+public:
+    virtual void setChecked(bool) {} ///< runs no action
+    virtual bool isChecked() const { return false; }
+};
+
+class Image : public virtual View {
+public:
     virtual void setImage(const NamedImage &) {}
-    virtual void setBorderColor(Color) {}
+};
 
-    // Progress indicators; values are percentages, 0 to 100.
+class Box : public virtual View, public virtual HasText {
+public:
+    virtual void setBorderColor(Color) {}
+};
+
+/// A bar or a spinner; values are percentages, 0 to 100.
+class ProgressIndicator : public virtual View {
+public:
     virtual void setValue(double) {}
     virtual double value() const { return 0; }
     virtual void startAnimation() {}
     virtual void stopAnimation() {}
-
-    // Windows and sheets.
-    virtual bool isMinimised() const { return false; }
-    virtual void makeKeyAndOrderFront() {}
-    virtual void orderOut() {}
-    virtual void beginSheet(Control &) {} ///< shows the sheet, modal to this window
-    virtual void endSheet() {}            ///< ends the modality of this sheet
-    virtual void setCloseButtonEnabled(bool) {}
-    virtual std::optional<QString> runSavePanel() { return {}; } ///< modal; the chosen path, or nothing
-
-    // Toolbars.
-    virtual void insertItem(Control &, int /*index*/) {}
-
-    /// The control that skips everything.
-    static Control &absent() {
-        static Control control;
-        return control;
-    }
 };
 
-/// The handle to a control of the interface description. An outlet that is not connected is skipped: whatever is asked
-/// of it does nothing. Main thread.
-class Outlet {
+class Sheet : public virtual View {
 public:
-    void connect(Control *control) { control_ = control != nullptr ? control : &Control::absent(); }
-    bool isConnected() const { return control_ != &Control::absent(); }
-    Control &operator*() const { return *operator->(); }
-    Control *operator->() const {
+    virtual void endSheet() {} ///< ends the modality
+    virtual void orderOut() {}
+};
+
+class Window : public virtual View, public virtual HasText {
+public:
+    virtual bool isMinimised() const { return false; }
+    virtual void makeKeyAndOrderFront() {}
+    virtual void beginSheet(Sheet &) {} ///< shows the sheet, modal to this window
+    virtual void setCloseButtonEnabled(bool) {}
+    virtual std::optional<QString> runSavePanel() { return {}; } ///< modal; the chosen path, or nothing
+};
+
+/// An item of a menu or a tool bar, or a menu.
+class MenuItem : public virtual HasAction {};
+
+class ToolBar : public virtual View {
+public:
+    virtual void insertItem(MenuItem &, int /*index*/) {}
+};
+/// @}
+
+/// The handle to a control of the interface description. An outlet that is not connected, or that was to be connected
+/// to a control of another kind, is skipped: whatever is asked of it does nothing. Main thread.
+template <class Kind> class Outlet {
+public:
+    void connect(Control *control) {
+        auto *known = dynamic_cast<Kind *>(control);
+        control_ = known != nullptr ? known : &absent();
+    }
+    bool isConnected() const { return control_ != &absent(); }
+    Kind &operator*() const { return *operator->(); }
+    Kind *operator->() const {
         Q_ASSERT(isMainThread());
         return control_;
     }
 
 private:
-    Control *control_ = &Control::absent();
+    static Kind &absent() {
+        static Kind control;
+        return control;
+    }
+
+    Kind *control_ = &absent();
 };
 
 } // namespace kyb

@@ -45,11 +45,11 @@ bool mayEnd(const KYAppDelegate &delegate, KYViewController &controller) {
 
 [[noreturn]] void runWizard(int &argc, char **argv) {
     QString problem;
-    const kyb::MakeInterface makeInterface = kyb::loadWizardModule(&problem);
+    const kyb::MakeUserInterface makeInterface = kyb::loadWizardModule(&problem);
     if (makeInterface == nullptr) {
         fail(problem, kStatusNoWizard);
     }
-    kyb::Interface &interface = *makeInterface(argc, argv);
+    kyb::UserInterface &interface = *makeInterface(argc, argv);
     const std::optional<kyb::WizardProgram> program = kyb::startWizard(interface, &problem);
     if (!program) {
         fail(problem, kStatusNoWizard);

@@ -4,7 +4,7 @@
 
 namespace kyb {
 
-std::optional<WizardProgram> startWizard(Interface &interface, QString *problem) {
+std::optional<WizardProgram> startWizard(UserInterface &interface, QString *problem) {
     auto *controller = new KYViewController;
     auto *delegate = new KYAppDelegate(*controller);
     *problem = interface.load(resourcesFolder(), *delegate);

@@ -20,6 +20,6 @@ struct WizardProgram {
 ///
 /// \param problem set to what is missing or broken in the descriptions.
 /// \return nothing when there is such a problem.
-std::optional<WizardProgram> startWizard(Interface &interface, QString *problem);
+std::optional<WizardProgram> startWizard(UserInterface &interface, QString *problem);
 
 } // namespace kyb

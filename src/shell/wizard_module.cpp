@@ -6,9 +6,9 @@
 
 namespace kyb {
 
-MakeInterface loadWizardModule(QString *problem) {
+MakeUserInterface loadWizardModule(QString *problem) {
     QLibrary module(bundlePath() + QStringLiteral("/Contents/PlugIns/libKYWizard.so"));
-    const auto makeInterface = reinterpret_cast<MakeInterface>(module.resolve("kyb_make_interface"));
+    const auto makeInterface = reinterpret_cast<MakeUserInterface>(module.resolve("kyb_make_interface"));
     if (makeInterface == nullptr) {
         *problem = QStringLiteral("The installer's screens cannot be loaded: %1").arg(module.errorString());
     }

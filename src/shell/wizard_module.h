@@ -1,6 +1,6 @@
 #pragma once
 
-#include "controller/interface.h"
+#include "controller/UserInterface.h"
 
 #include <QString>
 
@@ -11,6 +11,6 @@ namespace kyb {
 ///
 /// \param problem set to a sentence when the module cannot be loaded.
 /// \return what makes the interface, or null. Main thread, before there is an application object.
-MakeInterface loadWizardModule(QString *problem);
+MakeUserInterface loadWizardModule(QString *problem);
 
 } // namespace kyb

@@ -5,41 +5,47 @@
 
 namespace {
 
+using Self = KYViewController;
+
 struct TextRow {
-    kyb::Outlet KYViewController::*outlet;
+    kyb::HasText &(*control)(const Self &);
     const char *key;
 };
+
+template <auto outlet> kyb::HasText &control(const Self &self) {
+    return *(self.*outlet);
+}
 
 // clang-format off
 /// What is written where, in this order.
 constexpr TextRow kTexts[] = {
-    {&KYViewController::aboutMenuItem,                              "AboutWrapper"},
-    {&KYViewController::installerLog,                               "InstallerLog"},
-    {&KYViewController::hideMenuItem,                               "HideWrapper"},
-    {&KYViewController::hideOthers,                                 "HideOthers"},
-    {&KYViewController::showAll,                                    "ShowAll"},
-    {&KYViewController::quitMenuItem,                               "QuitWrapper"},
-    {&KYViewController::agreeTermsOfKYB,                            "IAgreeTermsOfKYB"},
-    {&KYViewController::titleDragandDropMessage,                    "TitleMessage"},
-    {&KYViewController::initializingInstaller,                      "Intializing"},       // NB: spelled so in the tables
-    {&KYViewController::termsOfServiceButton,                       "TermsOfService"},
-    {&KYViewController::cancelButton,                               "Cancel"},
-    {&KYViewController::closeButton,                                "Close"},
-    {&KYViewController::nextButton,                                 "Next"},
-    {&KYViewController::backButton,                                 "Back"},
-    {&KYViewController::quit_App_WarningSheet_installerBusyMessage, "InstallerBusy"},
-    {&KYViewController::quit_App_WarningSheet_windowClosedMessage,  "WindowClosed"},
-    {&KYViewController::quit_App_WarningSheet_OK,                   "OK"},
-    {&KYViewController::appsBusyWarningSheet_warning,               "Warning"},
-    {&KYViewController::appsBusyWarningSheet_closeApplications,     "CloseApplications"},
-    {&KYViewController::appsBusyWarningSheet_CancelButton,          "Cancel"},
-    {&KYViewController::appsBusyWarningSheet_ContinueButton,        "Continue"},
-    {&KYViewController::licenseAgrement,                            "License"},           // NB: spelled so in the interface
-    {&KYViewController::appRunning_ContinueButton,                  "Continue"},
-    {&KYViewController::publicMessage,                              "PublicComputer"},
-    {&KYViewController::privateMessage,                             "PrivateComputer"},
-    {&KYViewController::saveComputerSettingsMessage,                "SaveComputerSettings"},
-    {&KYViewController::titleWindow,                                "titleWindow"},
+    {control<&Self::aboutMenuItem>,                                     "AboutWrapper"},
+    {control<&Self::installerLog>,                                      "InstallerLog"},
+    {control<&Self::hideMenuItem>,                                      "HideWrapper"},
+    {control<&Self::hideOthers>,                                        "HideOthers"},
+    {control<&Self::showAll>,                                           "ShowAll"},
+    {control<&Self::quitMenuItem>,                                      "QuitWrapper"},
+    {control<&Self::agreeTermsOfKYB>,                                   "IAgreeTermsOfKYB"},
+    {control<&Self::titleDragandDropMessage>,                           "TitleMessage"},
+    {control<&Self::initializingInstaller>,                             "Intializing"}, // NB: spelled so in the tables
+    {control<&Self::termsOfServiceButton>,                              "TermsOfService"},
+    {control<&Self::cancelButton>,                                      "Cancel"},
+    {control<&Self::closeButton>,                                       "Close"},
+    {control<&Self::nextButton>,                                        "Next"},
+    {control<&Self::backButton>,                                        "Back"},
+    {control<&Self::quit_App_WarningSheet_installerBusyMessage>,        "InstallerBusy"},
+    {control<&Self::quit_App_WarningSheet_windowClosedMessage>,         "WindowClosed"},
+    {control<&Self::quit_App_WarningSheet_OK>,                          "OK"},
+    {control<&Self::appsBusyWarningSheet_warning>,                      "Warning"},
+    {control<&Self::appsBusyWarningSheet_closeApplications>,            "CloseApplications"},
+    {control<&Self::appsBusyWarningSheet_CancelButton>,                 "Cancel"},
+    {control<&Self::appsBusyWarningSheet_ContinueButton>,               "Continue"},
+    {control<&Self::licenseAgrement>,                                   "License"}, // NB: spelled so in the interface
+    {control<&Self::appRunning_ContinueButton>,                         "Continue"},
+    {control<&Self::publicMessage>,                                     "PublicComputer"},
+    {control<&Self::privateMessage>,                                    "PrivateComputer"},
+    {control<&Self::saveComputerSettingsMessage>,                       "SaveComputerSettings"},
+    {control<&Self::titleWindow>,                                       "titleWindow"},
 };
 // clang-format on
 static_assert(std::size(kTexts) == 27);
@@ -48,10 +54,10 @@ static_assert(std::size(kTexts) == 27);
 
 void KYViewController::initializeNIB() {
     for (const TextRow &row : kTexts) {
-        const kyb::Outlet &outlet = this->*row.outlet;
-        outlet->setText(kyb::formatWithoutArguments(kyb::localizedText(QString::fromLatin1(row.key))));
-        if (row.outlet == &KYViewController::termsOfServiceButton) {
-            outlet->sizeToFit();
+        kyb::HasText &shown = row.control(*this);
+        shown.setText(kyb::formatWithoutArguments(kyb::localizedText(QString::fromLatin1(row.key))));
+        if (&shown == &*termsOfServiceButton) {
+            termsOfServiceButton->sizeToFit();
         }
     }
 }

@@ -12,13 +12,10 @@ using kyb::localizedText;
 
 namespace {
 
-constexpr int kOn = 1;
-constexpr int kOff = 0;
-
 /// Not drawn and out of reach: how a navigation button is put away without the others moving.
-void putAway(const kyb::Outlet &button) {
-    button->setTransparent(true);
-    button->setEnabled(false);
+void putAway(kyb::Button &button) {
+    button.setTransparent(true);
+    button.setEnabled(false);
 }
 
 } // namespace
@@ -67,9 +64,9 @@ void KYViewController::displayInstallationViewFromLicenseView() {
     installationBox->addSubview(*installationView);
     installationView->setHidden(false);
     termsOfServiceButton->setHidden(false);
-    if (checkBoxButton->state() == kOff) {
-        multipleActionsButton->setEnabled(
-            false); // NB: never enabled here; on the way back from the terms it is already
+    if (!checkBoxButton->isChecked()) {
+        // NB: never enabled here; on the way back from the terms it is already.
+        multipleActionsButton->setEnabled(false);
     }
     multipleActionsButton->setText(localizedText(QStringLiteral("Next")));
     cancelButton->setHidden(false);
@@ -94,13 +91,13 @@ void KYViewController::displayInstallationInProgressView() {
     termsOfServiceButton->displayNow();
     termsOfServiceButton->setEnabled(false);
     installationInProgressImageView->setImage({localizedText(QStringLiteral("applicationImage")), {}});
-    putAway(cancelButton);
-    putAway(multipleActionsButton);
+    putAway(*cancelButton);
+    putAway(*multipleActionsButton);
     cancelButton->displayNow();
     multipleActionsButton->displayNow();
     installationView->removeFromSuperview();
     publicOrPrivateView->removeFromSuperview();
-    putAway(backButton);
+    putAway(*backButton);
     progressInfoLabel->setText(QString());
     installationBox->addSubview(*installationProgressView);
 }
@@ -134,7 +131,7 @@ void KYViewController::showResult() {
 }
 
 void KYViewController::acceptTermsCheckBoxClicked(Sender) {
-    const bool accepted = checkBoxButton->state() == kOn;
+    const bool accepted = checkBoxButton->isChecked();
     isTermsAndConditionsAccepted = accepted;
     multipleActionsButton->setEnabled(accepted);
     if (accepted) {
@@ -151,15 +148,15 @@ void KYViewController::showBorderOnTermsAndConditionsView() {
 // NB: a click on the box that is on leaves both off, and the last choice stands.
 
 void KYViewController::publicCheckBoxClicked(Sender) {
-    privateCheckBoxButton->setState(kOff);
-    if (publicCheckBoxButton->state() == kOn) {
+    privateCheckBoxButton->setChecked(false);
+    if (publicCheckBoxButton->isChecked()) {
         isPrivateComputerAccepted = false;
     }
 }
 
 void KYViewController::privateCheckBoxClicked(Sender) {
-    publicCheckBoxButton->setState(kOff);
-    if (privateCheckBoxButton->state() == kOn) {
+    publicCheckBoxButton->setChecked(false);
+    if (privateCheckBoxButton->isChecked()) {
         isPrivateComputerAccepted = true;
     }
 }

@@ -1,6 +1,6 @@
 #include "controller/KYViewController.h"
 
-#include "controller/interface.h"
+#include "controller/UserInterface.h"
 
 namespace {
 
@@ -8,16 +8,24 @@ using Self = KYViewController;
 
 struct OutletRow {
     const char *name; ///< the control's object name in the interface descriptions
-    kyb::Outlet Self::*outlet;
+    void (*connect)(Self &, kyb::Control *);
 };
 
 struct ActionRow {
-    kyb::Outlet Self::*outlet;
+    kyb::HasAction &(*control)(const Self &);
     void (Self::*operation)(Self::Sender);
 };
 
-#define OUTLET(name)                                                                                                   \
-    { #name, &Self::name }
+template <auto outlet> void connect(Self &self, kyb::Control *found) {
+    (self.*outlet).connect(found);
+}
+
+template <auto outlet> kyb::HasAction &control(const Self &self) {
+    return *(self.*outlet);
+}
+
+// clang-format off
+#define OUTLET(name) {#name, connect<&Self::name>}
 
 constexpr OutletRow kOutlets[] = {
     OUTLET(parentWindow),
@@ -98,37 +106,35 @@ constexpr OutletRow kOutlets[] = {
 
 #undef OUTLET
 
-// clang-format off
 /// What a press, an edit or a choice runs.
 constexpr ActionRow kActions[] = {
-    {&Self::multipleActionsButton,             &Self::nextOrBackOrFinishButtonAction},
-    {&Self::backButton,                        &Self::backButtonActionInPublicPrivateView},
-    {&Self::cancelButton,                      &Self::displayWarningSheetWhenQuittingApplication},
-    {&Self::closeButton,                       &Self::exitApplication},
-    {&Self::termsOfServiceButton,              &Self::displayLicenseView},
-    {&Self::checkBoxButton,                    &Self::acceptTermsCheckBoxClicked},
-    {&Self::publicCheckBoxButton,              &Self::publicCheckBoxClicked},
-    {&Self::privateCheckBoxButton,             &Self::privateCheckBoxClicked},
-    {&Self::quit_App_WarningSheet_OK,          &Self::quitAppWarningSheetOKPressed},
-    {&Self::warningSheetOKButton,              &Self::warningSheetOKPressed},
-    {&Self::warningSheetCancelButton,          &Self::warningSheetCancelPressed},
-    {&Self::appsBusyWarningSheet_CancelButton, &Self::appsBusyWarningSheetCancelPressed},
-    {&Self::quitMenuItem,                      &Self::displayWarningSheetWhenQuittingApplication},
-    {&Self::showLogMenuItem,                   &Self::showInstallationLog},
-    {&Self::searchItem,                        &Self::filterLog},
-    {&Self::saveButtonItem,                    &Self::showLogFileSavePanel},
+    {control<&Self::multipleActionsButton>,             &Self::nextOrBackOrFinishButtonAction},
+    {control<&Self::backButton>,                        &Self::backButtonActionInPublicPrivateView},
+    {control<&Self::cancelButton>,                      &Self::displayWarningSheetWhenQuittingApplication},
+    {control<&Self::closeButton>,                       &Self::exitApplication},
+    {control<&Self::termsOfServiceButton>,              &Self::displayLicenseView},
+    {control<&Self::checkBoxButton>,                    &Self::acceptTermsCheckBoxClicked},
+    {control<&Self::publicCheckBoxButton>,              &Self::publicCheckBoxClicked},
+    {control<&Self::privateCheckBoxButton>,             &Self::privateCheckBoxClicked},
+    {control<&Self::quit_App_WarningSheet_OK>,          &Self::quitAppWarningSheetOKPressed},
+    {control<&Self::warningSheetOKButton>,              &Self::warningSheetOKPressed},
+    {control<&Self::warningSheetCancelButton>,          &Self::warningSheetCancelPressed},
+    {control<&Self::appsBusyWarningSheet_CancelButton>, &Self::appsBusyWarningSheetCancelPressed},
+    {control<&Self::quitMenuItem>,                      &Self::displayWarningSheetWhenQuittingApplication},
+    {control<&Self::showLogMenuItem>,                   &Self::showInstallationLog},
+    {control<&Self::searchItem>,                        &Self::filterLog},
+    {control<&Self::saveButtonItem>,                    &Self::showLogFileSavePanel},
 };
 // clang-format on
 
 } // namespace
 
-void KYViewController::connectOutlets(kyb::Interface &interface) {
+void KYViewController::connectOutlets(kyb::UserInterface &userInterface) {
     for (const OutletRow &row : kOutlets) {
-        (this->*row.outlet).connect(interface.control(QString::fromLatin1(row.name)));
+        row.connect(*this, userInterface.control(QString::fromLatin1(row.name)));
     }
     for (const ActionRow &row : kActions) {
-        (this->*row.outlet)->onAction([this, operation = row.operation](kyb::Control &sender) {
-            (this->*operation)(&sender);
-        });
+        row.control(*this).onAction(
+            [this, operation = row.operation](kyb::HasText &sender) { (this->*operation)(&sender); });
     }
 }

@@ -4,9 +4,9 @@
 
 namespace {
 
-void close(const kyb::Outlet &sheet) {
-    sheet->endSheet();
-    sheet->orderOut();
+void close(kyb::Sheet &sheet) {
+    sheet.endSheet();
+    sheet.orderOut();
 }
 
 } // namespace
@@ -28,19 +28,19 @@ void KYViewController::displayAppsBusyWarningSheet() {
 }
 
 void KYViewController::quitAppWarningSheetOKPressed(Sender) {
-    close(quitAppWarningSheet);
+    close(*quitAppWarningSheet);
 }
 
 void KYViewController::warningSheetOKPressed(Sender) {
-    close(warningSheetWindow);
+    close(*warningSheetWindow);
     proceedWithInstallation();
 }
 
 void KYViewController::warningSheetCancelPressed(Sender) {
-    close(warningSheetWindow);
+    close(*warningSheetWindow);
 }
 
 void KYViewController::appsBusyWarningSheetCancelPressed(Sender) {
     warningSheetTextView->setTextColor(kyb::Color::Black); // NB: the other sheet's text
-    close(appsBusyWarningSheetWindow);
+    close(*appsBusyWarningSheetWindow);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FakeInterface.h"
+#include "FakeUserInterface.h"
 #include "FakeMachine.h"
 #include "controller/KYViewController.h"
 
@@ -46,7 +46,7 @@ protected:
     QStringList wrapperLogLines() const;
 
     FakeMachine &machine = FakeMachine::instance();
-    FakeInterface screens;
+    FakeUserInterface screens;
     std::unique_ptr<KYViewController> controller;
 
 private:

@@ -122,7 +122,7 @@ void letOthersRun(std::chrono::nanoseconds time) {
 constexpr auto kTimeForManyPasses = 200us;
 
 /// Lets an uninstall take longer than the passes last, and leaves the process when that thread has gone idle for good.
-[[noreturn]] void runPastTheLastPass(KYViewController &controller, FakeMachine &machine, FakeInterface &screens) {
+[[noreturn]] void runPastTheLastPass(KYViewController &controller, FakeMachine &machine, FakeUserInterface &screens) {
     uninstallationInProgress = true;
     kyb::inBackground([&controller] { controller.startUninstallationProgressUpdate(); });
     kyb::test::turnUntil([&machine] { return machine.sleeps().size() == 1001; });

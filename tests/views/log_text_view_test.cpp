@@ -86,9 +86,9 @@ TEST_F(LogTextView, AnotherFontHasOtherRows) {
     view_.setText(lines(1000));
     const int height = view_.rowHeight();
     const int before = view_.verticalScrollBar()->maximum();
-    QFont larger = view_.font();
+    QFont larger = view_.QWidget::font();
     larger.setPointSizeF(3 * larger.pointSizeF());
-    view_.setFont(larger);
+    view_.QWidget::setFont(larger);
     EXPECT_GT(view_.rowHeight(), 2 * height);
     EXPECT_GT(view_.verticalScrollBar()->maximum(), before);
 }

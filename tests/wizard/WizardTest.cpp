@@ -32,7 +32,7 @@ void WizardTest::goDark() {
 }
 
 void WizardTest::open() {
-    control("parentWindow").makeKeyAndOrderFront();
+    control<kyb::Window>("parentWindow").makeKeyAndOrderFront();
     ASSERT_TRUE(QTest::qWaitForWindowActive(wizard->window()));
 }
 
@@ -40,19 +40,10 @@ void WizardTest::waitUntil(const std::function<bool()> &condition) {
     ASSERT_TRUE(kyb::test::turnUntil(condition));
 }
 
-kyb::Control &WizardTest::control(const char *name) {
-    kyb::Control *found = wizard->control(QString::fromLatin1(name));
-    if (found == nullptr) {
-        ADD_FAILURE() << "no control " << name;
-        return kyb::Control::absent();
-    }
-    return *found;
-}
-
 int &WizardTest::actionsOf(const char *name) {
     const auto [entry, isNew] = actions.emplace(name, 0);
     if (isNew) {
-        control(name).onAction([&count = entry->second](kyb::Control &) { ++count; });
+        control<kyb::HasAction>(name).onAction([&count = entry->second](kyb::HasText &) { ++count; });
     }
     return entry->second;
 }

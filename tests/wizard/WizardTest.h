@@ -23,7 +23,15 @@ protected:
     /// Turns the event loop until \p condition holds; fails the test after a while.
     static void waitUntil(const std::function<bool()> &condition);
 
-    kyb::Control &control(const char *name);
+    /// The control of that name, which is of that kind.
+    template <class Kind = kyb::View> Kind &control(const char *name) {
+        auto *found = dynamic_cast<Kind *>(wizard->control(QString::fromLatin1(name)));
+        if (found == nullptr) {
+            ADD_FAILURE() << "no such control " << name;
+            std::abort();
+        }
+        return *found;
+    }
     template <class Object = QWidget> Object &object(const char *name) {
         auto *found = qobject_cast<Object *>(wizard->object(QString::fromLatin1(name)));
         if (found == nullptr) {

@@ -27,38 +27,39 @@ TEST_F(WizardTest, ShowsTextsAsTheyStand) {
     for (const char *name :
          {"titleDragandDropMessage", "agreeTermsOfKYB", "cancelButton", "aboutMenuItem", "installerLog",
           "appsBusyWarningSheet_warning", "titleWindow", "warningSheetTextView", "licenseTextView", "logTextView"}) {
-        control(name).setText(kAwkward);
-        EXPECT_EQ(control(name).text().toStdString(), kAwkward.toStdString()) << name;
+        control<kyb::HasText>(name).setText(kAwkward);
+        EXPECT_EQ(control<kyb::HasText>(name).text().toStdString(), kAwkward.toStdString()) << name;
     }
     EXPECT_EQ(object<QLabel>("titleDragandDropMessage").textFormat(), Qt::PlainText);
     EXPECT_EQ(object<QLabel>("agreeTermsOfKYB").textFormat(), Qt::PlainText);
 }
 
 TEST_F(WizardTest, AnAmpersandInATitleIsNoShortcut) {
-    control("cancelButton").setText(QStringLiteral("Stop & go"));
+    control<kyb::Button>("cancelButton").setText(QStringLiteral("Stop & go"));
     EXPECT_TRUE(object<QPushButton>("cancelButton").shortcut().isEmpty());
     EXPECT_EQ(object<QPushButton>("cancelButton").text().toStdString(), "Stop && go");
-    control("agreeTermsOfKYB").setText(QStringLiteral("Terms & conditions"));
+    control<kyb::Text>("agreeTermsOfKYB").setText(QStringLiteral("Terms & conditions"));
     EXPECT_EQ(object<QLabel>("agreeTermsOfKYB").text().toStdString(), "Terms && conditions");
 }
 
 TEST_F(WizardTest, ANewTitleLeavesTheShortcut) {
     const QKeySequence before = object<QPushButton>("backButton").shortcut();
     ASSERT_FALSE(before.isEmpty());
-    control("backButton").setText(QStringLiteral("Zurück"));
+    control<kyb::Button>("backButton").setText(QStringLiteral("Zurück"));
     EXPECT_EQ(object<QPushButton>("backButton").shortcut(), before);
 }
 
 TEST_F(WizardTest, FitsAButtonToItsTitleAndLeavesTheOthers) {
     open();
-    control("termsOfServiceButton").setText(QStringLiteral("Terms"));
-    control("termsOfServiceButton").sizeToFit();
+    control<kyb::Button>("termsOfServiceButton").setText(QStringLiteral("Terms"));
+    control<kyb::Button>("termsOfServiceButton").sizeToFit();
     QCoreApplication::processEvents();
     const int narrow = object("termsOfServiceButton").width();
     const QRect cancel = object("cancelButton").geometry();
     const QRect forward = object("multipleActionsButton").geometry();
-    control("termsOfServiceButton").setText(QStringLiteral("All the terms and conditions of this service"));
-    control("termsOfServiceButton").sizeToFit();
+    control<kyb::Button>("termsOfServiceButton")
+        .setText(QStringLiteral("All the terms and conditions of this service"));
+    control<kyb::Button>("termsOfServiceButton").sizeToFit();
     QCoreApplication::processEvents();
     EXPECT_GT(object("termsOfServiceButton").width(), narrow + 100);
     EXPECT_EQ(object("cancelButton").geometry(), cancel);
@@ -67,18 +68,18 @@ TEST_F(WizardTest, FitsAButtonToItsTitleAndLeavesTheOthers) {
 
 TEST_F(WizardTest, EnablesAndDisables) {
     for (const char *name : {"multipleActionsButton", "checkBoxButton", "quitMenuItem", "installerLog", "searchItem"}) {
-        control(name).setEnabled(false);
-        EXPECT_FALSE(control(name).isEnabled()) << name;
-        control(name).setEnabled(true);
-        EXPECT_TRUE(control(name).isEnabled()) << name;
+        control<kyb::Control>(name).setEnabled(false);
+        EXPECT_FALSE(control<kyb::Control>(name).isEnabled()) << name;
+        control<kyb::Control>(name).setEnabled(true);
+        EXPECT_TRUE(control<kyb::Control>(name).isEnabled()) << name;
     }
 }
 
 TEST_F(WizardTest, APressRunsTheActionWithItsSender) {
-    kyb::Control *sender = nullptr;
-    control("cancelButton").onAction([&](kyb::Control &pressed) { sender = &pressed; });
+    kyb::HasText *sender = nullptr;
+    control<kyb::Button>("cancelButton").onAction([&](kyb::HasText &pressed) { sender = &pressed; });
     object<QPushButton>("cancelButton").click();
-    EXPECT_EQ(sender, &control("cancelButton"));
+    EXPECT_EQ(sender, &control<kyb::Button>("cancelButton"));
 }
 
 TEST_F(WizardTest, ADisabledButtonCannotBePressed) {
@@ -90,24 +91,29 @@ TEST_F(WizardTest, ADisabledButtonCannotBePressed) {
 
 TEST_F(WizardTest, ACheckBoxReportsClicksOnly) {
     int &clicks = actionsOf("checkBoxButton");
-    control("checkBoxButton").setState(1);
-    EXPECT_EQ(control("checkBoxButton").state(), 1);
+    control<kyb::CheckBox>("checkBoxButton").setChecked(true);
+    EXPECT_TRUE(control<kyb::CheckBox>("checkBoxButton").isChecked());
     EXPECT_EQ(clicks, 0);
     object<QCheckBox>("checkBoxButton").click();
-    EXPECT_EQ(control("checkBoxButton").state(), 0);
+    EXPECT_FALSE(control<kyb::CheckBox>("checkBoxButton").isChecked());
     EXPECT_EQ(clicks, 1);
+}
+
+TEST_F(WizardTest, ACheckBoxInAMixedStateIsNotChecked) {
+    object<QCheckBox>("checkBoxButton").setCheckState(Qt::PartiallyChecked);
+    EXPECT_FALSE(control<kyb::CheckBox>("checkBoxButton").isChecked());
 }
 
 TEST_F(WizardTest, AClickOnALabelIsAClickOnItsCheckBox) {
     open();
-    control("agreeTermsOfKYB").setText(QStringLiteral("I agree"));
+    control<kyb::Text>("agreeTermsOfKYB").setText(QStringLiteral("I agree"));
     int &clicks = actionsOf("checkBoxButton");
     QTest::mouseClick(&object("agreeTermsOfKYB"), Qt::LeftButton);
-    EXPECT_EQ(control("checkBoxButton").state(), 1);
+    EXPECT_TRUE(control<kyb::CheckBox>("checkBoxButton").isChecked());
     QTest::mouseClick(&object("agreeTermsOfKYB"), Qt::RightButton);
     control("checkBoxButton").setEnabled(false);
     QTest::mouseClick(&object("agreeTermsOfKYB"), Qt::LeftButton);
-    EXPECT_EQ(control("checkBoxButton").state(), 1);
+    EXPECT_TRUE(control<kyb::CheckBox>("checkBoxButton").isChecked());
     EXPECT_EQ(clicks, 1);
     EXPECT_EQ(object("checkBoxButton").accessibleName().toStdString(), "I agree");
 }
@@ -117,7 +123,7 @@ TEST_F(WizardTest, APressThatLeavesTheLabelIsNoClick) {
     QWidget &label = object("agreeTermsOfKYB");
     QTest::mousePress(&label, Qt::LeftButton);
     QTest::mouseRelease(&label, Qt::LeftButton, {}, QPoint(5, -20));
-    EXPECT_EQ(control("checkBoxButton").state(), 0);
+    EXPECT_FALSE(control<kyb::CheckBox>("checkBoxButton").isChecked());
 }
 
 TEST_F(WizardTest, TransparentKeepsItsPlaceAndIsOutOfReach) {
@@ -145,6 +151,16 @@ TEST_F(WizardTest, HiddenAndTransparentAreTwoThings) {
     EXPECT_FALSE(control("backButton").isVisible());
     control("backButton").setHidden(false);
     EXPECT_TRUE(control("backButton").isVisible());
+}
+
+TEST_F(WizardTest, WhatADescriptionHidesStaysHidden) {
+    for (const char *idle : {"topInfoLabel", "tooltipView"}) { // one of the program's own, one of the toolkit's
+        control(idle).setTransparent(true);
+        control(idle).setTransparent(false);
+        EXPECT_FALSE(control(idle).isVisible()) << idle;
+        control(idle).setHidden(false);
+        EXPECT_TRUE(control(idle).isVisible()) << idle;
+    }
 }
 
 TEST_F(WizardTest, AScreenComesOnTopAndFillsTheBox) {
@@ -177,8 +193,8 @@ TEST_F(WizardTest, ARemovedScreenIsGoneUntilItIsAddedAgain) {
 }
 
 TEST_F(WizardTest, ShowsPictures) {
-    control("arrowImageView").setImage({QStringLiteral("Drag_arrow.png"), {}});
-    control("sourceIconView").setImage({QStringLiteral("Package.png"), {128, 128}});
+    control<kyb::Image>("arrowImageView").setImage({QStringLiteral("Drag_arrow.png"), {}});
+    control<kyb::Image>("sourceIconView").setImage({QStringLiteral("Package.png"), {128, 128}});
     EXPECT_EQ(object<kyb::ImageView>("arrowImageView").image().name.toStdString(), "Drag_arrow.png");
     EXPECT_EQ(object<kyb::ImageView>("sourceIconView").image().size, QSize(128, 128));
 }
@@ -186,33 +202,33 @@ TEST_F(WizardTest, ShowsPictures) {
 TEST_F(WizardTest, TheTermsHaveAClearBorderOrAPurelyRedOne) {
     const auto &box = object<kyb::BorderBox>("termsAndConditionsViewBox");
     EXPECT_EQ(box.borderColor().alpha(), 0);
-    control("termsAndConditionsViewBox").setBorderColor(Color::Red);
+    control<kyb::Box>("termsAndConditionsViewBox").setBorderColor(Color::Red);
     EXPECT_EQ(box.borderColor(), QColor(255, 0, 0));
-    control("termsAndConditionsViewBox").setBorderColor(Color::Clear);
+    control<kyb::Box>("termsAndConditionsViewBox").setBorderColor(Color::Clear);
     EXPECT_EQ(box.borderColor().alpha(), 0);
 }
 
 TEST_F(WizardTest, TheRedBorderIsDrawn) {
     open();
     QWidget &box = object("termsAndConditionsViewBox");
-    control("termsAndConditionsViewBox").setBorderColor(Color::Red);
+    control<kyb::Box>("termsAndConditionsViewBox").setBorderColor(Color::Red);
     EXPECT_EQ(box.grab().toImage().pixelColor(box.width() / 2, 1), QColor(255, 0, 0));
-    control("termsAndConditionsViewBox").setBorderColor(Color::Clear);
+    control<kyb::Box>("termsAndConditionsViewBox").setBorderColor(Color::Clear);
     EXPECT_NE(box.grab().toImage().pixelColor(box.width() / 2, 1), QColor(255, 0, 0));
 }
 
 TEST_F(WizardTest, ATextCanBeRedOrBlack) {
-    control("packageNameLabel").setTextColor(Color::Red);
+    control<kyb::Text>("packageNameLabel").setTextColor(Color::Red);
     EXPECT_EQ(object("packageNameLabel").palette().color(QPalette::WindowText), QColor(255, 0, 0));
-    control("packageNameLabel").setTextColor(Color::Standard);
+    control<kyb::Text>("packageNameLabel").setTextColor(Color::Standard);
     EXPECT_NE(object("packageNameLabel").palette().color(QPalette::WindowText), QColor(255, 0, 0));
-    control("warningSheetTextView").setTextColor(Color::Black);
+    control<kyb::Text>("warningSheetTextView").setTextColor(Color::Black);
     EXPECT_EQ(object("warningSheetTextView").palette().color(QPalette::WindowText), QColor(0, 0, 0));
     EXPECT_FALSE(object("warningSheetTextView").autoFillBackground());
 }
 
 TEST_F(WizardTest, BlackTextIsReadableInTheDark) {
-    control("warningSheetTextView").setTextColor(Color::Black);
+    control<kyb::Text>("warningSheetTextView").setTextColor(Color::Black);
     goDark();
     const QPalette palette = object("warningSheetTextView").palette();
     EXPECT_EQ(palette.color(QPalette::WindowText), QColor(0, 0, 0));
@@ -244,26 +260,26 @@ TEST_F(WizardTest, HeadlinesAreLargerAndBolder) {
 
 TEST_F(WizardTest, TakesAFontThatTheSystemHas) {
     const QString family = QFontDatabase::families().constFirst();
-    control("logTextView").setFont({family, 15.0});
-    EXPECT_EQ(control("logTextView").font().family, family);
-    EXPECT_EQ(control("logTextView").font().sizePoints, 15.0);
+    control<kyb::Text>("logTextView").setFont({family, 15.0});
+    EXPECT_EQ(control<kyb::Text>("logTextView").font().family, family);
+    EXPECT_EQ(control<kyb::Text>("logTextView").font().sizePoints, 15.0);
 }
 
 TEST_F(WizardTest, SkipsAFontThatTheSystemLacks) {
-    const kyb::FontChoice before = control("logTextView").font();
-    control("logTextView").setFont({QStringLiteral("No Such Font At All"), 31.0});
-    control("logTextView").setFont({QString(), 31.0});
-    EXPECT_EQ(control("logTextView").font().family, before.family);
-    EXPECT_EQ(control("logTextView").font().sizePoints, before.sizePoints);
+    const kyb::FontChoice before = control<kyb::Text>("logTextView").font();
+    control<kyb::Text>("logTextView").setFont({QStringLiteral("No Such Font At All"), 31.0});
+    control<kyb::Text>("logTextView").setFont({QString(), 31.0});
+    EXPECT_EQ(control<kyb::Text>("logTextView").font().family, before.family);
+    EXPECT_EQ(control<kyb::Text>("logTextView").font().sizePoints, before.sizePoints);
 }
 
 TEST_F(WizardTest, TheProgressBarGlidesToItsValue) {
     open();
     showScreen("installationProgressView");
     const auto &bar = object<kyb::EvenProgressBar>("installProgressIndicator");
-    control("installProgressIndicator").setValue(0);
-    control("installProgressIndicator").setValue(42.5);
-    EXPECT_EQ(control("installProgressIndicator").value(), 42.5);
+    control<kyb::ProgressIndicator>("installProgressIndicator").setValue(0);
+    control<kyb::ProgressIndicator>("installProgressIndicator").setValue(42.5);
+    EXPECT_EQ(control<kyb::ProgressIndicator>("installProgressIndicator").value(), 42.5);
     EXPECT_LT(bar.shownPercentage(), 42.5);
     double last = 0;
     waitUntil([&] {
@@ -277,27 +293,27 @@ TEST_F(WizardTest, WhatTheProgressBarShowsGoesBackToZeroOnly) {
     open();
     showScreen("installationProgressView");
     const auto &bar = object<kyb::EvenProgressBar>("installProgressIndicator");
-    control("installProgressIndicator").setValue(70);
+    control<kyb::ProgressIndicator>("installProgressIndicator").setValue(70);
     waitUntil([&] { return bar.shownPercentage() == 70; });
-    control("installProgressIndicator").setValue(5);
-    EXPECT_EQ(control("installProgressIndicator").value(), 5);
+    control<kyb::ProgressIndicator>("installProgressIndicator").setValue(5);
+    EXPECT_EQ(control<kyb::ProgressIndicator>("installProgressIndicator").value(), 5);
     EXPECT_EQ(bar.shownPercentage(), 70);
     EXPECT_FALSE(bar.isGliding());
-    control("installProgressIndicator").setValue(0);
+    control<kyb::ProgressIndicator>("installProgressIndicator").setValue(0);
     EXPECT_EQ(bar.shownPercentage(), 0);
 }
 
 TEST_F(WizardTest, TheProgressBarShowsNoMoreThanAll) {
-    control("installProgressIndicator").setValue(150);
-    EXPECT_EQ(control("installProgressIndicator").value(), 150);
+    control<kyb::ProgressIndicator>("installProgressIndicator").setValue(150);
+    EXPECT_EQ(control<kyb::ProgressIndicator>("installProgressIndicator").value(), 150);
     EXPECT_EQ(object<kyb::EvenProgressBar>("installProgressIndicator").shownPercentage(), 100);
 }
 
 TEST_F(WizardTest, TheSpinnerTurnsBetweenStartAndStop) {
     const auto &spinner = object<kyb::Spinner>("initializationProgressIndicator");
-    control("initializationProgressIndicator").startAnimation();
+    control<kyb::ProgressIndicator>("initializationProgressIndicator").startAnimation();
     EXPECT_TRUE(spinner.isTurning());
-    control("initializationProgressIndicator").stopAnimation();
+    control<kyb::ProgressIndicator>("initializationProgressIndicator").stopAnimation();
     EXPECT_FALSE(spinner.isTurning());
 }
 
@@ -310,19 +326,19 @@ TEST_F(WizardTest, WhatIsAwaitedGoesWithTheSpinner) {
 TEST_F(WizardTest, DrawsAtOnceWhenAsked) {
     open();
     showScreen("installationProgressView");
-    control("installProgressViewBoldLabel").setText(QStringLiteral("Installing"));
+    control<kyb::Text>("installProgressViewBoldLabel").setText(QStringLiteral("Installing"));
     control("installationProgressView").displayNow();
     EXPECT_EQ(object("installationProgressView").geometry(), object("installationBox").rect());
     EXPECT_GT(object("installProgressViewBoldLabel").width(), 100);
 }
 
 TEST_F(WizardTest, TheLogMenuIsThereOnceItHasSomething) {
-    control("showLogMenuItem"); // known to the program
-    EXPECT_FALSE(control("installerLog").isVisible());
-    EXPECT_FALSE(control("showLogMenuItem").isEnabled());
-    control("showLogMenuItem").setHidden(false);
-    EXPECT_TRUE(control("installerLog").isVisible());
-    EXPECT_TRUE(control("showLogMenuItem").isVisible());
+    control<kyb::MenuItem>("showLogMenuItem"); // known to the program
+    EXPECT_FALSE(control<kyb::MenuItem>("installerLog").isVisible());
+    EXPECT_FALSE(control<kyb::MenuItem>("showLogMenuItem").isEnabled());
+    control<kyb::MenuItem>("showLogMenuItem").setHidden(false);
+    EXPECT_TRUE(control<kyb::MenuItem>("installerLog").isVisible());
+    EXPECT_TRUE(control<kyb::MenuItem>("showLogMenuItem").isVisible());
 }
 
 TEST_F(WizardTest, AMenuItemRunsItsAction) {
@@ -336,8 +352,8 @@ TEST_F(WizardTest, TheLogButtonFollowsTheMenuItem) {
     showScreen("installationResultView");
     auto &button = object<QPushButton>("showLogButton");
     EXPECT_FALSE(button.isVisible());
-    control("showLogMenuItem").setHidden(false);
-    control("showLogMenuItem").setEnabled(true);
+    control<kyb::MenuItem>("showLogMenuItem").setHidden(false);
+    control<kyb::MenuItem>("showLogMenuItem").setEnabled(true);
     EXPECT_TRUE(button.isVisible());
     EXPECT_TRUE(button.isEnabled());
     int &choices = actionsOf("showLogMenuItem");
@@ -349,8 +365,8 @@ TEST_F(WizardTest, ToolbarItemsComeWhenTheyAreInserted) {
     auto &bar = object<QToolBar>("logToolBar");
     ASSERT_EQ(bar.actions().size(), 1);
     for (int time = 0; time < 2; ++time) {
-        control("logToolBar").insertItem(control("searchItem"), 1);
-        control("logToolBar").insertItem(control("saveButtonItem"), 2);
+        control<kyb::ToolBar>("logToolBar").insertItem(control<kyb::MenuItem>("searchItem"), 1);
+        control<kyb::ToolBar>("logToolBar").insertItem(control<kyb::MenuItem>("saveButtonItem"), 2);
         ASSERT_EQ(bar.actions().size(), 3);
         EXPECT_EQ(bar.actions()[1]->objectName().toStdString(), "searchItem");
         EXPECT_EQ(bar.actions()[2]->objectName().toStdString(), "saveButtonItem");
@@ -358,23 +374,23 @@ TEST_F(WizardTest, ToolbarItemsComeWhenTheyAreInserted) {
 }
 
 TEST_F(WizardTest, AnIndexPastTheEndOfTheToolbarIsTheEnd) {
-    control("logToolBar").insertItem(control("saveButtonItem"), 99);
+    control<kyb::ToolBar>("logToolBar").insertItem(control<kyb::MenuItem>("saveButtonItem"), 99);
     EXPECT_EQ(object<QToolBar>("logToolBar").actions().constLast()->objectName().toStdString(), "saveButtonItem");
 }
 
 TEST_F(WizardTest, TheSearchFieldReportsEachKeystroke) {
-    control("logToolBar").insertItem(control("searchItem"), 1);
-    control("logWindow").makeKeyAndOrderFront();
+    control<kyb::ToolBar>("logToolBar").insertItem(control<kyb::MenuItem>("searchItem"), 1);
+    control<kyb::Window>("logWindow").makeKeyAndOrderFront();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&object("logWindow")));
     QStringList reported;
-    control("searchItem").onAction([&](kyb::Control &sender) { reported << sender.text(); });
+    control<kyb::MenuItem>("searchItem").onAction([&](kyb::HasText &sender) { reported << sender.text(); });
     auto *field = object("logToolBar").findChild<QLineEdit *>();
     ASSERT_NE(field, nullptr);
     QTest::keyClicks(field, QStringLiteral("abc"));
     EXPECT_EQ(reported, QStringList({QStringLiteral("a"), QStringLiteral("ab"), QStringLiteral("abc")}));
     field->setFocus();
     QTest::keyClick(field, Qt::Key_Escape);
-    EXPECT_EQ(control("searchItem").text().toStdString(), "");
+    EXPECT_EQ(control<kyb::MenuItem>("searchItem").text().toStdString(), "");
 }
 
 } // namespace

@@ -57,7 +57,7 @@ TEST_F(Keyboard, ReturnPressesTheForwardButton) {
     EXPECT_EQ(actionsOf("multipleActionsButton"), 1);
     press(Qt::Key_Enter);
     EXPECT_EQ(actionsOf("multipleActionsButton"), 2);
-    EXPECT_EQ(control("checkBoxButton").state(), 0);
+    EXPECT_FALSE(control<kyb::CheckBox>("checkBoxButton").isChecked());
 }
 
 TEST_F(Keyboard, ReturnDoesNothingWhileTheForwardButtonIsDisabled) {
@@ -107,7 +107,7 @@ TEST_F(Keyboard, ThePublicOrPrivateScreenWorksByKeysAlone) {
     bring("backButton");
     EXPECT_EQ(focused(), "privateCheckBoxButton");
     press(Qt::Key_Space);
-    EXPECT_EQ(control("privateCheckBoxButton").state(), 0);
+    EXPECT_FALSE(control<kyb::CheckBox>("privateCheckBoxButton").isChecked());
     press(Qt::Key_Tab);
     EXPECT_EQ(focused(), "backButton");
     press(Qt::Key_Tab);
@@ -153,7 +153,7 @@ TEST_F(Keyboard, EscapeAndReturnAnswerASheet) {
         {"warningSheetWindow", "warningSheetCancelButton", "warningSheetOKButton"},
     };
     for (const auto &row : rows) {
-        control("parentWindow").beginSheet(control(row.sheet));
+        control<kyb::Window>("parentWindow").beginSheet(control<kyb::Sheet>(row.sheet));
         waitUntil([&] { return QApplication::activeWindow() == &object(row.sheet); });
         const int escapes = actionsOf(row.escape);
         press(Qt::Key_Escape);
@@ -162,9 +162,9 @@ TEST_F(Keyboard, EscapeAndReturnAnswerASheet) {
         const int enters = actionsOf(row.enter);
         press(Qt::Key_Return);
         EXPECT_EQ(actionsOf(row.enter), enters + 1) << row.sheet;
-        control(row.sheet).endSheet();
-        control(row.sheet).orderOut();
-        control("parentWindow").makeKeyAndOrderFront();
+        control<kyb::Sheet>(row.sheet).endSheet();
+        control<kyb::Sheet>(row.sheet).orderOut();
+        control<kyb::Window>("parentWindow").makeKeyAndOrderFront();
         waitUntil([&] { return QApplication::activeWindow() == wizard->window(); });
     }
     EXPECT_EQ(actionsOf("multipleActionsButton"), 0);
@@ -180,17 +180,17 @@ TEST_F(Keyboard, ControlLShowsTheLogOnceThereIsOne) {
     int &shows = actionsOf("showLogMenuItem");
     QTest::keyClick(wizard->window()->windowHandle(), Qt::Key_L, Qt::ControlModifier);
     EXPECT_EQ(shows, 0);
-    control("showLogMenuItem").setHidden(false);
-    control("showLogMenuItem").setEnabled(true);
+    control<kyb::MenuItem>("showLogMenuItem").setHidden(false);
+    control<kyb::MenuItem>("showLogMenuItem").setEnabled(true);
     QTest::keyClick(wizard->window()->windowHandle(), Qt::Key_L, Qt::ControlModifier);
     EXPECT_EQ(shows, 1);
 }
 
 TEST_F(Keyboard, TheLogWindowHasTheUsualShortcuts) {
-    control("logToolBar").insertItem(control("searchItem"), 1);
-    control("logToolBar").insertItem(control("saveButtonItem"), 2);
+    control<kyb::ToolBar>("logToolBar").insertItem(control<kyb::MenuItem>("searchItem"), 1);
+    control<kyb::ToolBar>("logToolBar").insertItem(control<kyb::MenuItem>("saveButtonItem"), 2);
     int &saves = actionsOf("saveButtonItem");
-    control("logWindow").makeKeyAndOrderFront();
+    control<kyb::Window>("logWindow").makeKeyAndOrderFront();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&object("logWindow")));
     QWindow *window = object("logWindow").windowHandle();
     object("logTextView").setFocus();

@@ -14,82 +14,97 @@
 
 namespace {
 
-constexpr const char *kOutlets[] = {
-    "parentWindow",
-    "titleWindow",
-    "installationBox",
-    "installationView",
-    "licenseView",
-    "publicOrPrivateView",
-    "installationProgressView",
-    "installationResultView",
-    "lockView",
-    "sourceIconView",
-    "arrowImageView",
-    "packageNameLabel",
-    "destinationNameLabel",
-    "warningField",
-    "warningImageView",
-    "warningScrollView",
-    "initializationProgressIndicator",
-    "titleDragandDropMessage",
-    "topInfoLabel",
-    "tooltipView",
-    "licenseTextView",
-    "termsAndConditionsView",
-    "termsAndConditionsViewBox",
-    "checkBoxButton",
-    "termsOfServiceButton",
-    "licenseAgrement",
-    "agreeTermsOfKYB",
-    "publicCheckBoxButton",
-    "privateCheckBoxButton",
-    "publicMessage",
-    "privateMessage",
-    "saveComputerSettingsMessage",
-    "installProgressIndicator",
-    "progressInfoLabel",
-    "installProgressViewBoldLabel",
-    "installationInProgressImageView",
-    "initializingInstaller",
-    "installerBusyWarningLabel",
-    "lockViewLabel",
-    "installationResultLabel",
-    "installationSubResultLabel",
-    "installationResultImageView",
-    "nextButton",
-    "backButton",
-    "closeButton",
-    "cancelButton",
-    "multipleActionsButton",
-    "warningSheetWindow",
-    "warningSheetTextView",
-    "warningSheetImageView",
-    "warningSheetOKButton",
-    "warningSheetCancelButton",
-    "appsBusyWarningSheetWindow",
-    "appsBusyWarningSheet_warning",
-    "appsBusyWarningSheet_closeApplications",
-    "appsBusyWarningSheet_CancelButton",
-    "appsBusyWarningSheet_ContinueButton",
-    "appRunning_ContinueButton",
-    "quitAppWarningSheet",
-    "quit_App_WarningSheet_installerBusyMessage",
-    "quit_App_WarningSheet_windowClosedMessage",
-    "quit_App_WarningSheet_OK",
-    "showLogMenuItem",
-    "aboutMenuItem",
-    "installerLog",
-    "hideMenuItem",
-    "hideOthers",
-    "showAll",
-    "quitMenuItem",
-    "logWindow",
-    "logTextView",
-    "logToolBar",
-    "searchItem",
-    "saveButtonItem",
+struct OutletRow {
+    const char *name;
+    bool (*isConnected)(const KYViewController &);
 };
+
+template <auto outlet> bool isConnected(const KYViewController &controller) {
+    return (controller.*outlet).isConnected();
+}
+
+// clang-format off
+#define OUTLET(name) {#name, isConnected<&KYViewController::name>}
+
+constexpr OutletRow kOutlets[] = {
+    OUTLET(parentWindow),
+    OUTLET(titleWindow),
+    OUTLET(installationBox),
+    OUTLET(installationView),
+    OUTLET(licenseView),
+    OUTLET(publicOrPrivateView),
+    OUTLET(installationProgressView),
+    OUTLET(installationResultView),
+    OUTLET(lockView),
+    OUTLET(sourceIconView),
+    OUTLET(arrowImageView),
+    OUTLET(packageNameLabel),
+    OUTLET(destinationNameLabel),
+    OUTLET(warningField),
+    OUTLET(warningImageView),
+    OUTLET(warningScrollView),
+    OUTLET(initializationProgressIndicator),
+    OUTLET(titleDragandDropMessage),
+    OUTLET(topInfoLabel),
+    OUTLET(tooltipView),
+    OUTLET(licenseTextView),
+    OUTLET(termsAndConditionsView),
+    OUTLET(termsAndConditionsViewBox),
+    OUTLET(checkBoxButton),
+    OUTLET(termsOfServiceButton),
+    OUTLET(licenseAgrement),
+    OUTLET(agreeTermsOfKYB),
+    OUTLET(publicCheckBoxButton),
+    OUTLET(privateCheckBoxButton),
+    OUTLET(publicMessage),
+    OUTLET(privateMessage),
+    OUTLET(saveComputerSettingsMessage),
+    OUTLET(installProgressIndicator),
+    OUTLET(progressInfoLabel),
+    OUTLET(installProgressViewBoldLabel),
+    OUTLET(installationInProgressImageView),
+    OUTLET(initializingInstaller),
+    OUTLET(installerBusyWarningLabel),
+    OUTLET(lockViewLabel),
+    OUTLET(installationResultLabel),
+    OUTLET(installationSubResultLabel),
+    OUTLET(installationResultImageView),
+    OUTLET(nextButton),
+    OUTLET(backButton),
+    OUTLET(closeButton),
+    OUTLET(cancelButton),
+    OUTLET(multipleActionsButton),
+    OUTLET(warningSheetWindow),
+    OUTLET(warningSheetTextView),
+    OUTLET(warningSheetImageView),
+    OUTLET(warningSheetOKButton),
+    OUTLET(warningSheetCancelButton),
+    OUTLET(appsBusyWarningSheetWindow),
+    OUTLET(appsBusyWarningSheet_warning),
+    OUTLET(appsBusyWarningSheet_closeApplications),
+    OUTLET(appsBusyWarningSheet_CancelButton),
+    OUTLET(appsBusyWarningSheet_ContinueButton),
+    OUTLET(appRunning_ContinueButton),
+    OUTLET(quitAppWarningSheet),
+    OUTLET(quit_App_WarningSheet_installerBusyMessage),
+    OUTLET(quit_App_WarningSheet_windowClosedMessage),
+    OUTLET(quit_App_WarningSheet_OK),
+    OUTLET(showLogMenuItem),
+    OUTLET(aboutMenuItem),
+    OUTLET(installerLog),
+    OUTLET(hideMenuItem),
+    OUTLET(hideOthers),
+    OUTLET(showAll),
+    OUTLET(quitMenuItem),
+    OUTLET(logWindow),
+    OUTLET(logTextView),
+    OUTLET(logToolBar),
+    OUTLET(searchItem),
+    OUTLET(saveButtonItem),
+};
+// clang-format on
+
+#undef OUTLET
 
 constexpr const char *kFiles[] = {
     "MainWindow.ui",          "InstallationView.ui",         "LicenseView.ui",  "LogWindow.ui",
@@ -132,9 +147,11 @@ TEST_F(WizardTest, LoadsWithoutAProblem) {
     EXPECT_EQ(problem.toStdString(), "");
 }
 
-TEST_F(WizardTest, HasEveryOutlet) {
-    for (const char *name : kOutlets) {
-        EXPECT_NE(wizard->control(QString::fromLatin1(name)), nullptr) << name;
+TEST_F(WizardTest, HasAControlOfItsKindForEveryOutlet) {
+    controller.connectOutlets(*wizard);
+    for (const OutletRow &row : kOutlets) {
+        EXPECT_TRUE(row.isConnected(controller)) << row.name;
+        EXPECT_NE(wizard->control(QString::fromLatin1(row.name)), nullptr) << row.name;
     }
 }
 
@@ -144,10 +161,11 @@ TEST_F(WizardTest, HasNoControlOfAnUnknownName) {
 
 TEST_F(WizardTest, GivesTheSameControlEachTime) {
     EXPECT_EQ(&control("closeButton"), &control("closeButton"));
+    EXPECT_EQ(&control("arrowImageView"), &control("arrowImageView"));
 }
 
 TEST_F(WizardTest, TheTitleWindowIsTheMainWindow) {
-    control("titleWindow").setText(QStringLiteral("A & B"));
+    control<kyb::Window>("titleWindow").setText(QStringLiteral("A & B"));
     EXPECT_EQ(wizard->window()->windowTitle().toStdString(), "A & B");
 }
 
@@ -161,7 +179,7 @@ TEST_F(WizardTest, StartsWithTheDragScreenAlone) {
 
 TEST_F(WizardTest, HidesWhatHasNoRole) {
     for (const char *idle : {"nextButton", "topInfoLabel", "tooltipView", "appRunning_ContinueButton", "hideOthers"}) {
-        EXPECT_FALSE(control(idle).isVisible()) << idle;
+        EXPECT_FALSE(control<kyb::Control>(idle).isVisible()) << idle;
     }
 }
 
@@ -171,21 +189,14 @@ TEST_F(WizardTest, KnowsTheFramesOfItsPicturesBeforeAnythingIsShown) {
 }
 
 TEST_F(WizardTest, TheComputerIsPrivateAtFirst) {
-    EXPECT_EQ(control("privateCheckBoxButton").state(), 1);
-    EXPECT_EQ(control("publicCheckBoxButton").state(), 0);
-}
-
-TEST_F(WizardTest, TheControllerFindsAllItsOutlets) {
-    controller.connectOutlets(*wizard);
-    EXPECT_TRUE(controller.parentWindow.isConnected());
-    EXPECT_TRUE(controller.saveButtonItem.isConnected());
-    EXPECT_TRUE(controller.warningSheetOKButton.isConnected());
+    EXPECT_TRUE(control<kyb::CheckBox>("privateCheckBoxButton").isChecked());
+    EXPECT_FALSE(control<kyb::CheckBox>("publicCheckBoxButton").isChecked());
 }
 
 TEST_F(WizardTest, EveryControlThatTakesTheFocusHasAnAccessibleName) {
-    control("agreeTermsOfKYB").setText(QStringLiteral("I agree"));
-    control("publicMessage").setText(QStringLiteral("Public"));
-    control("privateMessage").setText(QStringLiteral("Private"));
+    control<kyb::Text>("agreeTermsOfKYB").setText(QStringLiteral("I agree"));
+    control<kyb::Text>("publicMessage").setText(QStringLiteral("Public"));
+    control<kyb::Text>("privateMessage").setText(QStringLiteral("Private"));
     for (QWidget *widget : QApplication::allWidgets()) {
         const bool takesFocus = (widget->focusPolicy() & Qt::TabFocus) != 0 && !widget->objectName().startsWith(u"qt_");
         if (!takesFocus || widget->isWindow()) {
@@ -203,8 +214,9 @@ TEST_F(BrokenInterface, TextsThatTheProgramNeverSetsAreLookedUp) {
                                  "Interface.strings"),
                   "\"Show Installation Log\" = \"The log, please\";");
     EXPECT_EQ(load().toStdString(), "");
-    EXPECT_EQ(wizard_.control(QStringLiteral("showLogMenuItem"))->text().toStdString(), "The log, please");
-    EXPECT_EQ(wizard_.control(QStringLiteral("logWindow"))->text().toStdString(), "Installation Log");
+    controller_.connectOutlets(wizard_);
+    EXPECT_EQ(controller_.showLogMenuItem->text().toStdString(), "The log, please");
+    EXPECT_EQ(controller_.logWindow->text().toStdString(), "Installation Log");
 }
 
 TEST_P(BrokenInterface, SaysWhichFileIsMissing) {
@@ -240,6 +252,17 @@ TEST_F(BrokenInterface, AnOutletThatIsNotDescribedIsNull) {
           "<ui version=\"4.0\"><widget class=\"QWidget\" name=\"installationResultView\"/></ui>");
     EXPECT_EQ(load().toStdString(), "");
     EXPECT_EQ(wizard_.control(QStringLiteral("installationResultLabel")), nullptr);
+    controller_.connectOutlets(wizard_);
+    EXPECT_FALSE(controller_.installationResultLabel.isConnected());
+    controller_.installationResultLabel->setText(QStringLiteral("nobody hears this"));
+}
+
+TEST_F(BrokenInterface, AnOutletThatIsDescribedAsAnotherKindIsSkipped) {
+    write("InstallationResultView.ui", read("InstallationResultView.ui")
+                                           .replace("class=\"Label\" name=\"installationResultLabel\"",
+                                                    "class=\"QPushButton\" name=\"installationResultLabel\""));
+    EXPECT_EQ(load().toStdString(), "");
+    EXPECT_NE(wizard_.control(QStringLiteral("installationResultLabel")), nullptr);
     controller_.connectOutlets(wizard_);
     EXPECT_FALSE(controller_.installationResultLabel.isConnected());
     controller_.installationResultLabel->setText(QStringLiteral("nobody hears this"));

@@ -13,7 +13,7 @@ class TermsView : public WizardTest {
 protected:
     kyb::RichTextView &view = object<kyb::RichTextView>("licenseTextView");
 
-    void show(const QByteArray &rtf) { control("licenseTextView").setRichText(kyb::parseRichText(rtf)); }
+    void show(const QByteArray &rtf) { control<kyb::RichText>("licenseTextView").setRichText(kyb::parseRichText(rtf)); }
     QTextCharFormat formatAt(int position) const {
         QTextCursor cursor(view.document());
         cursor.setPosition(position + 1);
@@ -23,7 +23,7 @@ protected:
 
 TEST_F(TermsView, ShowsStylesAndParagraphs) {
     show("{\\rtf1\\ansi\\fs28 A\\b B\\b0\\i C\\i0\\ul D\\par\\qc\\fs20 E}");
-    EXPECT_EQ(control("licenseTextView").text().toStdString(), "ABCD\nE");
+    EXPECT_EQ(control<kyb::RichText>("licenseTextView").text().toStdString(), "ABCD\nE");
     EXPECT_EQ(formatAt(0).fontPointSize(), 14);
     EXPECT_EQ(formatAt(0).fontWeight(), int(QFont::Normal));
     EXPECT_EQ(formatAt(1).fontWeight(), int(QFont::Bold));
@@ -35,11 +35,11 @@ TEST_F(TermsView, ShowsStylesAndParagraphs) {
 TEST_F(TermsView, ANewTextReplacesTheOldOne) {
     show("{\\rtf1 old\\par old}");
     show("{\\rtf1 new}");
-    EXPECT_EQ(control("licenseTextView").text().toStdString(), "new");
-    control("licenseTextView").setText(QStringLiteral("License file missing!"));
-    EXPECT_EQ(control("licenseTextView").text().toStdString(), "License file missing!");
+    EXPECT_EQ(control<kyb::RichText>("licenseTextView").text().toStdString(), "new");
+    control<kyb::RichText>("licenseTextView").setText(QStringLiteral("License file missing!"));
+    EXPECT_EQ(control<kyb::RichText>("licenseTextView").text().toStdString(), "License file missing!");
     goDark();
-    EXPECT_EQ(control("licenseTextView").text().toStdString(), "License file missing!");
+    EXPECT_EQ(control<kyb::RichText>("licenseTextView").text().toStdString(), "License file missing!");
 }
 
 TEST_F(TermsView, IsForReadingOnly) {

@@ -23,9 +23,9 @@ TEST_F(WizardTest, TheMainWindowHasOneSizeAndStandsInTheMiddle) {
 TEST_F(WizardTest, NoTextOfAScreenChangesTheSizeOfTheWindow) {
     open();
     const QSize before = wizard->window()->size();
-    control("titleDragandDropMessage").setText(QStringLiteral("Word ").repeated(200));
-    control("packageNameLabel").setText(QStringLiteral("Wordwordword").repeated(40));
-    control("cancelButton").setText(QStringLiteral("A rather long title for a button"));
+    control<kyb::Text>("titleDragandDropMessage").setText(QStringLiteral("Word ").repeated(200));
+    control<kyb::Text>("packageNameLabel").setText(QStringLiteral("Wordwordword").repeated(40));
+    control<kyb::Button>("cancelButton").setText(QStringLiteral("A rather long title for a button"));
     QCoreApplication::processEvents();
     EXPECT_EQ(wizard->window()->size(), before);
 }
@@ -48,19 +48,19 @@ TEST_F(WizardTest, TheMainWindowStaysWhileTheEngineWorks) {
 
 TEST_F(WizardTest, TheCloseButtonCanBeTakenAway) {
     open();
-    control("parentWindow").setCloseButtonEnabled(false);
+    control<kyb::Window>("parentWindow").setCloseButtonEnabled(false);
     EXPECT_FALSE(wizard->window()->windowHandle()->flags().testFlag(Qt::WindowCloseButtonHint));
     EXPECT_FALSE(wizard->window()->close());
     EXPECT_TRUE(control("parentWindow").isVisible());
-    control("parentWindow").setCloseButtonEnabled(true);
+    control<kyb::Window>("parentWindow").setCloseButtonEnabled(true);
     EXPECT_TRUE(wizard->window()->windowHandle()->flags().testFlag(Qt::WindowCloseButtonHint));
     EXPECT_TRUE(wizard->window()->close());
 }
 
 TEST_F(WizardTest, TheApplicationEndsWithItsLastWindow) {
     kyb::onMainThread([this] {
-        control("parentWindow").makeKeyAndOrderFront();
-        control("logWindow").makeKeyAndOrderFront();
+        control<kyb::Window>("parentWindow").makeKeyAndOrderFront();
+        control<kyb::Window>("logWindow").makeKeyAndOrderFront();
         object("logWindow").close();
         wizard->window()->close();
     });
@@ -70,8 +70,8 @@ TEST_F(WizardTest, TheApplicationEndsWithItsLastWindow) {
 TEST_F(WizardTest, ClosingTheLogEndsNothing) {
     bool ended = true;
     kyb::onMainThread([&] {
-        control("parentWindow").makeKeyAndOrderFront();
-        control("logWindow").makeKeyAndOrderFront();
+        control<kyb::Window>("parentWindow").makeKeyAndOrderFront();
+        control<kyb::Window>("logWindow").makeKeyAndOrderFront();
         object("logWindow").close();
         kyb::onMainThread([&] {
             ended = false;
@@ -85,7 +85,7 @@ TEST_F(WizardTest, ClosingTheLogEndsNothing) {
 TEST_F(WizardTest, WithoutItsLastWindowItGoesOnWhileTheEngineWorks) {
     bool goesOn = false;
     kyb::onMainThread([&] {
-        control("logWindow").makeKeyAndOrderFront();
+        control<kyb::Window>("logWindow").makeKeyAndOrderFront();
         installationInProgress = true;
         object("logWindow").close();
         kyb::onMainThread([&] {
@@ -111,7 +111,7 @@ TEST_F(WizardTest, QuittingFromOutsideIsRefusedWhileTheEngineWorks) {
 
 TEST_F(WizardTest, QuittingFromOutsideEndsAnIdleApplication) {
     kyb::onMainThread([this] {
-        control("parentWindow").makeKeyAndOrderFront();
+        control<kyb::Window>("parentWindow").makeKeyAndOrderFront();
         QEvent quit(QEvent::Quit);
         QCoreApplication::sendEvent(qApp, &quit);
     });
@@ -121,7 +121,7 @@ TEST_F(WizardTest, QuittingFromOutsideEndsAnIdleApplication) {
 TEST_F(WizardTest, ASheetBlocksTheMainWindowAlone) {
     open();
     for (const char *name : {"quitAppWarningSheet", "warningSheetWindow", "appsBusyWarningSheetWindow"}) {
-        control("parentWindow").beginSheet(control(name));
+        control<kyb::Window>("parentWindow").beginSheet(control<kyb::Sheet>(name));
         EXPECT_TRUE(control(name).isVisible()) << name;
         EXPECT_EQ(object(name).windowModality(), Qt::WindowModal) << name;
         EXPECT_EQ(object(name).parentWidget(), wizard->window()) << name;
@@ -129,8 +129,8 @@ TEST_F(WizardTest, ASheetBlocksTheMainWindowAlone) {
         QTest::mouseClick(wizard->window()->windowHandle(), Qt::LeftButton, {},
                           object("cancelButton").mapTo(wizard->window(), QPoint(10, 10)));
         EXPECT_EQ(presses, 0) << name;
-        control(name).endSheet();
-        control(name).orderOut();
+        control<kyb::Sheet>(name).endSheet();
+        control<kyb::Sheet>(name).orderOut();
         EXPECT_FALSE(control(name).isVisible()) << name;
     }
 }
@@ -138,7 +138,7 @@ TEST_F(WizardTest, ASheetBlocksTheMainWindowAlone) {
 TEST_F(WizardTest, TheCloseButtonOfASheetPressesItsCancelButton) {
     open();
     int &presses = actionsOf("quit_App_WarningSheet_OK");
-    control("parentWindow").beginSheet(control("quitAppWarningSheet"));
+    control<kyb::Window>("parentWindow").beginSheet(control<kyb::Sheet>("quitAppWarningSheet"));
     object("quitAppWarningSheet").close();
     EXPECT_EQ(presses, 1);
     EXPECT_TRUE(control("quitAppWarningSheet").isVisible());
@@ -147,24 +147,22 @@ TEST_F(WizardTest, TheCloseButtonOfASheetPressesItsCancelButton) {
 TEST_F(WizardTest, ASheetBringsAMinimisedWindowBack) {
     open();
     wizard->window()->showMinimized();
-    EXPECT_TRUE(control("parentWindow").isMinimised());
-    control("parentWindow").beginSheet(control("quitAppWarningSheet"));
-    EXPECT_FALSE(control("parentWindow").isMinimised());
+    EXPECT_TRUE(control<kyb::Window>("parentWindow").isMinimised());
+    control<kyb::Window>("parentWindow").beginSheet(control<kyb::Sheet>("quitAppWarningSheet"));
+    EXPECT_FALSE(control<kyb::Window>("parentWindow").isMinimised());
 }
 
 TEST_F(WizardTest, AMinimisedWindowIsNotVisible) {
-    control("logWindow").makeKeyAndOrderFront();
+    control<kyb::Window>("logWindow").makeKeyAndOrderFront();
     EXPECT_TRUE(control("logWindow").isVisible());
     object("logWindow").showMinimized();
     EXPECT_FALSE(control("logWindow").isVisible());
-    control("logWindow").makeKeyAndOrderFront();
+    control<kyb::Window>("logWindow").makeKeyAndOrderFront();
     EXPECT_TRUE(control("logWindow").isVisible());
-    control("logWindow").orderOut();
-    EXPECT_FALSE(control("logWindow").isVisible());
 }
 
 TEST_F(WizardTest, TheLogWindowOpensInItsOwnSize) {
-    control("logWindow").makeKeyAndOrderFront();
+    control<kyb::Window>("logWindow").makeKeyAndOrderFront();
     EXPECT_EQ(object("logWindow").size(), QSize(880, 560));
 }
 

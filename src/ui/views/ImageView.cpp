@@ -9,7 +9,7 @@
 
 namespace kyb {
 
-ImageView::ImageView(QWidget *parent) : QWidget(parent) {
+ImageView::ImageView(QWidget *parent) : QWidget(parent), WidgetControl(this) {
     installViewAccessibility();
 }
 

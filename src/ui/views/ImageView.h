@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/KYGlobalConstants.h"
+#include "ui/views/WidgetControl.h"
 
 #include <QWidget>
 
@@ -9,13 +10,13 @@ namespace kyb {
 /// Shows a picture of the bundle, centred; one that is larger than the view is scaled down in proportion. Drawn anew
 /// for the screen that the view is on, so it is crisp at every pixel ratio. A picture that is not there is not drawn.
 /// Main thread.
-class ImageView : public QWidget {
+class ImageView : public QWidget, public WidgetControl, public virtual Image {
     Q_OBJECT
 
 public:
     explicit ImageView(QWidget *parent = nullptr);
 
-    void setImage(const NamedImage &image);
+    void setImage(const NamedImage &image) override;
     const NamedImage &image() const { return image_; }
 
     QSize sizeHint() const override;

@@ -70,10 +70,10 @@ constexpr LogTextView::KeyBinding LogTextView::kKeyBindings[] = {
 class LogTextView::RowLayout : public QTextLayout {
 public:
     RowLayout(const LogTextView &view, const TextRow &row)
-        : QTextLayout(view.text_.mid(row.start, row.length), view.font(), view.viewport()) {
+        : QTextLayout(view.text_.mid(row.start, row.length), view.QWidget::font(), view.viewport()) {
         QTextOption option(Qt::AlignLeft | Qt::AlignAbsolute);
         option.setWrapMode(QTextOption::NoWrap);
-        option.setTabStopDistance(kTabColumns * QFontMetricsF(view.font()).averageCharWidth());
+        option.setTabStopDistance(kTabColumns * QFontMetricsF(view.QWidget::font()).averageCharWidth());
         setTextOption(option);
         setCacheEnabled(true);
         beginLayout();
@@ -83,7 +83,7 @@ public:
     QTextLine line() const { return lineAt(0); }
 };
 
-LogTextView::LogTextView(QWidget *parent) : QAbstractScrollArea(parent) {
+LogTextView::LogTextView(QWidget *parent) : QAbstractScrollArea(parent), TextControl(this) {
     installViewAccessibility();
     setAccessibleName(localizedText(QStringLiteral("LogTextName")));
     setFocusPolicy(Qt::StrongFocus);
@@ -105,7 +105,7 @@ void LogTextView::setText(const QString &text) {
 // The layout.
 
 int LogTextView::rowHeight() const {
-    return std::max(1, int(std::ceil(QFontMetricsF(font()).lineSpacing())));
+    return std::max(1, int(std::ceil(QFontMetricsF(QWidget::font()).lineSpacing())));
 }
 
 int LogTextView::rowsPerPage() const {
@@ -129,7 +129,7 @@ void LogTextView::updateScrollBars() {
     const int width = int(std::ceil(width_)) + 2 * kMarginPoints;
     horizontalScrollBar()->setRange(0, std::max(0, width - viewport()->width()));
     horizontalScrollBar()->setPageStep(viewport()->width());
-    horizontalScrollBar()->setSingleStep(std::max(1, int(QFontMetricsF(font()).averageCharWidth()) * 4));
+    horizontalScrollBar()->setSingleStep(std::max(1, int(QFontMetricsF(QWidget::font()).averageCharWidth()) * 4));
 }
 
 qsizetype LogTextView::positionAt(QPoint point) const {
@@ -167,7 +167,7 @@ void LogTextView::drawRow(QPainter &painter, const TextRow &row, QPointF where) 
     }
     const bool holdsSeparator = selectionStart() <= row.end() && selectionEnd() > row.end() && !row.endsWithinLine();
     if (holdsSeparator) {
-        const QSizeF size(QFontMetricsF(font()).averageCharWidth(), rowHeight());
+        const QSizeF size(QFontMetricsF(QWidget::font()).averageCharWidth(), rowHeight());
         painter.fillRect(QRectF(where + QPointF(layout.line().naturalTextWidth(), 0), size),
                          palette().brush(group, QPalette::Highlight));
     }

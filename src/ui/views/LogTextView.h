@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/views/WidgetControl.h"
 #include "ui/views/row_index.h"
 
 #include <QAbstractScrollArea>
@@ -14,15 +15,15 @@ namespace kyb {
 ///
 /// Lines are not wrapped, except that a very long one goes on in a further row every `RowIndex::kMaxRowUnits` units.
 /// Main thread.
-class LogTextView : public QAbstractScrollArea {
+class LogTextView : public QAbstractScrollArea, public TextControl {
     Q_OBJECT
 
 public:
     explicit LogTextView(QWidget *parent = nullptr);
 
     /// Shows \p text from its begin, with nothing selected.
-    void setText(const QString &text);
-    QString text() const { return text_; }
+    void setText(const QString &text) override;
+    QString text() const override { return text_; }
 
     // The selection lies between the anchor and the caret, offsets in UTF-16 units; the caret is where the keys act.
     qsizetype caret() const { return caret_; }

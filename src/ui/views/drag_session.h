@@ -23,7 +23,12 @@ enum class DraggingFormation { None = 1 };
 /// and under X11 any program may say that it takes a drop; so, while a session lives, a release over anything that the
 /// source does not allow becomes a cancelled drag: that program is told that the drag has left, and never gets a drop.
 ///
-/// Made right before the drag begins, by the one who waits for its end. Main thread.
+/// Why not refuse while the pointer moves: nothing is wrong before the release, and the toolkit takes its operations
+/// once, when the drag begins. Why a filter: the release is the last moment at which a drag can be cancelled, and only
+/// who sees the event before the drag does comes in time.
+///
+/// Made right before the drag begins, by the one who waits for its end.
+/// Main thread.
 class DragSession : public QObject {
     Q_OBJECT
 

@@ -8,10 +8,25 @@ namespace {
 constexpr qreal kWidth = 2; // points
 constexpr qreal kRadius = 8;
 
+QColor standardColor(Color color) {
+    switch (color) {
+    case Color::Red:
+        return Qt::red;
+    case Color::Black:
+        return Qt::black;
+    case Color::Clear:
+    case Color::Standard:
+        break;
+    }
+    return Qt::transparent;
+}
+
 } // namespace
 
-void BorderBox::setBorderColor(const QColor &color) {
-    borderColor_ = color;
+BorderBox::BorderBox(QWidget *parent) : QWidget(parent), WidgetControl(this) {}
+
+void BorderBox::setBorderColor(Color color) {
+    borderColor_ = standardColor(color);
     update();
 }
 

@@ -1,19 +1,21 @@
 #pragma once
 
+#include "ui/views/WidgetControl.h"
+
 #include <QColor>
 #include <QWidget>
 
 namespace kyb {
 
-/// A box with a rounded border, clear until it is given a colour.
-class BorderBox : public QWidget {
+/// A box with a rounded border, clear until it is given a colour. It has no title. Main thread.
+class BorderBox : public QWidget, public WidgetControl, public virtual Box {
     Q_OBJECT
 
 public:
-    using QWidget::QWidget;
+    explicit BorderBox(QWidget *parent = nullptr);
 
     QColor borderColor() const { return borderColor_; }
-    void setBorderColor(const QColor &color);
+    void setBorderColor(Color color) override;
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -8,9 +8,9 @@ class QObject;
 
 namespace kyb {
 
-/// Makes the control that speaks for \p object: a widget, an action or a menu of an interface description. Null for any
-/// other kind of object. The object must outlive what is asked of the control; the control may outlive the object.
-/// Main thread.
-std::unique_ptr<Control> makeControl(QObject &object);
+/// Makes the control that speaks for \p object, one of the toolkit's own widgets, actions or menus. Null for any other
+/// kind of object. The object must outlive what is asked of the control; the control may outlive the object. Main
+/// thread.
+std::unique_ptr<Control> makeAdapter(QObject &object);
 
 } // namespace kyb

@@ -12,23 +12,23 @@ constexpr int kFrameMilliseconds = 16;
 
 } // namespace
 
-EvenProgressBar::EvenProgressBar(QWidget *parent) : QProgressBar(parent) {
+EvenProgressBar::EvenProgressBar(QWidget *parent) : QProgressBar(parent), WidgetControl(this) {
     setRange(0, 100 * kStepsPerPercent);
-    setValue(0);
+    QProgressBar::setValue(0);
     setTextVisible(false);
 }
 
 double EvenProgressBar::shownPercentage() const {
-    return double(value()) / kStepsPerPercent;
+    return double(QProgressBar::value()) / kStepsPerPercent;
 }
 
-void EvenProgressBar::setPercentage(double percentage) {
+void EvenProgressBar::setValue(double percentage) {
     if (percentage == percentage_) {
         return; // the producers repeat themselves; the glide goes on
     }
     percentage_ = percentage;
     glide_.stop();
-    if (percentage <= 0 || !isVisible()) {
+    if (percentage <= 0 || !QProgressBar::isVisible()) {
         show(percentage);
     } else if (percentage > shownPercentage()) {
         glideFrom_ = shownPercentage();
@@ -50,7 +50,7 @@ void EvenProgressBar::timerEvent(QTimerEvent *event) {
 }
 
 void EvenProgressBar::show(double percentage) {
-    setValue(qRound(qBound(0.0, percentage, 100.0) * kStepsPerPercent));
+    QProgressBar::setValue(qRound(qBound(0.0, percentage, 100.0) * kStepsPerPercent));
 }
 
 } // namespace kyb

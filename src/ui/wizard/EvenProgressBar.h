@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/views/WidgetControl.h"
+
 #include <QBasicTimer>
 #include <QElapsedTimer>
 #include <QProgressBar>
@@ -7,18 +9,18 @@
 namespace kyb {
 
 /// A progress bar in percent that glides to each value. What it shows never goes backwards, except to zero, where
-/// something new begins.
-class EvenProgressBar : public QProgressBar {
+/// something new begins; it takes any value, and shows none below 0 or above 100. Main thread.
+class EvenProgressBar : public QProgressBar, public WidgetControl, public virtual ProgressIndicator {
     Q_OBJECT
 
 public:
     explicit EvenProgressBar(QWidget *parent = nullptr);
 
     /// The value last set, whatever is shown.
-    double percentage() const { return percentage_; }
-    void setPercentage(double percentage);
+    double value() const override { return percentage_; }
+    void setValue(double percentage) override;
 
-    double shownPercentage() const;
+    double shownPercentage() const; ///< what the glide has come to
     bool isGliding() const { return glide_.isActive(); }
 
 protected:

@@ -9,7 +9,6 @@
 #include "ui/wizard/EvenProgressBar.h"
 #include "ui/wizard/Label.h"
 #include "ui/wizard/RichTextView.h"
-#include "ui/wizard/Sheet.h"
 #include "ui/wizard/Spinner.h"
 #include "ui/wizard/ToolbarItems.h"
 #include "ui/wizard/WizardWindow.h"
@@ -40,7 +39,7 @@ constexpr WidgetKind kWidgetKinds[] = {
     {"Label", make<Label>},
     {"LogTextView", make<LogTextView>},
     {"RichTextView", make<RichTextView>},
-    {"Sheet", make<Sheet>},
+    {"Sheet", make<SheetDialog>},
     {"Spinner", make<Spinner>},
     {"WizardWindow", make<WizardWindow>},
 };

@@ -35,22 +35,25 @@ bool isDark(const QPalette &palette) {
 
 } // namespace
 
-Label::Label(QWidget *parent) : QLabel(parent) {
+Label::Label(QWidget *parent) : QLabel(parent), TextControl(this) {
     setTextFormat(Qt::PlainText);
 }
 
 void Label::setTextStyle(TextStyle style) {
     style_ = style;
-    setFont(fontOf(style));
+    QLabel::setFont(fontOf(style));
     applyColor();
 }
 
-QString Label::plainText() const {
-    return buddy() != nullptr ? withoutMnemonic(text()) : text();
+QString Label::text() const {
+    return buddy() != nullptr ? withoutMnemonic(QLabel::text()) : QLabel::text();
 }
 
-void Label::setPlainText(const QString &text) {
-    setText(buddy() != nullptr ? withoutMnemonicMeaning(text) : text);
+void Label::setText(const QString &text) {
+    QLabel::setText(buddy() != nullptr ? withoutMnemonicMeaning(text) : text);
+    if (buddy() != nullptr) {
+        buddy()->setAccessibleName(text);
+    }
 }
 
 void Label::setTextColor(Color color) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "controller/outlet.h"
+#include "ui/views/WidgetControl.h"
 
 #include <QLabel>
 #include <QPalette>
@@ -8,8 +8,9 @@
 namespace kyb {
 
 /// A text of the interface: always plain, so neither markup nor a mnemonic is seen in it. A label with a buddy stands
-/// for the button that it describes: a click on the text is a click on the button.
-class Label : public QLabel {
+/// for the button that it describes: a click on the text is a click on the button, and the text is what a screen reader
+/// calls the button. Main thread.
+class Label : public QLabel, public TextControl {
     Q_OBJECT
     Q_PROPERTY(TextStyle textStyle READ textStyle WRITE setTextStyle)
 
@@ -22,12 +23,9 @@ public:
     TextStyle textStyle() const { return style_; }
     void setTextStyle(TextStyle style);
 
-    /// The text as it is shown.
-    QString plainText() const;
-    void setPlainText(const QString &text);
-
-    /// Black is shown on paper when the appearance is dark.
-    void setTextColor(Color color);
+    QString text() const override; ///< as it is shown
+    void setText(const QString &text) override;
+    void setTextColor(Color color) override; ///< black is shown on paper when the appearance is dark
 
 protected:
     void changeEvent(QEvent *event) override;

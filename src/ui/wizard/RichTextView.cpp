@@ -78,7 +78,7 @@ QTextCharFormat formatOf(const RichTextRun &run, const QColor &ground) {
 
 } // namespace
 
-RichTextView::RichTextView(QWidget *parent) : QTextEdit(parent) {
+RichTextView::RichTextView(QWidget *parent) : QTextEdit(parent), TextControl(this) {
     setReadOnly(true);
     setUndoRedoEnabled(false);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
@@ -91,7 +91,7 @@ void RichTextView::setRichText(const RichTextDocument &document) {
     write();
 }
 
-void RichTextView::setUnstyledText(const QString &text) {
+void RichTextView::setText(const QString &text) {
     document_ = {};
     setPlainText(text);
 }

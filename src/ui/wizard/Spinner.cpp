@@ -14,11 +14,13 @@ constexpr qreal kFaintest = 0.2;
 
 } // namespace
 
-void Spinner::start() {
+Spinner::Spinner(QWidget *parent) : QWidget(parent), WidgetControl(this) {}
+
+void Spinner::startAnimation() {
     timer_.start(kTurnMilliseconds / kSpokes, this);
 }
 
-void Spinner::stop() {
+void Spinner::stopAnimation() {
     timer_.stop();
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/views/WidgetControl.h"
+
 #include <QBasicTimer>
 #include <QWidget>
 
@@ -7,14 +9,15 @@ namespace kyb {
 
 /// A wheel of twelve spokes that turns while something is under way whose end is not known. It stands at the leading
 /// edge; what is laid out inside it, such as the text that says what is awaited, comes and goes with it.
-class Spinner : public QWidget {
+/// Main thread.
+class Spinner : public QWidget, public WidgetControl, public virtual ProgressIndicator {
     Q_OBJECT
 
 public:
-    using QWidget::QWidget;
+    explicit Spinner(QWidget *parent = nullptr);
 
-    void start();
-    void stop();
+    void startAnimation() override;
+    void stopAnimation() override;
     bool isTurning() const { return timer_.isActive(); }
 
 protected:

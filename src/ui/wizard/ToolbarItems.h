@@ -6,7 +6,8 @@ class QLineEdit;
 
 namespace kyb {
 
-/// The toolbar item with the field whose text filters. Its own text is what the empty field says.
+/// The toolbar item with the field whose text filters. Its own text is what the empty field says. The
+/// item owns the field. Main thread.
 class SearchItem : public QWidgetAction {
     Q_OBJECT
 
@@ -23,7 +24,7 @@ private:
     QAction *magnifier_;
 };
 
-/// The toolbar item that takes all the room that there is.
+/// The toolbar item that takes all the room that there is. Main thread.
 class FlexibleSpace : public QWidgetAction {
     Q_OBJECT
 

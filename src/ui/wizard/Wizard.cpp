@@ -1,10 +1,10 @@
 #include "ui/wizard/Wizard.h"
 
 #include "controller/KYAppDelegate.h"
+#include "ui/views/WidgetControl.h"
 #include "ui/views/image_loading.h"
 #include "ui/wizard/Controls.h"
 #include "ui/wizard/InterfaceLoader.h"
-#include "ui/wizard/WidgetControl.h"
 #include "ui/wizard/WizardWindow.h"
 
 #include <QAction>
@@ -98,7 +98,7 @@ QString Wizard::load(const QString &resourcesFolder, KYAppDelegate &delegate) {
     }
     application_.setDelegate(&delegate);
     window_->setShouldClose([&delegate] { return delegate.windowShouldClose(); });
-    dressUp();
+    giveIcons();
     wireAbout();
     wireLogButton();
     return {};
@@ -132,7 +132,9 @@ QString Wizard::loadScreens(const QString &folder) {
         }
         stack->addWidget(view, 0, 0);
         if (screen.atStart == Screen::AtStart::Away) {
-            makeControlFor(*view)->removeFromSuperview();
+            Outlet<View> away;
+            away.connect(controlOf(*view));
+            away->removeFromSuperview();
         } else {
             focusFirstControl(*view);
         }
@@ -156,7 +158,7 @@ QString Wizard::loadLogWindow(const QString &folder) {
     return problem;
 }
 
-void Wizard::dressUp() {
+void Wizard::giveIcons() {
     QApplication::setWindowIcon(bundlePixmap(QStringLiteral("AppIcon.icns"), QSize(64, 64), 2));
     for (QAction *action : logWindow_->findChildren<QAction *>()) {
         giveIcon(*action);
@@ -198,15 +200,18 @@ QObject *Wizard::object(const QString &objectName) const {
 
 Control *Wizard::control(const QString &objectName) {
     QObject *found = object(objectName);
-    return found != nullptr ? makeControlFor(*found) : nullptr;
+    return found != nullptr ? controlOf(*found) : nullptr;
 }
 
-Control *Wizard::makeControlFor(QObject &object) {
-    std::unique_ptr<Control> &control = controls_[&object];
-    if (!control) {
-        control = makeControl(object);
+Control *Wizard::controlOf(QObject &object) {
+    if (auto *own = dynamic_cast<Control *>(&object)) {
+        return own;
     }
-    return control.get();
+    std::unique_ptr<Control> &adapter = adapters_[&object];
+    if (!adapter) {
+        adapter = makeAdapter(object);
+    }
+    return adapter.get();
 }
 
 int Wizard::run() {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "controller/interface.h"
+#include "controller/UserInterface.h"
 #include "ui/wizard/InterfaceTranslator.h"
 #include "ui/wizard/WizardApplication.h"
 
@@ -16,7 +16,13 @@ class WizardWindow;
 
 /// The screens as widgets, out of the interface descriptions in the bundle. Made once, before anything else of the
 /// toolkit; ended after the event loop. Main thread.
-class Wizard : public Interface {
+///
+/// It owns the windows, which own what stands in them; so a control is there as long as the wizard is. The program's
+/// own widgets are their own controls; for one of the toolkit's an adapter is made when it is first asked for.
+///
+/// `load` is all or nothing: after a problem the wizard is not to be used. What a description lacks beyond the main
+/// window and its box is no problem, and its control is null.
+class Wizard : public UserInterface {
 public:
     Wizard(int &argc, char **argv);
     ~Wizard() override;
@@ -38,15 +44,15 @@ private:
     QString loadScreens(const QString &folder);
     QString loadSheets(const QString &folder);
     QString loadLogWindow(const QString &folder);
-    Control *makeControlFor(QObject &object);
-    void dressUp();
+    Control *controlOf(QObject &object);
+    void giveIcons();
     void wireAbout();
     void wireLogButton();
     void showAbout();
 
     WizardApplication application_;
     InterfaceTranslator translator_;
-    std::map<QObject *, std::unique_ptr<Control>> controls_; ///< outlives the widgets, whose signals refer to it
+    std::map<QObject *, std::unique_ptr<Control>> adapters_; ///< outlive the widgets, whose signals refer to them
     std::unique_ptr<QWidget> logWindow_;
     std::unique_ptr<WizardWindow> window_;
 };

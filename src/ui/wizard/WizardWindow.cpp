@@ -35,8 +35,11 @@ bool isReturn(const QKeyEvent &event) {
     return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
 }
 
-} // namespace
+/// The name of the property by which a screen or a sheet names the button that Escape presses.
+constexpr char kEscapePresses[] = "escapePresses";
 
+/// Presses the button of the container, or of one of the screens shown in it, that answers Escape. \return whether
+/// there was one that can be pressed now.
 bool pressEscapeButton(QWidget &container) {
     QList<QWidget *> holders = container.findChildren<QWidget *>();
     holders.prepend(&container);
@@ -48,6 +51,8 @@ bool pressEscapeButton(QWidget &container) {
     }
     return false;
 }
+
+} // namespace
 
 void WizardWindow::setCloseButtonEnabled(bool enabled) {
     closeButtonEnabled_ = enabled;
@@ -68,6 +73,12 @@ void WizardWindow::keyPressEvent(QKeyEvent *event) {
     if (!answered) {
         QMainWindow::keyPressEvent(event);
     }
+}
+
+SheetDialog::SheetDialog(QWidget *parent) : QDialog(parent), WidgetControl(this) {}
+
+void SheetDialog::reject() {
+    pressEscapeButton(*this);
 }
 
 } // namespace kyb

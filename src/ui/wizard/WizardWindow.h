@@ -1,21 +1,15 @@
 #pragma once
 
+#include "ui/views/WidgetControl.h"
+
+#include <QDialog>
 #include <QMainWindow>
 #include <functional>
 
-class QAbstractButton;
-
 namespace kyb {
 
-/// The name of the property by which a screen or a sheet names the button that Escape presses.
-inline constexpr char kEscapePresses[] = "escapePresses";
-
-/// Presses the button of \p container, or of one of the screens shown in it, that answers Escape. \return whether there
-/// was one that can be pressed now.
-bool pressEscapeButton(QWidget &container);
-
 /// The main window: of one size, with one screen at a time. Return presses the button that has the focus, else the
-/// default button that is shown; Escape presses the one that the screen names.
+/// default button that is shown; Escape presses the one that the screen names. Main thread.
 class WizardWindow : public QMainWindow {
     Q_OBJECT
 
@@ -25,7 +19,7 @@ public:
     /// Asked before the window closes; closes without being asked when there is no such function.
     void setShouldClose(std::function<bool()> shouldClose) { shouldClose_ = std::move(shouldClose); }
 
-    /// Whether the title bar's close button works.
+    /// Whether the title bar's close button works. A close that comes by another way is refused just so.
     void setCloseButtonEnabled(bool enabled);
     bool isCloseButtonEnabled() const { return closeButtonEnabled_; }
 
@@ -36,6 +30,21 @@ protected:
 private:
     std::function<bool()> shouldClose_;
     bool closeButtonEnabled_ = true;
+};
+
+/// A panel that blocks the window it belongs to. It goes away by its buttons only: Escape and the close button press
+/// the one that the sheet names. Main thread.
+class SheetDialog : public QDialog, public WidgetControl, public virtual Sheet {
+    Q_OBJECT
+
+public:
+    explicit SheetDialog(QWidget *parent = nullptr);
+
+    void endSheet() override { hide(); }
+    void orderOut() override { hide(); }
+
+public Q_SLOTS:
+    void reject() override;
 };
 
 } // namespace kyb

@@ -1,4 +1,4 @@
-#include "ui/wizard/WidgetControl.h"
+#include "ui/views/WidgetControl.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -27,8 +27,6 @@ void focusFirstControl(QWidget &screen) {
     (first != nullptr ? first : &screen)->setFocus(); // NB: the screen itself: no ring to be seen, and Tab leads on
 }
 
-WidgetControl::WidgetControl(QWidget &widget) : widget_(widget), hidden_(!widget.isWindow() && widget.isHidden()) {}
-
 void WidgetControl::setEnabled(bool enabled) {
     widget_.setEnabled(enabled);
 }
@@ -38,8 +36,7 @@ bool WidgetControl::isEnabled() const {
 }
 
 void WidgetControl::setHidden(bool hidden) {
-    hidden_ = hidden;
-    applyVisibility();
+    setReason(hidden_, hidden);
 }
 
 bool WidgetControl::isVisible() const {
@@ -47,12 +44,15 @@ bool WidgetControl::isVisible() const {
 }
 
 void WidgetControl::setTransparent(bool transparent) {
-    transparent_ = transparent;
-    applyVisibility();
+    setReason(transparent_, transparent);
 }
 
 /// What is not drawn is hidden from mouse, keyboard and screen readers as well, but goes on taking its room.
-void WidgetControl::applyVisibility() {
+void WidgetControl::setReason(bool &reason, bool holds) {
+    if (!transparent_ && !removed_) {
+        hidden_ = !widget_.isWindow() && widget_.isHidden(); // an interface description may have hidden it
+    }
+    reason = holds;
     QSizePolicy policy = widget_.sizePolicy();
     policy.setRetainSizeWhenHidden(transparent_ && !hidden_ && !removed_);
     widget_.setSizePolicy(policy);
@@ -73,7 +73,7 @@ QSize WidgetControl::frameSize() const {
     return widget_.size();
 }
 
-void WidgetControl::addSubview(Control &view) {
+void WidgetControl::addSubview(View &view) {
     auto *added = dynamic_cast<WidgetControl *>(&view);
     if (added == nullptr) {
         return;
@@ -83,28 +83,26 @@ void WidgetControl::addSubview(Control &view) {
         stackOf(widget_).addWidget(&widget, 0, 0);
     }
     widget.raise();
-    added->removed_ = false;
-    added->applyVisibility();
+    added->setReason(added->removed_, false);
     focusFirstControl(widget);
 }
 
 void WidgetControl::removeFromSuperview() {
-    removed_ = true; // NB: it stays a child of the box, which owns it
-    applyVisibility();
+    setReason(removed_, true); // NB: it stays a child of the box, which owns it
 }
 
-FontChoice WidgetControl::font() const {
-    return {widget_.font().family(), widget_.font().pointSizeF()};
+FontChoice TextControl::font() const {
+    return {widget().font().family(), widget().font().pointSizeF()};
 }
 
-void WidgetControl::setFont(const FontChoice &choice) {
+void TextControl::setFont(const FontChoice &choice) {
     if (choice.family.isEmpty() || choice.sizePoints <= 0 || !QFontDatabase::hasFamily(choice.family)) {
         return;
     }
-    QFont font = widget_.font();
+    QFont font = widget().font();
     font.setFamilies({choice.family});
     font.setPointSizeF(choice.sizePoints);
-    widget_.setFont(font);
+    widget().setFont(font);
 }
 
 } // namespace kyb

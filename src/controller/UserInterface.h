@@ -8,11 +8,11 @@ class KYAppDelegate;
 
 namespace kyb {
 
-/// The screens: the application object of a toolkit, with the controls that the interface descriptions lay out.
-/// Main thread.
-class Interface {
+/// The screens as the program sees them: the application object of a toolkit, with the controls that the interface
+/// descriptions lay out. It owns its controls, and lives as long as the process. Main thread.
+class UserInterface {
 public:
-    virtual ~Interface() = default;
+    virtual ~UserInterface() = default;
 
     /// Loads the interface descriptions out of the bundle's resources.
     /// \return what is missing or broken, or an empty string.
@@ -27,6 +27,6 @@ public:
 
 /// What the wizard's module exports under the name "kyb_make_interface".
 /// Makes the toolkit's application object, so: once, before anything else of the toolkit.
-using MakeInterface = Interface *(*)(int &argc, char **argv);
+using MakeUserInterface = UserInterface *(*)(int &argc, char **argv);
 
 } // namespace kyb
