@@ -5,7 +5,6 @@
 
 #include "base/threads.h"
 #include "shell/start_wizard.h"
-#include "shell/wizard_module.h"
 
 #include <QApplication>
 

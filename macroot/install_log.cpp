@@ -3,7 +3,7 @@
 #include "folder_walk.h"
 #include "install_error.h"
 #include "posix/file_io.h"
-#include "printable.h"
+#include "texts.h"
 
 #include <array>
 

@@ -1,6 +1,6 @@
 #include "installer_output.h"
 
-#include "printable.h"
+#include "texts.h"
 
 #include <array>
 #include <cmath>

@@ -1,7 +1,7 @@
 #include "plist_commands.h"
 
 #include "plist_value.h"
-#include "split_text.h"
+#include "texts.h"
 
 #include <algorithm>
 #include <array>

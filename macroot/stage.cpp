@@ -3,7 +3,7 @@
 #include "folder_walk.h"
 #include "install_error.h"
 #include "payload_path.h"
-#include "split_text.h"
+#include "texts.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -2,7 +2,7 @@
 
 #include "base/KYGlobalConstants.h"
 #include "base/threads.h"
-#include "catalog/version_list.h"
+#include "catalog/versions.h"
 #include "platform/property_list.h"
 #include "platform/system_log.h"
 #include "platform/system_root.h"

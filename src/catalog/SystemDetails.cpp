@@ -1,7 +1,7 @@
 #include "controller/KYViewController.h"
 
 #include "base/KYGlobalConstants.h"
-#include "catalog/system_version.h"
+#include "catalog/versions.h"
 #include "platform/locale_info.h"
 #include "platform/property_list.h"
 #include "platform/system_root.h"

@@ -4,7 +4,6 @@
 #include "shell/command_line.h"
 #include "shell/quit_signals.h"
 #include "shell/start_wizard.h"
-#include "shell/wizard_module.h"
 
 #include <QCoreApplication>
 #include <csignal>

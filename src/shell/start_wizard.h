@@ -2,11 +2,18 @@
 
 #include "controller/KYAppDelegate.h"
 #include "controller/KYViewController.h"
-#include "controller/interface.h"
+#include "controller/UserInterface.h"
 
 #include <optional>
 
 namespace kyb {
+
+/// Loads the module with the screens out of the bundle ("Contents/PlugIns/"), so that a run without screens loads no
+/// toolkit.
+///
+/// \param problem set to a sentence when the module cannot be loaded.
+/// \return what makes the interface, or null. Main thread, before there is an application object.
+MakeUserInterface loadWizardModule(QString *problem);
 
 /// The program with screens. Never destroyed: background threads may still use it when the process ends.
 struct WizardProgram {

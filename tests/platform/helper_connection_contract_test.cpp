@@ -1,6 +1,6 @@
 // What every machine's helper connection holds to where nobody publishes the service.
 
-#include "QtTest.h"
+#include "support/turn_until.h"
 #include "base/threads.h"
 #include "channel/message_keys.h"
 #include "platform/helper_connection.h"

@@ -1,7 +1,6 @@
 #include "ui/views/image_loading.h"
 
 #include "TestBundle.h"
-#include "ui/views/icns.h"
 
 #include <QtEndian>
 

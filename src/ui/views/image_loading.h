@@ -2,6 +2,7 @@
 
 #include "base/KYGlobalConstants.h"
 
+#include <QByteArray>
 #include <QPixmap>
 #include <QSize>
 #include <QString>
@@ -25,5 +26,10 @@ bool bundleHasImage(const QString &name);
 
 /// \p name with \p suffix before its ending: "Picture.png" and "_dark" give "Picture_dark.png". Any thread.
 QString nameWithSuffix(const QString &name, const QString &suffix);
+
+/// The PNG picture of an icon container (".icns") that fits best: the smallest whose longer side has at least \p
+/// pixels, else the largest. Empty when the container holds no PNG picture, or is none. Broken entries are passed over,
+/// and what follows an entry of impossible length is not looked at. Any thread.
+QByteArray bestIcnsPicture(const QByteArray &container, int pixels);
 
 } // namespace kyb

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QtTest.h"
+#include "support/turn_until.h"
 #include "platform/helper_connection.h"
 #include "support/RootFolder.h"
 

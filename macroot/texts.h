@@ -21,4 +21,12 @@ inline std::vector<std::string> splitText(std::string_view text, char separator)
     return parts;
 }
 
+/// The text with every control character made a blank, so that a text from a package stays within its line.
+inline std::string printable(std::string_view text) {
+    std::string line(text);
+    std::ranges::replace_if(
+        line, [](unsigned char c) { return c < 0x20 || c == 0x7f; }, ' ');
+    return line;
+}
+
 } // namespace kyb::macroot

@@ -1,10 +1,30 @@
-#include "catalog/system_version.h"
+#include "catalog/versions.h"
+
+#include "text/line_breaks.h"
+#include "text/utf8.h"
 
 #include <QList>
-#include <QString>
 #include <cstdlib>
 
 namespace kyb {
+namespace {
+
+constexpr char16_t kProductPrefix[] = u"Brelund Quorlix Driver=";
+
+} // namespace
+
+std::optional<QString> availableVersion(const QByteArray &list) {
+    const std::optional<QString> text = fromUtf8(list);
+    if (!text) {
+        return {};
+    }
+    for (const QStringView line : splitAtNewlines(*text)) {
+        if (line.startsWith(QStringView(kProductPrefix))) {
+            return line.sliced(line.lastIndexOf(u'=') + 1).toString();
+        }
+    }
+    return {};
+}
 
 SystemVersion parseSystemVersion(QStringView productVersion) {
     const QList<QStringView> pieces = productVersion.split(u'.');
