@@ -21,9 +21,9 @@ void PendingEvents::wait() {
     noneLeft_.wait(lock, [this] { return pending_.empty(); });
 }
 
-void PendingEvents::waitFor(std::chrono::milliseconds limit) {
+bool PendingEvents::waitFor(std::chrono::milliseconds limit) {
     std::unique_lock lock(mutex_);
-    noneLeft_.wait_for(lock, limit, [this] { return pending_.empty(); });
+    return noneLeft_.wait_for(lock, limit, [this] { return pending_.empty(); });
 }
 
 } // namespace kyb
