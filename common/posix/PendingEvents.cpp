@@ -23,11 +23,12 @@ void PendingEvents::wait() {
     }
 }
 
-void PendingEvents::waitFor(std::chrono::milliseconds limit) {
+bool PendingEvents::waitFor(std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     MutexLock lock(mutex_);
     while (!pending_.empty() && lock.waitUntil(noneLeft_, deadline)) {
     }
+    return pending_.empty();
 }
 
 } // namespace kyb

@@ -24,8 +24,8 @@ public:
     /// Returns when no event is pending. Never called by an event's handler.
     void wait();
 
-    /// The same, at most for \p limit.
-    void waitFor(std::chrono::milliseconds limit);
+    /// The same, at most for \p limit. \return whether none is pending.
+    bool waitFor(std::chrono::milliseconds limit);
 
 private:
     Mutex mutex_;

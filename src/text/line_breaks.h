@@ -22,11 +22,11 @@ template <typename Test> const char16_t *findPlace(const char16_t *begin, const 
     constexpr std::ptrdiff_t kLanes = 8;
     constexpr std::ptrdiff_t kBlock = 4 * kLanes;
     for (; end - begin >= kBlock; begin += kBlock) {
-        std::array<char16_t, kLanes> found;
-        for (std::ptrdiff_t i = 0; i < kLanes; ++i) {
-            const char16_t *place = begin + i;
-            found[static_cast<std::size_t>(i)] = static_cast<char16_t>(
-                holds(place) | holds(place + kLanes) | holds(place + 2 * kLanes) | holds(place + 3 * kLanes));
+        std::array<char16_t, kLanes> found{};
+        for (std::ptrdiff_t i = 0; i < kBlock; i += kLanes) {
+            for (std::size_t lane = 0; lane < found.size(); ++lane) {
+                found[lane] |= static_cast<char16_t>(holds(begin + i + lane));
+            }
         }
         const auto halves = std::bit_cast<std::array<std::uint64_t, 2>>(found);
         if ((halves[0] | halves[1]) != 0) {

@@ -167,7 +167,6 @@ private:
     }
 
     void openGroup() {
-        addPendingBytes();
         unreadFallback_ = 0;
         if (states_.size() < kMaxDepth) {
             states_.push_back(state());

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "FakeUserInterface.h"
 #include "FakeMachine.h"
+#include "FakeUserInterface.h"
 #include "controller/KYViewController.h"
 
 #include <QCoreApplication>

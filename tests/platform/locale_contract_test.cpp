@@ -72,6 +72,7 @@ TEST(LocaleContract, NamesTheTablesThatSuitALanguage) {
         {"zh", "zh-Hans zh en"},
         {"ZH_hans_sg", "zh-Hans-SG zh-SG zh-Hans zh en"},
         {"sr-Latn-RS", "sr-Latn-RS sr-RS sr-Latn sr en"},
+        {"uz-Latn-UZ", "uz-Latn-UZ uz-UZ uz-Latn uz en"}, // said, although it goes without saying
         {"sr_ME", "sr-Latn-ME sr-ME sr-Latn sr en"},
         {"ca-ES-valencia", "ca-ES ca en"},
         {"de-DE-u-co-phonebk", "de-DE de en"},

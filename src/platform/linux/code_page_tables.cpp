@@ -1,8 +1,10 @@
 #include "platform/posix/code_page_tables.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iconv.h>
 #include <string>
+#include <string_view>
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
 #include <unicode/unistr.h>
@@ -75,7 +77,7 @@ UConverter *converterFor(int number) {
 /// By the C library: ICU has no table for Johab.
 QString fromJohab(QByteArrayView bytes) {
     const iconv_t converter = iconv_open("UTF-8", "JOHAB");
-    if (converter == iconv_t(-1)) {
+    if (reinterpret_cast<std::intptr_t>(converter) == -1) {
         return QString(bytes.size(), QChar::ReplacementCharacter);
     }
     constexpr std::string_view kReplacement = "\xEF\xBF\xBD";

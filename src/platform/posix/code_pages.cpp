@@ -27,12 +27,12 @@ std::optional<QString> decoded(int number, QByteArrayView bytes) {
 } // namespace
 
 QString fromCodePage(int number, QByteArrayView bytes) {
-    const QString asLatin1 = QString::fromLatin1(bytes);
+    QString text = QString::fromLatin1(bytes);
     if (isAscii(bytes)) {
-        return asLatin1; // most of what is ever asked
+        return text; // most of what is ever asked
     }
     const std::optional<QString> known = decoded(number, bytes);
-    QString text = known.value_or(asLatin1);
+    text = known.value_or(text);
     const char16_t lastOfNothing = known ? kLastControl : kLastOfBytes;
     const auto isNothing = [=](QChar unit) { return unit > kLastOfAscii && unit <= lastOfNothing; };
     std::replace_if(text.begin(), text.end(), isNothing, QChar(QChar::ReplacementCharacter));

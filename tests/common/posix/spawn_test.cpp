@@ -89,6 +89,18 @@ TEST(Spawn, MovesDescriptorsWhoseNumbersCrossEachOther) {
     EXPECT_EQ(test::contentOf(root.at("/error")), "err\n");
 }
 
+TEST(Spawn, MovesDescriptorsWhereALowNumberIsFree) {
+    Pipe output = makePipe();
+    const UniqueFd ownInput(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 100));
+    close(STDIN_FILENO);
+    const auto process =
+        spawn({.arguments = {"/bin/sh", "-c", "echo out"}, .descriptors = {kDevNull, output.writing.get()}});
+    dup2(ownInput.get(), STDIN_FILENO);
+    output.writing.reset();
+    EXPECT_EQ(readAll(output.reading.get(), kNoLimit), "out\n");
+    EXPECT_EQ(statusOf(process), 0);
+}
+
 TEST(Spawn, StaysInTheGroupAndSession) {
     const std::string expected = std::to_string(getpgrp()) + " " + std::to_string(getsid(0)) + "\n";
     EXPECT_TRUE(outputOf(kGroupAndSession).starts_with(expected));
