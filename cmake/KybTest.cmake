@@ -1,7 +1,7 @@
-# kyb_add_test(NAME SOURCES file... LIBRARIES target... [ENVIRONMENT VAR=value...] [TIMEOUT seconds])
+# kyb_add_test(NAME SOURCES file... LIBRARIES target... [HEADERS target] [ENVIRONMENT VAR=value...] [TIMEOUT seconds])
 #
-# Builds one GoogleTest program and registers each of its tests with ctest, one process each,
-# so that tests run in parallel and in any order.
+# Builds one GoogleTest program and registers each of its tests with ctest, one process each, so that tests run in parallel
+# and in any order. HEADERS: the target whose precompiled headers this one takes.
 
 find_package(GTest REQUIRED)
 include(GoogleTest)
@@ -17,13 +17,16 @@ file(MAKE_DIRECTORY "${KYB_TEST_RUNTIME_DIR}")
 file(CHMOD "${KYB_TEST_RUNTIME_DIR}" DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
 
 function(kyb_add_test NAME)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(ARG "" "HEADERS;TIMEOUT" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 60)
   endif()
   add_executable(${NAME} ${ARG_SOURCES})
   target_link_libraries(${NAME} PRIVATE ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main kyb_options)
   kyb_compile_quickly(${NAME})
+  if(ARG_HEADERS)
+    target_precompile_headers(${NAME} REUSE_FROM ${ARG_HEADERS})
+  endif()
   gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST
     PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT_MODIFICATION "XDG_RUNTIME_DIR=set:${KYB_TEST_RUNTIME_DIR}"
                ENVIRONMENT "${ARG_ENVIRONMENT}")
