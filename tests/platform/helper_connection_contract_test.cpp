@@ -1,11 +1,12 @@
 // What every machine's helper connection holds to where nobody publishes the service.
 
-#include "support/turn_until.h"
 #include "base/threads.h"
 #include "channel/message_keys.h"
 #include "platform/helper_connection.h"
+#include "support/turn_until.h"
 
 #include <atomic>
+#include <gtest/gtest.h>
 #include <vector>
 
 namespace kyb {

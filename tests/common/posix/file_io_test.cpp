@@ -1,6 +1,6 @@
 #include "posix/file_io.h"
 
-#include "TempRoot.h"
+#include "support/RootFolder.h"
 
 #include <cerrno>
 #include <csignal>
@@ -27,7 +27,7 @@ protected:
         return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder()), {}));
     }
 
-    test::TempRoot root_;
+    test::RootFolder root_;
 };
 
 /// \return the reason why \p path cannot be opened; 0 when it can be.

@@ -1,7 +1,7 @@
 #include "posix/spawn.h"
 
-#include "TempRoot.h"
 #include "posix/file_io.h"
+#include "support/RootFolder.h"
 
 #include <cerrno>
 #include <csignal>
@@ -73,7 +73,7 @@ TEST(Spawn, HasNoDescriptorButTheNamedOnes) {
 
 TEST(Spawn, MovesDescriptorsWhoseNumbersCrossEachOther) {
     Pipe output = makePipe();
-    const test::TempRoot root;
+    const test::RootFolder root;
     const UniqueFd error(open(root.at("/error").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
     const UniqueFd ownOutput(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 100));
     const UniqueFd ownError(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 100));
@@ -134,7 +134,7 @@ TEST(Spawn, StartsWithDefaultSignalsAndNoneBlocked) {
 }
 
 TEST(Spawn, StartsInTheWorkingFolder) {
-    const test::TempRoot root;
+    const test::RootFolder root;
     EXPECT_EQ(outputOf("pwd -P", {.workingFolder = root.at("/")}), root.at("\n"));
     EXPECT_EQ(outputOf("pwd -P"), std::filesystem::current_path().string() + "\n");
 }

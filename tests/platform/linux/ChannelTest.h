@@ -1,8 +1,8 @@
 #pragma once
 
-#include "support/turn_until.h"
 #include "platform/helper_connection.h"
 #include "support/RootFolder.h"
+#include "support/turn_until.h"
 
 #include <gtest/gtest.h>
 #include <memory>
