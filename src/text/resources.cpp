@@ -10,7 +10,7 @@ namespace kyb {
 QString resourcePath(const QString &fileName) {
     const QString folder = resourcesFolder();
     for (const QString &language : preferredLanguages()) {
-        const QString localized = QStringLiteral("%1/%2.lproj/%3").arg(folder, language, fileName);
+        QString localized = QStringLiteral("%1/%2.lproj/%3").arg(folder, language, fileName);
         if (QFileInfo::exists(localized)) {
             return localized;
         }
