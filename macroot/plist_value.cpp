@@ -55,6 +55,12 @@ plist_t dictNode(const std::string & /*text*/) {
     return plist_new_dict();
 }
 
+template <typename Number> std::optional<Number> numberFromText(std::string_view text) {
+    Number value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(value) : std::nullopt;
+}
+
 struct TypeRow {
     std::string_view name;
     plist_type type;
@@ -84,15 +90,11 @@ std::optional<bool> boolFromText(std::string_view text) {
 }
 
 std::optional<std::int64_t> integerFromText(std::string_view text) {
-    std::int64_t value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size() ? std::optional(value) : std::nullopt;
+    return numberFromText<std::int64_t>(text);
 }
 
-std::optional<double> realFromText(const std::string &text) {
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size() ? std::optional(value) : std::nullopt;
+std::optional<double> realFromText(std::string_view text) {
+    return numberFromText<double>(text);
 }
 
 std::optional<std::int64_t> dateFromText(const std::string &text) {

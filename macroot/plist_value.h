@@ -11,7 +11,7 @@ namespace kyb::macroot {
 /// Texts as values. Nothing when the text is no such value.
 std::optional<bool> boolFromText(std::string_view text); ///< YES, NO, true, false, 1, 0, in any case
 std::optional<std::int64_t> integerFromText(std::string_view text);
-std::optional<double> realFromText(const std::string &text);
+std::optional<double> realFromText(std::string_view text);
 /// "2026-11-21T08:00:00Z", or "Sat Nov 21 08:00:00 UTC 2026" as dates are printed; seconds since 1970.
 std::optional<std::int64_t> dateFromText(const std::string &text);
 

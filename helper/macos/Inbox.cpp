@@ -1,27 +1,18 @@
 #include "macos/Inbox.h"
 
 #include <array>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace kyb::helper {
 
 Inbox::Inbox() {
-    std::array<int, 2> ends{-1, -1};
-    if (pipe(ends.data()) != 0) {
-        return;
-    }
-    for (const int fd : ends) {
-        fcntl(fd, F_SETFD, FD_CLOEXEC);
-        fcntl(fd, F_SETFL, O_NONBLOCK);
-    }
-    wakeReader_ = UniqueFd(ends[0]);
-    wakeWriter_ = UniqueFd(ends[1]);
+    makeNonBlocking(wakePipe_.reading);
+    makeNonBlocking(wakePipe_.writing);
 }
 
 void Inbox::wake() const {
     const char byte = 0;
-    [[maybe_unused]] const ssize_t ignored = write(wakeWriter_.get(), &byte, 1); // a full pipe is readable as well
+    [[maybe_unused]] const ssize_t ignored = write(wakePipe_.writing.get(), &byte, 1); // a full pipe is readable as well
 }
 
 void Inbox::add(CommandRequest request) {
@@ -51,7 +42,7 @@ void Inbox::noteClosed() {
 std::vector<CommandRequest> Inbox::takeRequests() {
     const MutexLock lock(mutex_);
     std::array<char, 64> bytes{};
-    while (read(wakeReader_.get(), bytes.data(), bytes.size()) > 0) {
+    while (read(wakePipe_.reading.get(), bytes.data(), bytes.size()) > 0) {
     }
     return std::exchange(requests_, {});
 }

@@ -2,7 +2,7 @@
 
 #include "CommandQueue.h"
 #include "posix/Mutex.h"
-#include "posix/UniqueFd.h"
+#include "posix/file_io.h"
 
 #include <vector>
 
@@ -21,7 +21,7 @@ public:
     void noteClosed();
 
     /// Readable when something was added or noted since the last `takeRequests`; -1 when it could not be made.
-    int wakeFd() const { return wakeReader_.get(); }
+    int wakeFd() const { return wakePipe_.reading.get(); }
 
     std::vector<CommandRequest> takeRequests();
 
@@ -32,8 +32,7 @@ public:
 private:
     void wake() const;
 
-    UniqueFd wakeReader_;
-    UniqueFd wakeWriter_;
+    Pipe wakePipe_ = makePipe();
     mutable Mutex mutex_;
     std::vector<CommandRequest> requests_ GUARDED_BY(mutex_);
     int clients_ GUARDED_BY(mutex_) = 0;

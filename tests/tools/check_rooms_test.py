@@ -14,7 +14,7 @@ PLAN = """\
 | `common/posix/` | the cellar | – |
 | `src/base/` | verbs | posix |
 | `src/text/` | words | base |
-| `src/shell/` | the roof | all of src |
+| `src/shell/` | the roof | base, text |
 """
 HOUSE = {
     "docs/architecture.md": PLAN,
@@ -25,6 +25,7 @@ HOUSE = {
     "src/text/words.cpp": '#include "words.h"\n#include "made.h"\n',
     "src/text/linux/CMakeLists.txt": "",
     "src/shell/main.cpp": '#include "text/words.h"\n#include "base/threads.h"\nint s = pthread_sigmask(0, 0, 0);\n',
+    "src/base/CMakeLists.txt": "kyb_add_room(base\n  ROOMS posix\n  SOURCES threads.cpp)\n",
     "src/shell/CMakeLists.txt": 'add_library(shell "${CMAKE_CURRENT_SOURCE_DIR}/main.cpp" ${NAME}.cpp)\n',
     "resources/made.h.in": "",
 }
@@ -78,7 +79,8 @@ class CheckRooms(unittest.TestCase):
         self.assert_named({"src/text/words.h": '#include "gone.h"\n'}, "src/text/words.h:1: “gone.h” is found nowhere")
 
     def test_an_include_that_is_found_twice(self):
-        self.assert_named({"common/base/threads.h": "", "docs/architecture.md": PLAN + "| `common/base/` | twin | – |\n"},
+        self.assert_named({"common/base/threads.h": "", "src/base/CMakeLists.txt": "",
+                           "docs/architecture.md": PLAN + "| `common/base/` | twin | – |\n"},
                           "src/shell/main.cpp:2: “base/threads.h” is found twice",
                           "src/text/words.h:1: “base/threads.h” is found twice")
 
@@ -91,6 +93,12 @@ class CheckRooms(unittest.TestCase):
 
     def test_a_row_without_sources(self):
         self.assert_named({"src/shell/main.cpp": None}, "docs/architecture.md: the room src/shell has no sources")
+
+    def test_a_library_that_links_more_or_less_than_its_row(self):
+        for links in ("ROOMS", "ROOMS posix text"):
+            with self.subTest(links):
+                said = self.check({"src/base/CMakeLists.txt": f"kyb_add_room(base {links} SOURCES text.cpp)\n"}).stderr
+                self.assertRegex(said, r"^src/base/CMakeLists.txt: links and row differ in (common/posix|src/text)\n$")
 
     def test_a_thread_outside_its_home(self):
         for word in ("std::thread", "std::jthread", "std::this_thread::yield()", "std::async", "QThread::sleep(1)",
