@@ -91,7 +91,7 @@ QString Wizard::load(const QString &resourcesFolder, KYAppDelegate &delegate) {
     using Step = QString (Wizard::*)(const QString &folder);
     for (const Step step :
          {&Wizard::loadMainWindow, &Wizard::loadScreens, &Wizard::loadSheets, &Wizard::loadLogWindow}) {
-        const QString problem = (this->*step)(resourcesFolder);
+        QString problem = (this->*step)(resourcesFolder);
         if (!problem.isEmpty()) {
             return problem;
         }
