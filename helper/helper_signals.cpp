@@ -10,7 +10,9 @@
 namespace kyb::helper {
 namespace {
 
-Pipe wakePipe;
+// NB: numbers, and never closed: a signal may come while static objects are destroyed.
+int wakeReader = -1;
+int wakeWriter = -1;
 volatile std::sig_atomic_t stopIsRequested = 0;
 
 void onSignal(int signal) {
@@ -19,7 +21,7 @@ void onSignal(int signal) {
         stopIsRequested = 1;
     }
     const char byte = 0;
-    [[maybe_unused]] const ssize_t ignored = write(wakePipe.writing.get(), &byte, 1); // a full pipe is readable as well
+    [[maybe_unused]] const ssize_t ignored = write(wakeWriter, &byte, 1); // a full pipe is readable as well
     errno = savedError;
 }
 
@@ -33,22 +35,24 @@ void handle(int signal, void (*handler)(int)) {
 } // namespace
 
 int watchSignals() {
-    wakePipe = makePipe();
+    Pipe wakePipe = makePipe();
     if (!wakePipe.reading) {
         return -1;
     }
     makeNonBlocking(wakePipe.reading);
     makeNonBlocking(wakePipe.writing);
+    wakeReader = wakePipe.reading.release();
+    wakeWriter = wakePipe.writing.release();
     for (const int signal : {SIGCHLD, SIGTERM, SIGINT, SIGHUP}) {
         handle(signal, onSignal);
     }
     handle(SIGPIPE, SIG_IGN);
-    return wakePipe.reading.get();
+    return wakeReader;
 }
 
 StopRequest takeSignals() {
     std::array<char, 64> bytes{};
-    while (read(wakePipe.reading.get(), bytes.data(), bytes.size()) > 0) {
+    while (read(wakeReader, bytes.data(), bytes.size()) > 0) {
     }
     if (stopIsRequested == 0) {
         return StopRequest::None;

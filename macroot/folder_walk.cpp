@@ -162,7 +162,8 @@ UniqueFd createFileBelow(int base, std::string_view path, mode_t mode) {
 }
 
 void writeFileBelow(int base, std::string_view path, std::string_view text, mode_t mode) {
-    if (!writeAll(createFileBelow(base, path, mode).get(), text)) {
+    const UniqueFd file = createFileBelow(base, path, mode);
+    if (!writeAll(file.get(), text)) {
         throwLastError(shownPath(path));
     }
 }
@@ -170,6 +171,9 @@ void writeFileBelow(int base, std::string_view path, std::string_view text, mode
 std::optional<std::string> readFileBelow(int base, std::string_view path) {
     const UniqueFd folder = openFolderBelow(base, parentPath(path));
     const UniqueFd file = openRegularFile(std::string(leafName(path)), O_RDONLY | O_NOFOLLOW, 0, folder.get());
+    if (!file && errno == EINVAL) { // something else lies there
+        throwLastError(shownPath(path));
+    }
     if (!file) {
         return std::nullopt;
     }

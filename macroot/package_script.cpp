@@ -108,6 +108,9 @@ int waitForEnd(pid_t process, const SignalWatch &signals, LineReader &lines) {
 
 void runPackageScript(const PackageScript &script, const SignalWatch &signals, const ScriptOutput &output) {
     Pipe pipe = makePipe();
+    if (!pipe.reading) {
+        throwLastError("pipe");
+    }
     makeNonBlocking(pipe.reading);
     const pid_t process = start(script, pipe.writing.get());
     pipe.writing.reset();

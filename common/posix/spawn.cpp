@@ -6,6 +6,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
+#include <unistd.h>
 
 extern char **environ;
 
@@ -98,7 +99,8 @@ private:
         for (int number = 0; number < count; ++number) {
             const int source = descriptors[static_cast<std::size_t>(number)];
             if (source == kDevNull) {
-                note(posix_spawn_file_actions_addopen(&files_, number, "/dev/null", O_RDWR, 0));
+                note(posix_spawn_file_actions_addopen(&files_, number, "/dev/null",
+                                                      number == STDIN_FILENO ? O_RDONLY : O_WRONLY, 0));
                 continue;
             }
             // Above all numbers of the program, so that none is overwritten before its turn.

@@ -7,7 +7,7 @@
 
 namespace kyb {
 
-/// A descriptor of a program that leads nowhere.
+/// A descriptor of a program that leads nowhere: to be read as standard input, to be written as any other.
 /// NB: not -1, which is what an empty UniqueFd gives: that is a mistake, and the program is not started.
 inline constexpr int kDevNull = -2;
 

@@ -26,7 +26,7 @@ public:
 
     /// Takes the byte that `read` left. The system tells the client how much of its request lies untaken in the
     /// connection, and nothing else before the command's end: so the last byte is the receipt. It is taken when the
-    /// request was admitted and its progress file made.
+    /// request was admitted, its progress file then being made, or was refused.
     void takeLastByte() const;
 
     /// Gives the connection away, to answer it.

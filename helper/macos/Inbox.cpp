@@ -12,7 +12,8 @@ Inbox::Inbox() {
 
 void Inbox::wake() const {
     const char byte = 0;
-    [[maybe_unused]] const ssize_t ignored = write(wakePipe_.writing.get(), &byte, 1); // a full pipe is readable as well
+    [[maybe_unused]] const ssize_t ignored =
+        write(wakePipe_.writing.get(), &byte, 1); // a full pipe is readable as well
 }
 
 void Inbox::add(CommandRequest request) {

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-// The three thread verbs. No other file of the program names a thread or posts to one.
+// The three thread verbs, and what goes with them. No other file of the program names a thread or posts to one.
 
 namespace kyb {
 

@@ -12,8 +12,8 @@ inline constexpr std::size_t kMaxPropertyListBytes = std::size_t{16} << 20;
 /// Numbers and truth values are spelled out ("42", "1.5", "true").
 ///
 /// \return nothing when the file is missing, unreadable, no regular file, too long, not a property list, not a
-/// dictionary, or has no such key, or
-///         when the value is an array, a dictionary or data. Never throws, logs nothing. Any thread.
+///         dictionary, or has no such key, or when the value is an array, a dictionary or data. Never throws, logs
+///         nothing. Any thread.
 std::optional<QString> propertyListValue(const QString &path, const QString &key);
 
 } // namespace kyb

@@ -10,12 +10,14 @@
 namespace kyb {
 namespace {
 
-Pipe signalPipe;
+// NB: numbers, and never closed: a signal may come while static objects are destroyed.
+int signalReader = -1;
+int signalWriter = -1;
 
 void reportSignal(int signal) {
     const int before = errno;
     const auto number = static_cast<unsigned char>(signal);
-    [[maybe_unused]] const ssize_t written = write(signalPipe.writing.get(), &number, 1);
+    [[maybe_unused]] const ssize_t written = write(signalWriter, &number, 1);
     errno = before;
 }
 
@@ -27,7 +29,7 @@ void endBySignal(int signal) {
 /// Reads the numbers of the signals that arrive, for as long as the process lives.
 void forwardSignals(const std::function<bool()> &mayEnd) {
     unsigned char signal = 0;
-    while (read(signalPipe.reading.get(), &signal, 1) == 1 || errno == EINTR) {
+    while (read(signalReader, &signal, 1) == 1 || errno == EINTR) {
         onMainThread([mayEnd, signal] {
             if (mayEnd()) {
                 endBySignal(signal);
@@ -39,10 +41,12 @@ void forwardSignals(const std::function<bool()> &mayEnd) {
 } // namespace
 
 void askBeforeQuitSignals(std::function<bool()> mayEnd) {
-    signalPipe = makePipe();
+    Pipe signalPipe = makePipe();
     if (!signalPipe.reading) {
         return;
     }
+    signalReader = signalPipe.reading.release();
+    signalWriter = signalPipe.writing.release();
     struct sigaction action {};
     action.sa_handler = reportSignal;
     action.sa_flags = SA_RESTART;

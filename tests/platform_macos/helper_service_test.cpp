@@ -33,7 +33,7 @@ struct Outcome {
 class HelperServiceOnMac : public OnFakeMac {
 protected:
     HelperServiceOnMac() {
-        std::string pattern = "/tmp/kyb_mac_helper_XXXXXX";
+        std::string pattern = std::filesystem::temp_directory_path() / "kyb_mac_helper_XXXXXX";
         folder_ = mkdtemp(pattern.data());
         progressFile_ = folder_ / "progress.log";
         options_.idle = 100ms;

@@ -141,7 +141,7 @@ QString twoDecimals(double value) {
 }
 
 QStringList preferredLanguages() {
-    static const auto *languages = new QStringList(tableLanguages(wantedTags())); // NB: never destroyed, as above
+    static NoDestructor<QStringList> languages(tableLanguages(wantedTags()));
     return *languages;
 }
 

@@ -1,5 +1,7 @@
 #include "platform/system_root.h"
 
+#include "posix/NoDestructor.h"
+
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -31,7 +33,7 @@ Root readRoot() {
 }
 
 const Root &root() {
-    static const auto *value = new Root(readRoot()); // NB: never destroyed; threads outlive static objects
+    static NoDestructor<Root> value(readRoot());
     return *value;
 }
 

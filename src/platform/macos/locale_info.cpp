@@ -2,6 +2,7 @@
 
 #include "platform/macos/cf_string.h"
 #include "platform/posix/languages.h"
+#include "posix/NoDestructor.h"
 
 namespace kyb {
 namespace {
@@ -64,7 +65,7 @@ QString twoDecimals(double value) {
 }
 
 QStringList preferredLanguages() {
-    static const auto *languages = new QStringList(tableLanguages(wantedTags())); // lives as long as the process
+    static NoDestructor<QStringList> languages(tableLanguages(wantedTags()));
     return *languages;
 }
 

@@ -1,5 +1,7 @@
 #include "platform/posix/languages.h"
 
+#include "posix/NoDestructor.h"
+
 #include <QLocale>
 #include <QRegularExpression>
 
@@ -7,10 +9,10 @@ namespace kyb {
 namespace {
 
 QRegularExpressionMatch piecesOf(const QString &tag) {
-    static const auto *form = new QRegularExpression( // NB: never destroyed; threads outlive static objects
+    static NoDestructor<QRegularExpression> form(
         QStringLiteral("^([a-z]{2,8})(?:[-_]([a-z]{4}))?(?:[-_]([a-z]{2}|[0-9]{3}))?(?:[-_].*)?$"),
         QRegularExpression::CaseInsensitiveOption);
-    return form->match(tag);
+    return (*form).match(tag);
 }
 
 /// The script of \p tag: the one that it names, else the one that the language has in the region. Empty where that is
