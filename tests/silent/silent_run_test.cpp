@@ -32,7 +32,8 @@ TEST_F(SilentRun, InstallsThePackageAndEndsWithZero) {
 
 TEST_F(SilentRun, PrintsRisingPercentagesAndKeys) {
     putInstaller();
-    const std::vector<std::string> lines = run().lines;
+    std::vector<std::string> lines = run().lines;
+    std::erase(lines, ""); // a status line without a text is shown with its line end, the installer's own
     ASSERT_GE(lines.size(), 2U);
     EXPECT_EQ(lines.front(), "5:PHASE_PrepareInstall");
     EXPECT_THAT(lines, Each(testing::MatchesRegex("[0-9]+:(PHASE_[A-Za-z]+)?")));
