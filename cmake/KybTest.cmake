@@ -27,7 +27,8 @@ function(kyb_add_test NAME)
   if(ARG_HEADERS)
     target_precompile_headers(${NAME} REUSE_FROM ${ARG_HEADERS})
   endif()
-  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST
-    PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT_MODIFICATION "XDG_RUNTIME_DIR=set:${KYB_TEST_RUNTIME_DIR}"
-               ENVIRONMENT "${ARG_ENVIRONMENT}")
+  # NB: not the property ENVIRONMENT, of which gtest_discover_tests passes on one variable, and no more.
+  set_target_properties(${NAME} PROPERTIES
+    CROSSCOMPILING_EMULATOR "env;XDG_RUNTIME_DIR=${KYB_TEST_RUNTIME_DIR};${ARG_ENVIRONMENT}")
+  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${ARG_TIMEOUT})
 endfunction()

@@ -77,6 +77,16 @@ void removeEntry(int folder, const std::string &name) {
     }
 }
 
+/// renameat(), or what takes the same, for two places below folders.
+template <typename Call>
+void callOnBoth(Call call, int fromBase, std::string_view from, int toBase, std::string_view to) {
+    const UniqueFd source = openFolderBelow(fromBase, parentPath(from));
+    const UniqueFd target = openFolderBelow(toBase, parentPath(to));
+    if (call(source.get(), std::string(leafName(from)).c_str(), target.get(), std::string(leafName(to)).c_str()) != 0) {
+        throwLastError(shownPath(to));
+    }
+}
+
 } // namespace
 
 UniqueFd openFolder(const std::string &path) {
@@ -132,23 +142,14 @@ void removeEmptyFolderBelow(int base, std::string_view path) {
 }
 
 void moveBelow(int fromBase, std::string_view from, int toBase, std::string_view to) {
-    const UniqueFd source = openFolderBelow(fromBase, parentPath(from));
-    const UniqueFd target = openFolderBelow(toBase, parentPath(to));
-    const std::string fromName(leafName(from));
-    const std::string toName(leafName(to));
-    if (renameat(source.get(), fromName.c_str(), target.get(), toName.c_str()) != 0) {
-        throwLastError(shownPath(to));
-    }
+    callOnBoth(renameat, fromBase, from, toBase, to);
 }
 
 void hardLinkBelow(int fromBase, std::string_view from, int toBase, std::string_view to) {
-    const UniqueFd source = openFolderBelow(fromBase, parentPath(from));
-    const UniqueFd target = openFolderBelow(toBase, parentPath(to));
-    const std::string fromName(leafName(from));
-    const std::string toName(leafName(to));
-    if (linkat(source.get(), fromName.c_str(), target.get(), toName.c_str(), 0) != 0) {
-        throwLastError(shownPath(to));
-    }
+    const auto link = [](int fromFolder, const char *fromName, int toFolder, const char *toName) {
+        return linkat(fromFolder, fromName, toFolder, toName, 0);
+    };
+    callOnBoth(link, fromBase, from, toBase, to);
 }
 
 UniqueFd createFileBelow(int base, std::string_view path, mode_t mode) {

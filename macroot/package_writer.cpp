@@ -1,13 +1,14 @@
 #include "package_writer.h"
 
+#include "posix/file_io.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
-#include <fstream>
-#include <iterator>
+#include <optional>
 #include <pugixml.hpp>
 #include <random>
 #include <set>
@@ -31,10 +32,9 @@ WriteArchive newWriteArchive() {
     return writer ? std::move(writer) : throw std::bad_alloc();
 }
 
-std::string readWholeFile(const std::filesystem::path &path) {
-    std::ifstream stream(path, std::ios::binary);
-    std::string content((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
-    return stream ? content : throw std::runtime_error(path.string() + " cannot be read");
+std::string readWholeFile(const std::string &path) {
+    const std::optional<std::string> content = readAll(openRegularFile(path, O_RDONLY).get(), kNoLimit);
+    return content ? *content : throw std::runtime_error(path + " cannot be read");
 }
 
 std::int64_t sizeOf(const PackageMember &member) {
@@ -62,13 +62,18 @@ void writeContent(archive *writer, const PackageMember &member) {
     }
 }
 
-void addXarEntry(archive *writer, const std::string &name, unsigned type, mode_t mode, std::int64_t sizeBytes) {
-    const ArchiveEntry entry(archive_entry_new());
-    archive_entry_set_pathname(entry.get(), name.c_str());
+ArchiveEntry newEntry(const std::string &path, unsigned type, mode_t mode, std::int64_t sizeBytes) {
+    ArchiveEntry entry(archive_entry_new());
+    archive_entry_set_pathname(entry.get(), path.c_str());
     archive_entry_set_filetype(entry.get(), type);
     archive_entry_set_perm(entry.get(), mode);
     archive_entry_set_size(entry.get(), sizeBytes);
     archive_entry_set_mtime(entry.get(), std::time(nullptr), 0);
+    archive_entry_set_nlink(entry.get(), 1);
+    return entry;
+}
+
+void addMember(archive *writer, const ArchiveEntry &entry) {
     check(archive_write_header(writer, entry.get()), writer, "package");
 }
 
@@ -77,9 +82,9 @@ void writeMembers(archive *writer, const std::vector<PackageMember> &members) {
     for (const PackageMember &member : members) {
         const std::string folder = std::filesystem::path(member.name).parent_path().string();
         if (!folder.empty() && folders.insert(folder).second) {
-            addXarEntry(writer, folder, AE_IFDIR, 0755, 0);
+            addMember(writer, newEntry(folder, AE_IFDIR, 0755, 0));
         }
-        addXarEntry(writer, member.name, AE_IFREG, 0644, sizeOf(member));
+        addMember(writer, newEntry(member.name, AE_IFREG, 0644, sizeOf(member)));
         writeContent(writer, member);
     }
 }
@@ -128,18 +133,6 @@ PayloadWriter::PayloadWriter() : file_(unnamedFile()), writer_(newWriteArchive()
     check(archive_write_open_fd(writer_.get(), file_.get()), writer_.get(), "payload");
 }
 
-ArchiveEntry PayloadWriter::newEntry(const std::string &path, mode_t mode, unsigned type,
-                                     std::int64_t sizeBytes) const {
-    ArchiveEntry entry(archive_entry_new());
-    archive_entry_set_pathname(entry.get(), path.c_str());
-    archive_entry_set_filetype(entry.get(), type);
-    archive_entry_set_perm(entry.get(), mode);
-    archive_entry_set_size(entry.get(), sizeBytes);
-    archive_entry_set_mtime(entry.get(), std::time(nullptr), 0);
-    archive_entry_set_nlink(entry.get(), 1);
-    return entry;
-}
-
 void PayloadWriter::begin(const ArchiveEntry &entry) {
     check(archive_write_header(writer_.get(), entry.get()), writer_.get(), "payload");
 }
@@ -149,16 +142,16 @@ void PayloadWriter::write(std::string_view bytes) {
 }
 
 void PayloadWriter::addFolder(const std::string &path, mode_t mode) {
-    begin(newEntry(path, mode, AE_IFDIR, 0));
+    begin(newEntry(path, AE_IFDIR, mode, 0));
 }
 
 void PayloadWriter::addFile(const std::string &path, std::string_view content, mode_t mode) {
-    begin(newEntry(path, mode, AE_IFREG, static_cast<std::int64_t>(content.size())));
+    begin(newEntry(path, AE_IFREG, mode, static_cast<std::int64_t>(content.size())));
     write(content);
 }
 
 void PayloadWriter::addSymbolicLink(const std::string &path, const std::string &target) {
-    const ArchiveEntry entry = newEntry(path, 0755, AE_IFLNK, 0);
+    const ArchiveEntry entry = newEntry(path, AE_IFLNK, 0755, 0);
     archive_entry_set_symlink(entry.get(), target.c_str());
     begin(entry);
 }
@@ -166,7 +159,7 @@ void PayloadWriter::addSymbolicLink(const std::string &path, const std::string &
 void PayloadWriter::addLinkedFiles(const std::string &path, const std::string &secondPath, std::string_view content) {
     ++linkedPairs_;
     for (const std::string &name : {path, secondPath}) {
-        const ArchiveEntry entry = newEntry(name, 0644, AE_IFREG, static_cast<std::int64_t>(content.size()));
+        const ArchiveEntry entry = newEntry(name, AE_IFREG, 0644, static_cast<std::int64_t>(content.size()));
         archive_entry_set_ino64(entry.get(), linkedPairs_);
         archive_entry_set_nlink(entry.get(), 2);
         begin(entry);
@@ -175,7 +168,7 @@ void PayloadWriter::addLinkedFiles(const std::string &path, const std::string &s
 }
 
 void PayloadWriter::addRandomFile(const std::string &path, std::int64_t sizeBytes) {
-    begin(newEntry(path, 0644, AE_IFREG, sizeBytes));
+    begin(newEntry(path, AE_IFREG, 0644, sizeBytes));
     std::mt19937_64 random; // NOLINT: the same bytes each time are what is wanted
     std::array<std::uint64_t, kBlockBytes / sizeof(std::uint64_t)> block{};
     for (std::int64_t left = sizeBytes; left > 0; left -= static_cast<std::int64_t>(kBlockBytes)) {
@@ -198,7 +191,7 @@ void PayloadWriter::addTree(const std::filesystem::path &folder) {
         if (std::filesystem::is_directory(path)) {
             addFolder(name);
         } else {
-            addFile(name, readWholeFile(path), owner == std::filesystem::perms::none ? 0644 : 0755);
+            addFile(name, readWholeFile(path.string()), owner == std::filesystem::perms::none ? 0644 : 0755);
         }
     }
 }

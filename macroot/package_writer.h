@@ -36,7 +36,6 @@ public:
     UniqueFd finish();
 
 private:
-    ArchiveEntry newEntry(const std::string &path, mode_t mode, unsigned type, std::int64_t sizeBytes) const;
     void begin(const ArchiveEntry &entry);
     void write(std::string_view bytes);
 

@@ -57,12 +57,6 @@ private:
     std::string_view rest_;
 };
 
-std::string lowered(std::string text) {
-    std::ranges::transform(text, text.begin(),
-                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    return text;
-}
-
 std::string withColon(const std::string &entry) {
     return entry.starts_with(':') ? entry : ":" + entry;
 }

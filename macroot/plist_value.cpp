@@ -1,22 +1,18 @@
 #include "plist_value.h"
 
+#include "texts.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <ctime>
+#include <optional>
 
 namespace kyb::macroot {
 namespace {
 
 constexpr const char *kPrintedDateFormat = "%a %b %d %H:%M:%S UTC %Y";
 constexpr const char *kWrittenDateFormat = "%Y-%m-%dT%H:%M:%SZ";
-
-std::string lowered(std::string_view text) {
-    std::string result(text);
-    std::ranges::transform(result, result.begin(),
-                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    return result;
-}
 
 plist_t stringNode(const std::string &text) {
     return plist_new_string(text.c_str());
@@ -27,24 +23,37 @@ plist_t dataNode(const std::string &text) {
 }
 
 plist_t boolNode(const std::string &text) {
-    const auto value = boolFromText(text);
-    return value ? plist_new_bool(*value ? 1 : 0) : nullptr;
+    const std::string word = lowered(text);
+    const bool isTrue = word == "yes" || word == "true" || word == "1";
+    return isTrue || word == "no" || word == "false" || word == "0" ? plist_new_bool(isTrue ? 1 : 0) : nullptr;
+}
+
+template <typename Number> std::optional<Number> numberFromText(const std::string &text) {
+    Number value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(value) : std::nullopt;
 }
 
 // libplist keeps negative numbers in the same 64 bits.
 plist_t integerNode(const std::string &text) {
-    const auto value = integerFromText(text);
+    const auto value = numberFromText<std::int64_t>(text);
     return value ? plist_new_uint(static_cast<std::uint64_t>(*value)) : nullptr;
 }
 
 plist_t realNode(const std::string &text) {
-    const auto value = realFromText(text);
+    const auto value = numberFromText<double>(text);
     return value ? plist_new_real(*value) : nullptr;
 }
 
 plist_t dateNode(const std::string &text) {
-    const auto value = dateFromText(text);
-    return value ? newDateNode(*value) : nullptr;
+    for (const char *const format : {kWrittenDateFormat, kPrintedDateFormat}) {
+        std::tm parts = {};
+        const char *const end = strptime(text.c_str(), format, &parts);
+        if (end != nullptr && *end == '\0') {
+            return newDateNode(timegm(&parts));
+        }
+    }
+    return nullptr;
 }
 
 plist_t arrayNode(const std::string & /*text*/) {
@@ -53,12 +62,6 @@ plist_t arrayNode(const std::string & /*text*/) {
 
 plist_t dictNode(const std::string & /*text*/) {
     return plist_new_dict();
-}
-
-template <typename Number> std::optional<Number> numberFromText(std::string_view text) {
-    Number value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size() ? std::optional(value) : std::nullopt;
 }
 
 struct TypeRow {
@@ -80,33 +83,6 @@ constexpr auto kTypeRows = std::to_array<TypeRow>({
 });
 
 } // namespace
-
-std::optional<bool> boolFromText(std::string_view text) {
-    const std::string word = lowered(text);
-    if (word == "yes" || word == "true" || word == "1") {
-        return true;
-    }
-    return word == "no" || word == "false" || word == "0" ? std::optional(false) : std::nullopt;
-}
-
-std::optional<std::int64_t> integerFromText(std::string_view text) {
-    return numberFromText<std::int64_t>(text);
-}
-
-std::optional<double> realFromText(std::string_view text) {
-    return numberFromText<double>(text);
-}
-
-std::optional<std::int64_t> dateFromText(const std::string &text) {
-    for (const char *const format : {kWrittenDateFormat, kPrintedDateFormat}) {
-        std::tm parts = {};
-        const char *const end = strptime(text.c_str(), format, &parts);
-        if (end != nullptr && *end == '\0') {
-            return timegm(&parts);
-        }
-    }
-    return std::nullopt;
-}
 
 std::string dateText(std::int64_t unixSeconds) {
     const std::time_t when = unixSeconds;

@@ -21,6 +21,14 @@ inline std::vector<std::string> splitText(std::string_view text, char separator)
     return parts;
 }
 
+/// The text with its ASCII letters made small.
+inline std::string lowered(std::string_view text) {
+    std::string result(text);
+    std::ranges::transform(result, result.begin(),
+                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return result;
+}
+
 /// The text with every control character made a blank, so that a text from a package stays within its line.
 inline std::string printable(std::string_view text) {
     std::string line(text);

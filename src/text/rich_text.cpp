@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <algorithm>
+#include <charconv>
 #include <limits>
 #include <optional>
 #include <string_view>
@@ -214,51 +215,27 @@ private:
 
     /// Reads the number of a control word, if there is one. One that is too large for an int is as large as can be.
     std::optional<int> readNumber() {
-        const bool isNegative =
-            position_ + 1 < bytes_.size() && bytes_[position_] == '-' && isDigit(bytes_[position_ + 1]);
-        position_ += isNegative ? 1 : 0;
-        std::optional<qint64> number;
-        for (; position_ < bytes_.size() && isDigit(bytes_[position_]); ++position_) {
-            number =
-                std::min<qint64>(number.value_or(0) * 10 + (bytes_[position_] - '0'), std::numeric_limits<int>::max());
+        const char *begin = bytes_.constData() + position_;
+        int number = 0;
+        const auto [end, error] = std::from_chars(begin, bytes_.constData() + bytes_.size(), number);
+        position_ += end - begin;
+        if (error == std::errc::result_out_of_range) {
+            number = *begin == '-' ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
         }
-        if (!number) {
-            return {};
-        }
-        return static_cast<int>(isNegative ? -*number : *number);
+        return error == std::errc::invalid_argument ? std::nullopt : std::optional(number);
     }
 
     void readControlSymbol(char symbol) {
-        switch (symbol) {
-        case '\'':
+        static constexpr std::string_view kSymbols = "\r\n\t~_-";
+        static constexpr char16_t kUnits[] = {0x2029, 0x2029, u'\t', 0x00A0, 0x2011, 0x00AD};
+        if (symbol == '\'') {
             readHexByte();
-            break;
-        case '*':
+        } else if (symbol == '*') {
             isOptional_ = true;
-            break;
-        case '\r':
-        case '\n':
-            addUnit(QChar::ParagraphSeparator);
-            break;
-        case '\t':
-            addUnit(u'\t');
-            break;
-        case '~':
-            addUnit(0x00A0);
-            break;
-        case '_':
-            addUnit(0x2011);
-            break; // a hyphen that does not break
-        case '-':
-            addUnit(0x00AD);
-            break; // a hyphen if it breaks
-        case '\\':
-        case '{':
-        case '}':
+        } else if (symbol == '\\' || symbol == '{' || symbol == '}') {
             addByte(symbol);
-            break;
-        default:
-            break;
+        } else if (const std::size_t row = kSymbols.find(symbol); row != std::string_view::npos) {
+            addUnit(kUnits[row]); // ends of paragraphs, a tab, and a blank and hyphens that break as they should
         }
     }
 
@@ -477,7 +454,6 @@ private:
     void skipBinary(int count) { position_ += std::clamp<qsizetype>(count, 0, bytes_.size() - position_); }
 
     static bool isLetter(char byte) { return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z'); }
-    static bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
 
     State &state() { return states_.back(); }
     int currentFont() { return state().destination == Destination::FontTable ? tableFont_ : state().character.font; }

@@ -9,17 +9,6 @@
 namespace kyb {
 namespace {
 
-struct Decoded {
-    QString text;
-    bool wasValid;
-};
-
-Decoded decode(const QByteArray &bytes) {
-    QStringDecoder decoder(QStringConverter::encodingForData(bytes).value_or(QStringConverter::Utf8));
-    QString text = decoder(bytes);
-    return {text, !decoder.hasError()};
-}
-
 bool isBlank(char16_t unit) {
     return QChar::isSpace(unit);
 }
@@ -253,11 +242,12 @@ Placeholder readPlaceholder(QStringView text) {
 } // namespace
 
 StringTable parseStringTable(const QByteArray &bytes) {
-    const Decoded decoded = decode(bytes);
-    StringTable table = Reader(decoded.text).read();
-    if (!decoded.wasValid) {
-        const qsizetype place = decoded.text.indexOf(QChar::ReplacementCharacter);
-        const auto line = static_cast<int>(decoded.text.first(std::max<qsizetype>(place, 0)).count(u'\n')) + 1;
+    QStringDecoder decoder(QStringConverter::encodingForData(bytes).value_or(QStringConverter::Utf8));
+    const QString text = decoder(bytes);
+    StringTable table = Reader(text).read();
+    if (decoder.hasError()) {
+        const qsizetype place = text.indexOf(QChar::ReplacementCharacter);
+        const auto line = static_cast<int>(text.first(std::max<qsizetype>(place, 0)).count(u'\n')) + 1;
         table.errors.prepend({line, QStringLiteral("There is a byte that stands for no character.")});
     }
     return table;

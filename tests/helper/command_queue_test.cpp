@@ -54,6 +54,15 @@ protected:
         workUntil([this] { return queue_.isEmpty(); });
     }
 
+    /// Starts the command, and leaves it alone until it has made the file \p name below the root.
+    void startAndWaitFor(const std::string &name, const std::string &commandLine) {
+        add(commandLine, Progress::Wanted);
+        queue_.work();
+        while (!fs::exists(root_.at("/" + name))) {
+            usleep(500);
+        }
+    }
+
     std::string run(const std::string &commandLine) {
         add(commandLine, Progress::Wanted);
         workToEnd();
@@ -134,9 +143,20 @@ TEST_F(CommandQueueTest, HoldsAFailureForASecondBeforeTheLastLine) {
 
 TEST_F(CommandQueueTest, EndsACommandThatIsSilentForTooLong) {
     queue_ = CommandQueue({.silence = 60ms, .killGrace = 10s, .failureHold = 10ms});
-    EXPECT_EQ(run("echo begun; sleep 300"),
-              "begun\ninstaller: The install failed (no output for 60 ms)\n" + std::string(kFiller) + kDone);
+    startAndWaitFor("begun", "echo begun; touch " + root_.at("/begun") + "; exec sleep 300");
+    workToEnd();
+    EXPECT_EQ(content(), "begun\ninstaller: The install failed (no output for 60 ms)\n" + std::string(kFiller) + kDone);
     EXPECT_EQ(answers_[0], Answers{"Command was ended: no output for 60 ms"});
+}
+
+TEST_F(CommandQueueTest, KillsACommandThatIsSilentForTooLongAndStaysAtSigterm) {
+    queue_ = CommandQueue({.silence = 1ms, .killGrace = 50ms, .failureHold = 1ms});
+    startAndWaitFor("begun", "trap 'touch " + root_.at("/asked") + "' TERM; touch " + root_.at("/begun") +
+                                 "; while :; do sleep 0.01; done");
+    workToEnd();
+    EXPECT_TRUE(fs::exists(root_.at("/asked")));
+    EXPECT_EQ(content(), "installer: The install failed (no output for 1 ms)\n" + std::string(kFiller) + kDone);
+    EXPECT_EQ(answers_[0], Answers{"Command was ended: no output for 1 ms"});
 }
 
 TEST_F(CommandQueueTest, SpellsTheRealSilenceLimit) {
@@ -219,6 +239,16 @@ TEST_F(CommandQueueTest, WritesALastLineForAQueuedInstallationWhenItIsToldToEnd)
               "installer: The install failed (the helper was asked to end)\n" + std::string(kFiller) + kDone);
 }
 
+TEST_F(CommandQueueTest, NeverStartsAQueuedCommandWithoutProgressFileWhenItIsToldToEnd) {
+    add("sleep 300", Progress::NotWanted);
+    add("touch " + root_.at("/ran"), Progress::NotWanted);
+    queue_.work();
+    queue_.endAll();
+    workToEnd();
+    EXPECT_EQ(answers_[1], Answers{"Command was not started: the helper was asked to end"});
+    EXPECT_FALSE(fs::exists(root_.at("/ran")));
+}
+
 TEST_F(CommandQueueTest, KillsACommandThatGoesOnTalking) {
     queue_ = CommandQueue({.silence = 1h, .killGrace = 50ms, .failureHold = 1ms});
     add("trap '' TERM; while :; do echo talk; sleep 0.01; done", Progress::Wanted);
@@ -231,7 +261,7 @@ TEST_F(CommandQueueTest, KillsACommandThatGoesOnTalking) {
 TEST_F(CommandQueueTest, LeavesNothingBehindOfACommandThatItEnds) {
     ASSERT_EQ(mkfifo(root_.at("/alive").c_str(), 0600), 0);
     const UniqueFd alive(open(root_.at("/alive").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    add("(trap '' TERM; exec sleep 300) >" + root_.at("/alive") + " & echo begun; wait", Progress::Wanted);
+    add("(trap '' TERM; echo begun >&2; exec sleep 300) >" + root_.at("/alive") + " & wait", Progress::Wanted);
     workUntil([this] { return !content().empty(); });
     queue_.endAll();
     workToEnd();

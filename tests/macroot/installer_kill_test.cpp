@@ -32,7 +32,7 @@ TEST(InstallerKill, WhileWritingLeavesNothingInPlace) {
     Program program(root.installCommand(root.samplePackage(kLargePackage)));
     ASSERT_TRUE(program.readUntil("installer:%"));
     program.sendSignal(SIGKILL);
-    EXPECT_EQ(program.wait(), 128 + SIGKILL);
+    EXPECT_EQ(program.wait(), -SIGKILL);
     EXPECT_TRUE(root.hasStage());
     EXPECT_TRUE(fs::is_empty(root / "Library/Printers"));
     EXPECT_TRUE(fs::is_empty(root / "Library/Preferences"));
@@ -50,7 +50,7 @@ TEST(InstallerKill, AfterMovingIsTakenBackByTheNextRun) {
     ASSERT_EQ(root.install(first.write(root.beside("first.pkg"))).status, 0);
     const Snapshot before = root.snapshot();
     const Ran killed = root.install(packageWithPostinstall("kill -9 $PPID\n").write(root.beside("second.pkg")));
-    EXPECT_EQ(killed.status, 128 + SIGKILL);
+    EXPECT_EQ(killed.status, -SIGKILL);
     EXPECT_EQ(contentOf(root / "Library/Some/file"), "second");
 
     EXPECT_EQ(root.install(root.samplePackage({"--version", "1", "--fail", "preinstall"})).status, 1);

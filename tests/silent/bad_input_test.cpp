@@ -24,7 +24,7 @@ protected:
     static void expectToGoOn(Program &process) {
         EXPECT_TRUE(process.isQuietFor(300));
         process.sendSignal(SIGTERM);
-        EXPECT_EQ(process.wait(), 128 + SIGTERM);
+        EXPECT_EQ(process.wait(), -SIGTERM);
     }
 };
 

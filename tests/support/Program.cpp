@@ -91,7 +91,7 @@ int Program::wait() {
     int status = 0;
     waitpid(process_, &status, 0);
     process_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
 std::string Program::errors() const {

@@ -29,7 +29,8 @@ public:
     /// Whether it goes on for \p milliseconds without a word on its standard output.
     bool isQuietFor(int milliseconds) const;
     void sendSignal(int signal) const;
-    /// Reads all the rest and waits for the end. The exit status, or 128 and the number of the signal that ended it.
+    /// Reads all the rest and waits for the end. The exit status, or less than 0: the number of the signal that ended
+    /// it.
     int wait();
 
     const std::vector<std::string> &lines() const { return lines_; } ///< all that was read

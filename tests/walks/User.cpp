@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr int kPatienceMilliseconds = 60'000;
+constexpr int kWaitLimitMilliseconds = 60'000;
 constexpr int kDragSteps = 24;
 
 QWidget *find(const QString &objectName) {
@@ -122,12 +122,12 @@ void User::onMain(const std::function<void()> &look) {
 }
 
 void User::waitFor(const std::function<bool()> &conditionOnMainThread, const char *what) {
-    QElapsedTimer patience;
-    patience.start();
+    QElapsedTimer waiting;
+    waiting.start();
     bool holds = false;
     while (!holds) {
         onMain([&] { holds = conditionOnMainThread(); });
-        if (!holds && patience.elapsed() > kPatienceMilliseconds) {
+        if (!holds && waiting.elapsed() > kWaitLimitMilliseconds) {
             ADD_FAILURE() << "waited in vain for " << what;
             return;
         }

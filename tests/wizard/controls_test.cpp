@@ -182,6 +182,23 @@ TEST_F(WizardTest, AHiddenScreenStaysHiddenWhenItIsAdded) {
     EXPECT_TRUE(control("installationView").isVisible());
 }
 
+TEST_F(WizardTest, AViewFromElsewhereIsShownWhenItIsAdded) {
+    open();
+    auto *elsewhere = new kyb::ImageView; // the box owns it from now on
+    control("installationBox").addSubview(*elsewhere);
+    EXPECT_TRUE(elsewhere->QWidget::isVisible());
+}
+
+TEST_F(WizardTest, AHiddenWindowStaysHiddenWhateverElseIsAskedOfIt) {
+    open();
+    control("parentWindow").setHidden(true);
+    control("parentWindow").setTransparent(true);
+    control("parentWindow").setTransparent(false);
+    EXPECT_FALSE(object("parentWindow").isVisible());
+    control("parentWindow").setHidden(false);
+    EXPECT_TRUE(object("parentWindow").isVisible());
+}
+
 TEST_F(WizardTest, ARemovedScreenIsGoneUntilItIsAddedAgain) {
     control("installationBox").addSubview(control("publicOrPrivateView"));
     control("publicOrPrivateView").removeFromSuperview();

@@ -110,16 +110,6 @@ void KYSourceView::keyPressEvent(QKeyEvent *event) {
     }
 }
 
-void KYSourceView::focusInEvent(QFocusEvent *event) {
-    ImageView::focusInEvent(event);
-    update();
-}
-
-void KYSourceView::focusOutEvent(QFocusEvent *event) {
-    ImageView::focusOutEvent(event);
-    update();
-}
-
 void KYSourceView::drawRect(QPainter &painter, const QRect &dirty) {
     ImageView::drawRect(painter, dirty);
     if (!hasFocus()) {

@@ -5,6 +5,7 @@
 #include <QFontDatabase>
 #include <QGridLayout>
 #include <QWidget>
+#include <utility>
 
 namespace kyb {
 namespace {
@@ -49,14 +50,15 @@ void WidgetControl::setTransparent(bool transparent) {
 
 /// What is not drawn is hidden from mouse, keyboard and screen readers as well, but goes on taking its room.
 void WidgetControl::setReason(bool &reason, bool holds) {
-    if (!transparent_ && !removed_) {
-        hidden_ = !widget_.isWindow() && widget_.isHidden(); // an interface description may have hidden it
+    if (!std::exchange(isDescriptionRead_, true)) {
+        hidden_ = widget_.isHidden() && widget_.testAttribute(Qt::WA_WState_ExplicitShowHide);
     }
     reason = holds;
+    const bool isThere = !hidden_ && !removed_;
     QSizePolicy policy = widget_.sizePolicy();
-    policy.setRetainSizeWhenHidden(transparent_ && !hidden_ && !removed_);
+    policy.setRetainSizeWhenHidden(transparent_ && isThere);
     widget_.setSizePolicy(policy);
-    widget_.setVisible(!transparent_ && !hidden_ && !removed_);
+    widget_.setVisible(!transparent_ && isThere);
 }
 
 void WidgetControl::displayNow() {

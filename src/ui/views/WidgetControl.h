@@ -36,7 +36,8 @@ private:
     void setReason(bool &reason, bool holds);
 
     QWidget &widget_;
-    bool hidden_ = false; // the reasons not to be shown
+    bool isDescriptionRead_ = false; // which may have hidden the widget
+    bool hidden_ = false;            // the reasons not to be shown
     bool transparent_ = false;
     bool removed_ = false;
 };

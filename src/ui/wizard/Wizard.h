@@ -15,7 +15,7 @@ namespace kyb {
 class WizardWindow;
 
 /// The screens as widgets, out of the interface descriptions in the bundle. Made once, before anything else of the
-/// toolkit; ended after the event loop. Main thread.
+/// toolkit. The program never destroys it; who does, does so after the event loop. Main thread.
 ///
 /// It owns the windows, which own what stands in them; so a control is there as long as the wizard is. The program's
 /// own widgets are their own controls; for one of the toolkit's an adapter is made when it is first asked for.
