@@ -1,6 +1,6 @@
 #pragma once
 
-// What the application and the privileged helper agree on. Both link this header and nothing else of each other.
+// The names and texts that the application and the privileged helper agree on.
 
 namespace kyb {
 

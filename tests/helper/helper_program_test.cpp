@@ -28,7 +28,7 @@ Ended run(const std::string &commandLine) {
 }
 
 TEST(HelperProgram, DoesNotRunFromAnotherPlace) {
-    const Ended ended = run("LISTEN_FDS=1 " KYB_HELPER_PROGRAM);
+    const Ended ended = run("LISTEN_FDS=1 '" KYB_HELPER_PROGRAM "'");
     EXPECT_EQ(ended.status, 2);
     EXPECT_NE(ended.errors.find("does not lie at its registered place"), std::string::npos) << ended.errors;
 }
@@ -37,7 +37,7 @@ TEST(HelperProgram, DoesNotRunWithoutAListeningSocket) {
     const test::RootFolder root;
     root.registerHelper(KYB_HELPER_PROGRAM);
     for (const std::string start : {"", "LISTEN_FDS=1 ", "LISTEN_FDS=2 ", "LISTEN_FDS=1 exec 3</dev/null; "}) {
-        const Ended ended = run(start + root.helperFile());
+        const Ended ended = run(start + "'" + root.helperFile() + "'");
         EXPECT_EQ(ended.status, 2);
         EXPECT_NE(ended.errors.find("with a listening socket"), std::string::npos) << ended.errors;
     }

@@ -65,6 +65,15 @@ TEST(CodePagesContract, LeavesAsciiAsItIs) {
     EXPECT_EQ(fromCodePage(-1, ascii), QString::fromLatin1(ascii));
 }
 
+TEST(CodePagesContract, LeavesAsciiAsItIsAmongOtherBytes) {
+    const QString ascii = QStringLiteral("\\~'$ ");
+    for (const Row &row : kWellKnown) {
+        EXPECT_EQ(fromCodePage(row.page, ascii.toLatin1() + row.bytes + " " + ascii.toLatin1()),
+                  ascii + QString::fromUtf16(row.text) + u' ' + ascii)
+            << row.page;
+    }
+}
+
 TEST(CodePagesContract, MarksWhatSpellsNothing) {
     constexpr Row kRows[] = {
         {1252, "a\x81\x8D\x8F\x90\x9D z", u"a\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD z"},
@@ -95,7 +104,7 @@ TEST(CodePagesContract, GoesOnBehindWhatIsBroken) {
 }
 
 TEST(CodePagesContract, MarksWhatIsBeyondAsciiInAPageThatIsNotKnown) {
-    for (const int page : {-1, 0, 1, 37, 500, 1200, 1201, 12000, 65000, 2147483647}) {
+    for (const int page : {-1, 0, 1, 37, 500, 943, 1200, 1201, 12000, 65000, 2147483647}) {
         EXPECT_EQ(fromCodePage(page, "+AGE-\xE4\x80\xFF z"), u"+AGE-\uFFFD\uFFFD\uFFFD z") << page;
     }
 }

@@ -101,6 +101,26 @@ class CheckRooms(unittest.TestCase):
                 said = self.check({"src/base/CMakeLists.txt": links}).stderr
                 self.assertRegex(said, r"^src/base/CMakeLists.txt: links and row differ in (common/posix|src/text)\n$")
 
+    def test_a_library_that_is_not_for_the_room(self):
+        for target in ("kyb_core", "kyb_platform", "kyb_attic"):
+            with self.subTest(target):
+                self.assert_named({"src/base/CMakeLists.txt": f"kyb_add_room(base ROOMS posix LIBRARIES {target})"},
+                                  f"src/base/CMakeLists.txt:1: links {target}, which is not for this room")
+
+    def test_a_link_that_is_commented_out(self):
+        self.assert_named({"src/text/CMakeLists.txt": "# kyb_add_room(text ROOMS base)"},
+                          "src/text/CMakeLists.txt: links and row differ in src/base")
+
+    def test_an_include_path_that_leads_out_of_the_room(self):
+        for path in ("${PROJECT_SOURCE_DIR}/src", "../base", "/usr/include", "-I../base"):
+            with self.subTest(path):
+                command = "target_compile_options" if path.startswith("-I") else "target_include_directories"
+                self.assert_named({"src/shell/CMakeLists.txt": f'{SHELL_LINKS}{command}(shell PUBLIC "{path}")\n'},
+                                  f"src/shell/CMakeLists.txt:1: leads the compiler out of its room: {path}")
+
+    def test_a_source_of_another_kind(self):
+        self.assert_named({"src/text/words.inc": ""}, "src/text/words.inc:1: is no .cpp or .h file")
+
     def test_a_thread_outside_its_home(self):
         for word in ("std::thread", "std::jthread", "std::this_thread::yield()", "std::async", "QThread::sleep(1)",
                      "QThreadPool", "QtConcurrent::run", "pthread_create", "#include <thread>"):

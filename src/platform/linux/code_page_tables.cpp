@@ -93,7 +93,8 @@ QString fromJohab(QByteArrayView bytes) {
         --left;
     }
     iconv_close(converter);
-    return QString::fromUtf8(text.data(), to - text.data());
+    constexpr QChar kWon = u'\u20A9'; // NB: what the C library's table has in place of the backslash, and nowhere else
+    return QString::fromUtf8(text.data(), to - text.data()).replace(kWon, u'\\');
 }
 
 } // namespace

@@ -17,8 +17,8 @@ bool isAscii(QByteArrayView bytes) {
 
 /// Nothing when the system has no page \p number, or one in which ASCII does not stay what it is.
 std::optional<QString> decoded(int number, QByteArrayView bytes) {
-    // Of EBCDIC and UTF-16 these make something else; of UTF-7 the letter a.
-    constexpr char kProbe[] = "+AGE-";
+    // Of EBCDIC and UTF-16 these make something else; of UTF-7 the letter a; of ASCII's national kinds other signs.
+    constexpr char kProbe[] = "+AGE-\x01\x0E\x1B\x1F !\"#$'@[\\]^_`{|}~";
     const std::optional<QString> text = decodedBySystem(number, QByteArray(kProbe).append(bytes));
     return text && text->startsWith(QLatin1String(kProbe)) ? std::optional(text->sliced(sizeof kProbe - 1))
                                                            : std::nullopt;

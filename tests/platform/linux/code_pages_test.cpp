@@ -17,6 +17,7 @@ TEST(CodePages, SpellsJohab) {
     EXPECT_EQ(fromCodePage(1361, "\x90 \x88"
                                  "a"),
               u"\uFFFD 가");
+    EXPECT_EQ(fromCodePage(1361, "\\\x90\x61\\"), u"\\나\\");
 }
 
 TEST(CodePages, TakesARelativeForAPageWithoutATable) {
