@@ -4,10 +4,12 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDrag>
 #include <QElapsedTimer>
 #include <QScreen>
 #include <QThread>
 #include <QWidget>
+#include <algorithm>
 #include <gtest/gtest.h>
 // NB: X11's macros must come after everything of Qt.
 #include <X11/Xlib.h>
@@ -30,6 +32,14 @@ QWidget *find(const QString &objectName) {
         }
     }
     return hidden;
+}
+
+/// Whether the drag from \p source is over, and its picture back if it was cancelled. Main thread.
+bool hasDragEnded(const QObject *source) {
+    const auto windows = QApplication::topLevelWidgets();
+    return QGuiApplication::mouseButtons() == Qt::NoButton &&
+           (source == nullptr || source->findChild<QDrag *>() == nullptr) &&
+           std::ranges::none_of(windows, [](const QWidget *window) { return window->objectName() == u"slideBack"; });
 }
 
 } // namespace
@@ -70,12 +80,14 @@ void User::drag(const QString &fromObjectName, QPoint to) {
     const QPoint from = restingCenterOf(fromObjectName);
     moveTo(from);
     press();
+    waitFor([] { return QGuiApplication::mouseButtons() != Qt::NoButton; }, "the press to come");
     for (int step = 1; step <= kDragSteps; ++step) {
         QThread::msleep(10); // a hand is no faster
         moveTo(from + (to - from) * step / kDragSteps);
     }
     QThread::msleep(60);
     release();
+    waitFor([&] { return hasDragEnded(find(fromObjectName)); }, "the drag to end");
 }
 
 void User::strike(unsigned long keysym, unsigned long modifier) {

@@ -148,11 +148,9 @@ TEST_F(Walk, AnIconDroppedElsewhereGoesBackAndChangesNothing) {
     walk([](User &user) {
         acceptTerms(user);
         user.drag(QStringLiteral("sourceIconView"), user.centerOf(QStringLiteral("titleDragandDropMessage")));
-        QThread::msleep(500); // longer than the icon takes on its way back
         EXPECT_TRUE(user.isVisible(kDrag));
         EXPECT_FALSE(user.isVisible(kChoice));
         user.drag(QStringLiteral("sourceIconView"), QPoint(5, 5)); // outside the window
-        QThread::msleep(500);
         EXPECT_TRUE(user.isVisible(kDrag));
         user.drag(QStringLiteral("sourceIconView"), user.centerOf(QStringLiteral("destinationIconView")));
         user.waitForVisible(kChoice);
