@@ -11,8 +11,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How often a failure is announced when others keep taking the file away.
-constexpr int kMaxAnnouncements = 5;
+/// How often a finished file is put back when others keep taking it away.
+constexpr int kMaxRestorations = 5;
+
+/// From look to look whether a command that is being ended has gone with all its processes.
+constexpr auto kEndingInterval = 20ms;
 
 std::string spelled(std::chrono::milliseconds duration) {
     if (duration % 1h == 0ms) {
@@ -50,6 +53,7 @@ void CommandQueue::add(CommandRequest request) {
     }
     Run run;
     if (request.progressFilePath) {
+        giveUpHeld();
         std::optional<ProgressFile> file = ProgressFile::create(*request.progressFilePath);
         if (!file) {
             logLine("Refused, for the progress file cannot be made: " + request.commandLine);
@@ -65,7 +69,26 @@ void CommandQueue::add(CommandRequest request) {
 void CommandQueue::work() {
     while (!runs_.empty() && advance(runs_.front()) == Step::GoesOn) {
     }
+    lookAfterHeld();
 }
+
+void CommandQueue::endAll() {
+    const std::string reason = "the helper was asked to end";
+    giveUpHeld();
+    for (Run &run : runs_) {
+        dropClient(run, "The client of a command that is not done is dropped.");
+        if (run.report) {
+            run.report->leaveToOthers(); // the next helper may write its own file soon
+        }
+        if (run.stage == Stage::Running) {
+            terminate(run, reason);
+        } else if (run.stage == Stage::Waiting) {
+            end(run, "Command was not started: " + reason, reason);
+        }
+    }
+}
+
+// ---- The command that runs
 
 CommandQueue::Step CommandQueue::advance(Run &run) {
     if (run.command != nullptr) {
@@ -81,27 +104,20 @@ CommandQueue::Step CommandQueue::advance(Run &run) {
     case Stage::Running:
         terminate(run, "no output for " + spelled(limits_.silence));
         break;
-    case Stage::Terminating:
-        run.command->signalGroup(SIGKILL);
-        enter(run, Stage::Killed, kNever);
+    case Stage::Ending:
+        pressOn(run);
         break;
-    case Stage::Killed:
-        return Step::Waits;
     case Stage::Ended:
-        conclude(run);
+        runs_.pop_front();
         break;
     }
     return Step::GoesOn;
 }
 
-void CommandQueue::enter(Run &run, Stage stage, SteadyClock::time_point deadline) {
-    run.stage = stage;
-    run.deadline = deadline;
-}
-
 void CommandQueue::start(Run &run) {
     logLine("Start: " + run.request.commandLine);
-    enter(run, Stage::Running, SteadyClock::now() + limits_.silence);
+    run.stage = Stage::Running;
+    run.deadline = SteadyClock::now() + limits_.silence;
     run.command = ShellCommand::start(run.request.commandLine);
     if (run.command == nullptr) {
         end(run, "Command could not be started", "the shell could not be started");
@@ -120,13 +136,14 @@ ShellCommand::Sink CommandQueue::sinkOf(Run &run) {
     };
 }
 
-/// Passes on what the command prints, and notes its end.
+/// Passes on what the command prints, and notes its end. One that ends by itself may leave processes behind; one that
+/// is ended leaves none.
 void CommandQueue::follow(Run &run) {
-    const bool isAskedToEnd = run.stage != Stage::Running;
-    const auto leftBehind = isAskedToEnd ? ShellCommand::LeftBehind::Killed : ShellCommand::LeftBehind::Spared;
+    const bool isBeingEnded = run.stage == Stage::Ending;
     run.command->readOutput(sinkOf(run));
-    const std::optional<int> waitStatus = run.command->takeEnd(sinkOf(run), leftBehind);
-    if (waitStatus && isAskedToEnd) {
+    const std::optional<int> waitStatus =
+        run.command->takeEnd(sinkOf(run), isBeingEnded ? ShellCommand::EndOf::Session : ShellCommand::EndOf::Shell);
+    if (waitStatus && isBeingEnded) {
         end(run, "Command was ended: " + run.failure, run.failure);
     } else if (waitStatus) {
         end(run, statusReply(*waitStatus), statusFailure(*waitStatus));
@@ -135,39 +152,100 @@ void CommandQueue::follow(Run &run) {
 
 void CommandQueue::terminate(Run &run, const std::string &reason) {
     run.failure = reason;
-    run.command->signalGroup(SIGTERM);
-    enter(run, Stage::Terminating, SteadyClock::now() + limits_.killGrace);
+    run.command->terminate();
+    run.stage = Stage::Ending;
+    run.killAt = SteadyClock::now() + limits_.killGrace;
+    run.deadline = kAtOnce;
 }
 
-void CommandQueue::end(Run &run, const std::string &reply, const std::string &failure) {
-    logLine(reply);
+void CommandQueue::pressOn(Run &run) {
+    if (SteadyClock::now() >= run.killAt) {
+        run.command->killAll();
+    }
+    run.deadline = SteadyClock::now() + kEndingInterval;
+}
+
+void CommandQueue::end(Run &run, std::string reply, const std::string &failure) {
     run.command.reset();
-    run.reply = reply;
-    run.failure = failure;
-    enter(run, Stage::Ended, kAtOnce);
-    if (!failure.empty() && run.report) {
-        run.report->announceFailure(failure);
-        run.announcements = 1;
-        run.deadline = SteadyClock::now() + limits_.failureHold;
+    run.stage = Stage::Ended;
+    run.deadline = kAtOnce;
+    if (run.report && failure.empty()) {
+        run.report->succeed();
+    } else if (run.report) {
+        reply += ": " + run.report->fail(failure);
+    }
+    logLine(reply);
+    if (run.report && run.request.answer && !run.report->isLost()) {
+        hold(run, reply, !failure.empty());
+    } else {
+        conclude(run, reply);
     }
 }
 
-void CommandQueue::conclude(Run &run) {
-    if (run.announcements > 0 && run.report->checkAnnouncement(run.failure) == ProgressReport::Announcement::MadeAnew) {
-        if (++run.announcements <= kMaxAnnouncements) {
-            run.deadline = SteadyClock::now() + limits_.failureHold;
-            return;
-        }
-        dropClient(run, "Others keep taking the progress file away; its client is dropped.");
+// ---- The run that has ended
+
+void CommandQueue::hold(Run &run, const std::string &reply, bool hasFailed) {
+    const auto now = SteadyClock::now();
+    held_.emplace(HeldRun{.run = std::move(run),
+                          .reply = reply,
+                          .hasFailed = hasFailed,
+                          .until = now + (hasFailed ? limits_.failureHold : limits_.successHold),
+                          .nextLook = now + limits_.lookInterval});
+    run.stage = Stage::Ended; // what was moved is as good as gone
+    run.deadline = kAtOnce;
+}
+
+void CommandQueue::lookAfterHeld() {
+    const auto now = SteadyClock::now();
+    if (!held_ || now < held_->nextLook) {
+        return;
     }
+    const bool isMissed = !held_->run.report->isInPlace();
+    // NB: not at once. A client that takes the file away for a run of its own must not find the old one in its place.
+    if (isMissed && held_->wasMissed) {
+        putBack(*held_);
+    }
+    held_->wasMissed = isMissed && !held_->wasMissed;
+    held_->nextLook = now + limits_.lookInterval;
+    if (!held_->run.request.answer || (now >= held_->until && !isMissed)) {
+        concludeHeld();
+    }
+}
+
+void CommandQueue::putBack(HeldRun &held) {
+    if (++held.restorations > kMaxRestorations) {
+        dropClient(held.run, "Others keep taking the progress file away; its client is dropped.");
+        return;
+    }
+    held.run.report->restore();
+    dropClientOfLostReport(held.run);
+}
+
+void CommandQueue::concludeHeld() {
+    conclude(held_->run, held_->reply);
+    held_.reset();
+}
+
+/// Makes way for another. Whoever waits for a failure may not have seen it yet, and must not miss it.
+void CommandQueue::giveUpHeld() {
+    if (!held_) {
+        return;
+    }
+    held_->run.report->leaveToOthers();
+    if (held_->hasFailed) {
+        dropClient(held_->run, "The client of a failed command is dropped, since another follows.");
+    }
+    concludeHeld();
+}
+
+void CommandQueue::conclude(Run &run, const std::string &reply) {
     if (run.report) {
-        run.report->finish();
+        run.report->complete();
         dropClientOfLostReport(run);
     }
     if (run.request.answer) {
-        run.request.answer(run.reply);
+        run.request.answer(reply);
     }
-    runs_.pop_front();
 }
 
 void CommandQueue::dropClientOfLostReport(Run &run) {
@@ -184,23 +262,12 @@ void CommandQueue::dropClient(Run &run, const char *message) {
     }
 }
 
-void CommandQueue::endAll() {
-    const std::string reason = "the helper was asked to end";
-    for (Run &run : runs_) {
-        if (run.stage == Stage::Running) {
-            terminate(run, reason);
-        } else if (run.stage == Stage::Waiting) {
-            end(run, "Command was not started: " + reason, reason);
-        }
-    }
-}
-
 int CommandQueue::outputFd() const {
     return runs_.empty() || runs_.front().command == nullptr ? -1 : runs_.front().command->outputFd();
 }
 
 SteadyClock::time_point CommandQueue::deadline() const {
-    return runs_.empty() ? kNever : runs_.front().deadline;
+    return std::min(runs_.empty() ? kNever : runs_.front().deadline, held_ ? held_->nextLook : kNever);
 }
 
 } // namespace kyb::helper

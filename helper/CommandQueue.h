@@ -15,9 +15,14 @@ namespace kyb::helper {
 using SteadyClock = std::chrono::steady_clock;
 
 struct CommandLimits {
-    std::chrono::milliseconds silence = std::chrono::hours(2);       ///< no output for so long: the command has failed
-    std::chrono::milliseconds killGrace = std::chrono::seconds(5);   ///< from SIGTERM to SIGKILL
-    std::chrono::milliseconds failureHold = std::chrono::seconds(1); ///< how long the last line waits after a failure
+    std::chrono::milliseconds silence = std::chrono::hours(2);     ///< no output for so long: the command has failed
+    std::chrono::milliseconds killGrace = std::chrono::seconds(5); ///< from SIGTERM to SIGKILL
+
+    // How long a finished progress file is looked after. Its reader looks some 16 times a second; one that is stopped
+    // meanwhile must still meet the failure before the end.
+    std::chrono::milliseconds successHold = std::chrono::seconds(1);
+    std::chrono::milliseconds failureHold = std::chrono::seconds(10);
+    std::chrono::milliseconds lookInterval = std::chrono::milliseconds(100); ///< from look to look
 };
 
 /// What a client asks for.
@@ -37,19 +42,20 @@ class CommandQueue {
 public:
     explicit CommandQueue(CommandLimits limits) : limits_(limits) {}
 
-    /// Adds a command. Its progress file exists when this returns. A second request for the file while a first is not
-    /// done, or one whose file cannot be made, is answered with nothing at once.
+    /// Adds a command. Its progress file exists when this returns. A second request for the file before the command of
+    /// a first has ended, or one whose file cannot be made, is answered with nothing at once. A file that is only
+    /// looked after still is given up for the new one.
     void add(CommandRequest request);
 
     /// Takes the commands as far as they go now.
     void work();
 
-    /// Ends the command that runs, as failed, and forgets the others, as failed too. `work` until `isEmpty` brings the
-    /// last lines into the progress file.
+    /// Ends the command that runs, and forgets the others. Their clients are dropped, and their progress files ended
+    /// unless others have put something else into their places. `work` until `isEmpty`.
     void endAll();
 
-    bool isEmpty() const { return runs_.empty(); }
-    std::size_t size() const { return runs_.size(); }
+    bool isEmpty() const { return size() == 0; }
+    std::size_t size() const { return runs_.size() + (held_ ? 1 : 0); }
 
     /// Readable when the command has printed something; -1 when there is nothing to wait for.
     int outputFd() const;
@@ -61,13 +67,12 @@ private:
     static constexpr SteadyClock::time_point kAtOnce{};
     static constexpr SteadyClock::time_point kNever = SteadyClock::time_point::max();
 
-    /// A run's life, and what its deadline is meanwhile. A command that ends goes to Ended from wherever it is.
+    /// A run's life, and what its deadline is meanwhile.
     enum class Stage {
-        Waiting,     ///< for its turn; at once when that has come
-        Running,     ///< when it has been silent for too long
-        Terminating, ///< SIGTERM was sent; when SIGKILL is due
-        Killed,      ///< SIGKILL was sent; never
-        Ended,       ///< the outcome is known, a failure announced; when the last line is due
+        Waiting, ///< for its turn; at once when that has come
+        Running, ///< when it has been silent for too long
+        Ending,  ///< SIGTERM was sent; when to look whether nothing of it is left
+        Ended,   ///< at once
     };
 
     struct Run {
@@ -76,26 +81,44 @@ private:
         std::unique_ptr<ShellCommand> command; ///< from its start to its end
         Stage stage = Stage::Waiting;
         SteadyClock::time_point deadline = kAtOnce;
+        SteadyClock::time_point killAt = kNever; ///< from when on SIGKILL is sent at each look
+        std::string failure;                     ///< why it is being ended
+    };
+
+    /// A run that has ended, and its file, which the reader may still have to look at.
+    struct HeldRun {
+        Run run;
         std::string reply;
-        std::string failure;   ///< why the command counts as failed, empty: it does not
-        int announcements = 0; ///< of the failure, in the progress file
+        bool hasFailed = false;
+        SteadyClock::time_point until;
+        SteadyClock::time_point nextLook;
+        bool wasMissed = false; ///< whether the file was not in its place at the last look
+        int restorations = 0;   ///< of the file
     };
 
     bool isRefused(const CommandRequest &request) const;
     enum class Step { Waits, GoesOn };
     Step advance(Run &run);
-    static void enter(Run &run, Stage stage, SteadyClock::time_point deadline);
     void start(Run &run);
     void follow(Run &run);
     void terminate(Run &run, const std::string &reason);
-    void end(Run &run, const std::string &reply, const std::string &failure);
-    void conclude(Run &run);
-    void dropClientOfLostReport(Run &run);
-    static void dropClient(Run &run, const char *message);
+    void pressOn(Run &run);
+    void end(Run &run, std::string reply, const std::string &failure);
     ShellCommand::Sink sinkOf(Run &run);
+
+    void hold(Run &run, const std::string &reply, bool hasFailed);
+    void lookAfterHeld();
+    static void putBack(HeldRun &held);
+    void concludeHeld();
+    void giveUpHeld();
+
+    static void conclude(Run &run, const std::string &reply);
+    static void dropClient(Run &run, const char *message);
+    static void dropClientOfLostReport(Run &run);
 
     CommandLimits limits_;
     std::deque<Run> runs_; ///< the first is the one that runs
+    std::optional<HeldRun> held_;
 };
 
 } // namespace kyb::helper

@@ -12,9 +12,14 @@ constexpr std::size_t kMaxPartialLineBytes = std::size_t{64} << 10;
 
 /// The reader takes no more of a line than 1,023 bytes.
 constexpr std::size_t kSeenLineBytes = 1000;
+constexpr std::size_t kMaxErrorBytes = 800;
 
-/// A line that begins so and says nothing leaves the shown phase as it is.
-constexpr std::string_view kFillerLine = "installer:STATUS:\n";
+constexpr std::string_view kErrorMark = "installer: Error - ";
+
+/// The last line in two pieces, of which the first does not end a run.
+constexpr std::string_view kLastLine = kInstallationDone;
+constexpr std::string_view kLastLineBegin = kLastLine.substr(0, kLastLine.find('_') + 1);
+constexpr std::string_view kLastLineRest = kLastLine.substr(kLastLineBegin.size());
 
 /// The failure that \p line tells, such that the reader sees all of it; empty when it tells none.
 std::string failureIn(std::string_view line) {
@@ -23,6 +28,14 @@ std::string failureIn(std::string_view line) {
         return {};
     }
     return std::string(line.size() <= kSeenLineBytes ? line : line.substr(at, kSeenLineBytes));
+}
+
+/// \p lines with every last line in it made another: "Installation Done".
+std::string withoutLastLines(std::string lines) {
+    for (std::size_t at = 0; (at = lines.find(kLastLine, at)) != std::string::npos;) {
+        lines[at + kLastLineBegin.size() - 1] = ' ';
+    }
+    return lines;
 }
 
 } // namespace
@@ -35,12 +48,12 @@ void ProgressReport::addOutput(std::string_view bytes) {
         partialLine_.clear();
         bytes.remove_prefix(lineEnd + 1);
         noteLines(lines);
-        append(lines);
+        append(withoutLastLines(std::move(lines)));
     }
     partialLine_.append(bytes);
     if (partialLine_.size() > kMaxPartialLineBytes) {
         noteLines(partialLine_);
-        append(partialLine_);
+        append(withoutLastLines(std::move(partialLine_)));
         partialLine_.clear();
         partialLineIsBegun_ = true;
     }
@@ -56,6 +69,9 @@ void ProgressReport::noteLines(std::string_view lines) {
         if (!failure.empty()) {
             ownFailureLine_ = failure;
         }
+        if (line.starts_with(kErrorMark)) {
+            errorText_ = line.substr(kErrorMark.size(), kMaxErrorBytes);
+        }
         lines.remove_prefix(std::min(lineEnd + 1, lines.size()));
     }
 }
@@ -66,29 +82,38 @@ void ProgressReport::endPartialLine() {
     }
 }
 
-void ProgressReport::announceFailure(const std::string &reason) {
+void ProgressReport::succeed() {
     endPartialLine();
-    if (!lastLineIsFailure_ || !file_.isInPlace()) {
-        append((ownFailureLine_.empty() ? "installer: The install failed (" + reason + ")" : ownFailureLine_) + "\n");
-    }
-    append(kFillerLine);
-    lastLineIsFailure_ = false;
+    lastLines_ = std::string(kLastLine) + "\n";
+    append(lastLines_);
 }
 
-ProgressReport::Announcement ProgressReport::checkAnnouncement(const std::string &reason) {
-    if (isLost_ || file_.isInPlace()) {
-        return Announcement::InPlace;
-    }
-    announceFailure(reason);
-    return Announcement::MadeAnew;
+std::string ProgressReport::fail(const std::string &reason) {
+    endPartialLine();
+    const std::string text = errorText_.empty() ? reason : reason + ": " + errorText_;
+    const std::string line =
+        withoutLastLines(ownFailureLine_.empty() ? "installer: The install failed (" + text + ")" : ownFailureLine_);
+    lastLines_ = line + "\n" + std::string(kLastLineBegin);
+    append(lastLineIsFailure_ && file_.isInPlace() ? kLastLineBegin : lastLines_);
+    return line;
 }
 
-void ProgressReport::finish() {
-    endPartialLine();
-    append(std::string(kInstallationDone) + "\n");
+void ProgressReport::complete() {
+    if (lastLines_.ends_with(kLastLineBegin)) {
+        const std::string rest = std::string(kLastLineRest) + "\n";
+        lastLines_ += rest;
+        append(isInPlace() ? rest : lastLines_);
+    }
+}
+
+void ProgressReport::restore() {
+    append(lastLines_);
 }
 
 void ProgressReport::append(std::string_view text) {
+    if (isLeftToOthers_ && !file_.isInPlace()) {
+        return;
+    }
     isLost_ = isLost_ || !file_.append(text);
 }
 

@@ -2,34 +2,41 @@
 
 #include "ProgressFile.h"
 
-#include <optional>
 #include <string>
 #include <string_view>
 
 namespace kyb::helper {
 
 /// What the polling reader gets to see of one command: its output, line by line, and how it ended. The reader looks at
-/// the last two lines of the file, at moments of its own, and takes the last for the end and the next-to-last for
-/// progress or failure. One thread.
+/// the last two lines of the file, one after the other and at moments of its own, and takes the next-to-last for
+/// progress or failure and the last for the end. One thread.
 class ProgressReport {
 public:
     explicit ProgressReport(ProgressFile file) : file_(std::move(file)) {}
 
     /// Takes output of the command as it comes. Complete lines go into the file in one piece; so does a line that grows
-    /// longer than 64 KiB without an end.
+    /// longer than 64 KiB without an end. A last line of the command's own is written such that it is none.
     void addOutput(std::string_view bytes);
 
-    /// Puts a failure text into the next-to-last line: one of the command's own, or else one that tells \p reason.
-    /// After the last output.
-    void announceFailure(const std::string &reason);
+    /// Writes the last line. After the last output.
+    void succeed();
 
-    enum class Announcement { InPlace, MadeAnew };
+    /// Makes a failure text the next-to-last line, for ever: one of the command's own, or else one that tells
+    /// \p reason and the installer's error. Of the last line only the begin is written, which `complete` ends: the
+    /// reader may have looked at the next-to-last line already, and must not meet the end before it has looked anew.
+    /// After the last output. \return that line.
+    std::string fail(const std::string &reason);
 
-    /// Looks after the announced failure: when the file was taken away since, it is made and announced anew.
-    Announcement checkAnnouncement(const std::string &reason);
+    /// Ends the last line after a failure; does nothing after a success.
+    void complete();
 
-    /// Writes the last line. Last call.
-    void finish();
+    bool isInPlace() const { return file_.isInPlace(); }
+
+    /// Makes the file anew, with what its reader needs of it. After its end, when others took it away.
+    void restore();
+
+    /// From now on what others put into the file's place is left alone.
+    void leaveToOthers() { isLeftToOthers_ = true; }
 
     /// Whether the file could not be written, once. Nothing is written after that, and the reader must be told
     /// otherwise.
@@ -44,7 +51,10 @@ private:
     std::string partialLine_;
     bool partialLineIsBegun_ = false; ///< whether the first part of the line was written because it is so long
     std::string ownFailureLine_;      ///< the last line of the output that held a failure text, empty: none
+    std::string errorText_;           ///< what the output's last line with an error of the installer says, empty: none
     bool lastLineIsFailure_ = false;
+    std::string lastLines_; ///< what the file must end with, once the command has ended
+    bool isLeftToOthers_ = false;
     bool isLost_ = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include "posix/file_io.h"
 #include "posix/spawn.h"
+#include "session.h"
 
 #include <algorithm>
 #include <array>
@@ -39,7 +40,7 @@ std::unique_ptr<ShellCommand> ShellCommand::start(const std::string &commandLine
     const std::optional<pid_t> shell = spawn({.arguments = {"/bin/sh", "-c", commandLine},
                                               .environment = cleanEnvironment(),
                                               .descriptors = {kDevNull, output.writing.get(), output.writing.get()},
-                                              .group = ProcessGroup::Own});
+                                              .group = ProcessGroup::OwnSession});
     if (!shell) {
         return nullptr;
     }
@@ -74,13 +75,14 @@ void ShellCommand::readOutput(const Sink &sink) {
     }
 }
 
-std::optional<int> ShellCommand::takeEnd(const Sink &sink, LeftBehind leftBehind) {
+std::optional<int> ShellCommand::takeEnd(const Sink &sink, EndOf what) {
     siginfo_t ended{};
     if (waitid(P_PID, static_cast<id_t>(shell_), &ended, WEXITED | WNOHANG | WNOWAIT) != 0 || ended.si_pid != shell_) {
         return {};
     }
-    if (leftBehind == LeftBehind::Killed) {
-        signalGroup(SIGKILL); // before the shell is waited for, while its number is still the group's
+    // NB: before the shell is waited for, while its number still is the session's and nobody else's.
+    if (what == EndOf::Session && !othersInSession(shell_).empty()) {
+        return {};
     }
     int status = 0;
     waitpid(shell_, &status, 0);
@@ -97,8 +99,15 @@ std::optional<int> ShellCommand::takeEnd(const Sink &sink, LeftBehind leftBehind
     return status;
 }
 
-void ShellCommand::signalGroup(int signal) const {
-    kill(-shell_, signal);
+void ShellCommand::terminate() const {
+    kill(-shell_, SIGTERM);
+}
+
+void ShellCommand::killAll() const {
+    kill(shell_, SIGKILL);
+    for (const pid_t process : othersInSession(shell_)) {
+        kill(process, SIGKILL);
+    }
 }
 
 } // namespace kyb::helper

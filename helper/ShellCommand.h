@@ -11,8 +11,8 @@
 
 namespace kyb::helper {
 
-/// One command line that the shell runs beside the helper: in a process group and an environment of its own, its
-/// standard output and error in one pipe. One thread. Destroyed before its end it goes on, unread.
+/// One command line that the shell runs beside the helper: in a session and an environment of its own, its standard
+/// output and error in one pipe. One thread. Destroyed before its end it goes on, unread.
 class ShellCommand {
 public:
     /// Starts "/bin/sh -c" with \p commandLine. The working folder and the umask are the helper's.
@@ -28,15 +28,20 @@ public:
     /// Passes on what is there, at most some hundred kilobytes.
     void readOutput(const Sink &sink);
 
-    /// What becomes of the processes that the shell leaves behind in its group.
-    enum class LeftBehind { Spared, Killed };
+    /// Whose end counts: the shell's, which may leave processes behind that go on, or that of all in its session.
+    enum class EndOf { Shell, Session };
 
-    /// The shell's wait status once it has ended; then all that it printed has been passed to \p sink. Processes that
-    /// it left behind are not waited for, and what they still print is lost.
-    std::optional<int> takeEnd(const Sink &sink, LeftBehind leftBehind);
+    /// The shell's wait status, once \p what has ended; then all that the shell printed has been passed to \p sink.
+    /// What others still print is lost.
+    std::optional<int> takeEnd(const Sink &sink, EndOf what);
 
-    /// Sends \p signal to the process group. Before `takeEnd` gave the end.
-    void signalGroup(int signal) const;
+    /// Sends SIGTERM to the shell's process group. What runs in others is for those who started it to end. Before
+    /// `takeEnd` gave the end, as the next one.
+    void terminate() const;
+
+    /// Sends SIGKILL to every process of the session. One that is just being started may escape: to be called again
+    /// until `takeEnd` gives the end of the session.
+    void killAll() const;
 
 private:
     ShellCommand(pid_t shell, UniqueFd output) : shell_(shell), output_(std::move(output)) {}

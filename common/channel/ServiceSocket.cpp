@@ -71,8 +71,15 @@ UniqueFd ServiceSocket::listen() const {
 }
 
 UniqueFd ServiceSocket::tryLock() const {
-    const std::string lockName = name_ + ".lock";
-    UniqueFd lock(openat(folder_.get(), lockName.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    return tryLockOn(name_ + ".lock");
+}
+
+UniqueFd ServiceSocket::tryLockOfServer() const {
+    return tryLockOn(name_ + ".server");
+}
+
+UniqueFd ServiceSocket::tryLockOn(const std::string &fileName) const {
+    UniqueFd lock(openat(folder_.get(), fileName.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     struct stat folder {};
     if (geteuid() == 0 && lock && fstat(folder_.get(), &folder) == 0) {
         // Root and the folder's owner share the service, whoever of them came first.

@@ -27,6 +27,9 @@ public:
     /// `errno` set, when it cannot be had: EWOULDBLOCK while somebody else holds it.
     UniqueFd tryLock() const;
 
+    /// The lock that the one process which serves holds until it has ended. None, with `errno` set, as above.
+    UniqueFd tryLockOfServer() const;
+
     /// What lies at the socket's place; nothing when nothing does.
     std::optional<struct stat> entry() const;
 
@@ -35,6 +38,8 @@ public:
 
 private:
     ServiceSocket(UniqueFd folder, std::string serviceName);
+
+    UniqueFd tryLockOn(const std::string &fileName) const;
 
     UniqueFd folder_;
     std::string name_;

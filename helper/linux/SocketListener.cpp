@@ -15,6 +15,9 @@ namespace {
 
 constexpr std::size_t kMaxClients = 32;
 
+/// How long nobody is let in after the system had no descriptor for a client.
+constexpr std::chrono::milliseconds kAcceptPause(100);
+
 /// Sends \p reply as a client's one answer. A client that is gone does not get it.
 void sendReply(const UniqueFd &connection, const std::string &reply) {
     if (const std::optional<std::string> frame = encodeFrame({{kReplyKey, reply}})) {
@@ -57,7 +60,7 @@ std::vector<int> SocketListener::descriptors(const CommandQueue &commands) const
 }
 
 SteadyClock::time_point SocketListener::deadline() const {
-    auto next = SteadyClock::time_point::max();
+    auto next = SteadyClock::now() < acceptAt_ ? acceptAt_ : SteadyClock::time_point::max();
     for (const Client &client : clients_) {
         next = std::min(next, client.deadline());
     }
@@ -73,13 +76,15 @@ void SocketListener::takeRequests(CommandQueue &commands) {
 }
 
 bool SocketListener::hasRoom(const CommandQueue &commands) const {
-    return clients_.size() + commands.size() < kMaxClients;
+    return clients_.size() + commands.size() < kMaxClients && SteadyClock::now() >= acceptAt_;
 }
 
 /// \return whether there was one, trusted or not.
 bool SocketListener::acceptClient() {
     UniqueFd connection(accept4(listening_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (!connection) {
+        const bool lacksDescriptors = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
+        acceptAt_ = lacksDescriptors ? SteadyClock::now() + kAcceptPause : SteadyClock::time_point();
         return false;
     }
     if (isTrusted(connection)) {
@@ -88,13 +93,15 @@ bool SocketListener::acceptClient() {
     return true;
 }
 
-bool SocketListener::isTrusted(const UniqueFd &connection) const {
+bool SocketListener::isTrusted(const UniqueFd &connection) {
     ucred peer{};
     socklen_t size = sizeof peer;
     if (getsockopt(connection.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && options_.isTrusted(peer.uid)) {
         return true;
     }
-    logLine("Refused a client of the user " + std::to_string(peer.uid) + ".");
+    if (refusedUsers_.insert(peer.uid).second) { // NB: once; a stranger may come as often as he likes
+        logLine("Refused a client of the user " + std::to_string(peer.uid) + ".");
+    }
     return false;
 }
 
@@ -183,10 +190,12 @@ bool SocketListener::removeSocket() const {
 }
 
 std::function<bool(uid_t)> trustRootAndOwner(const std::string &systemRoot) {
-    const std::string folder = systemRoot.empty() ? "/" : systemRoot;
+    // NB: held open, since another folder may get its name.
+    const auto folder =
+        std::make_shared<UniqueFd>(::open((systemRoot + "/").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     return [folder](uid_t uid) {
         struct stat root {};
-        return uid == 0 || (stat(folder.c_str(), &root) == 0 && root.st_uid == uid);
+        return uid == 0 || (fstat(folder->get(), &root) == 0 && root.st_uid == uid);
     };
 }
 

@@ -9,6 +9,7 @@
 #include <functional>
 #include <list>
 #include <optional>
+#include <set>
 #include <string>
 #include <sys/types.h>
 
@@ -41,7 +42,7 @@ public:
 private:
     bool hasRoom(const CommandQueue &commands) const;
     bool acceptClient();
-    bool isTrusted(const UniqueFd &connection) const;
+    bool isTrusted(const UniqueFd &connection);
     void readClients(CommandQueue &commands);
     void admit(Client &client, CommandQueue &commands) const;
     bool isProgressFile(const std::string &path) const;
@@ -52,6 +53,8 @@ private:
     std::optional<ServiceSocket> place_;
     std::optional<struct stat> myEntry_; ///< what lay at the socket's place when this listener got it
     std::list<Client> clients_;
+    std::set<uid_t> refusedUsers_;
+    SteadyClock::time_point acceptAt_; ///< from when on clients are let in
 };
 
 /// Trusts root and the owner of the folder \p systemRoot (empty for "/").

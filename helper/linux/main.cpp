@@ -1,23 +1,35 @@
+#include "channel/ServiceSocket.h"
 #include "channel/message_keys.h"
 #include "helper_log.h"
 #include "linux/SocketListener.h"
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <optional>
+#include <poll.h>
 #include <string>
 #include <string_view>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 using namespace kyb;
 using namespace kyb::helper;
+using namespace std::chrono_literals;
 
 namespace {
 
 constexpr int kListeningFd = 3;
 constexpr int kMisplaced = 2;
+constexpr int kNotAlone = 3;
+constexpr rlim_t kDescriptors = 1024;
+
+/// What an earlier helper may need to end its command takes a part of it.
+constexpr auto kEarlierHelperTimeout = 30s;
+constexpr std::chrono::duration<int, std::milli> kEarlierHelperInterval = 5ms;
 
 /// The folder that plays "/": the one below which this program lies at its registered place.
 std::optional<std::string> systemRootOfThisProgram() {
@@ -46,9 +58,39 @@ bool hasListeningSocket() {
            getsockopt(kListeningFd, SOL_SOCKET, SO_ACCEPTCONN, &isListening, &size) == 0 && isListening != 0;
 }
 
+void setLimit(__rlimit_resource_t resource, rlim_t wanted) {
+    rlimit limit{.rlim_cur = wanted, .rlim_max = RLIM_INFINITY};
+    if (setrlimit(resource, &limit) != 0 && getrlimit(resource, &limit) == 0) {
+        limit.rlim_cur = std::min(wanted, limit.rlim_max); // only root may raise what was lowered for good
+        setrlimit(resource, &limit);
+    }
+}
+
+/// Waits until the helper before this one, which may have been asked to end in the middle of its work, has ended: one
+/// at a time runs commands and writes progress. \return the proof of that, to be held while this one serves; none when
+/// it cannot be had, or not in good time.
+UniqueFd succeedEarlierHelper(const std::string &systemRoot) {
+    const std::optional<ServiceSocket> place = ServiceSocket::open(systemRoot, kHelperServiceName);
+    const auto deadline = SteadyClock::now() + kEarlierHelperTimeout;
+    UniqueFd lock;
+    while (place && !(lock = place->tryLockOfServer()) && errno == EWOULDBLOCK && SteadyClock::now() < deadline) {
+        poll(nullptr, 0, kEarlierHelperInterval.count());
+    }
+    return lock;
+}
+
+/// Takes back the limits that whoever started the first helper has set for himself, as far as the system allows.
+void liftLimits() {
+    for (const auto resource : {RLIMIT_AS, RLIMIT_CPU, RLIMIT_DATA, RLIMIT_FSIZE, RLIMIT_NPROC}) {
+        setLimit(resource, RLIM_INFINITY);
+    }
+    setLimit(RLIMIT_NOFILE, kDescriptors);
+}
+
 } // namespace
 
 int main() {
+    liftLimits();
     const std::optional<std::string> systemRoot = systemRootOfThisProgram();
     if (!systemRoot) {
         logLine("The helper tool does not lie at its registered place.");
@@ -57,6 +99,11 @@ int main() {
     if (!hasListeningSocket()) {
         logLine("The helper tool is started on demand only, with a listening socket.");
         return kMisplaced;
+    }
+    const UniqueFd lock = succeedEarlierHelper(*systemRoot);
+    if (!lock) {
+        logLine("Another helper tool has not ended.");
+        return kNotAlone;
     }
     SocketListener listener(UniqueFd(kListeningFd),
                             {.systemRoot = *systemRoot, .isTrusted = trustRootAndOwner(*systemRoot)});

@@ -8,7 +8,8 @@
 namespace kyb::helper {
 namespace {
 
-constexpr char kFiller[] = "installer:STATUS:\n";
+const std::string kBegin = "Installation_"; // of the last line
+const std::string kLastLine = "Installation_Done\n";
 
 class ProgressReportTest : public testing::Test {
 protected:
@@ -29,16 +30,16 @@ TEST_F(ProgressReportTest, WritesOnlyCompleteLines) {
 
 TEST_F(ProgressReportTest, EndsALastLineThatHasNoEnd) {
     report_.addOutput("no end");
-    report_.finish();
-    EXPECT_EQ(content(), "no end\nInstallation_Done\n");
+    report_.succeed();
+    EXPECT_EQ(content(), "no end\n" + kLastLine);
 }
 
 TEST_F(ProgressReportTest, WritesALongLineWithoutWaitingForItsEnd) {
     const std::string part(70'000, 'x');
     report_.addOutput(part);
     EXPECT_EQ(content(), part);
-    report_.finish();
-    EXPECT_EQ(content(), part + "\nInstallation_Done\n");
+    report_.succeed();
+    EXPECT_EQ(content(), part + "\n" + kLastLine);
 }
 
 TEST_F(ProgressReportTest, KeepsBytesThatAreNoText) {
@@ -49,54 +50,142 @@ TEST_F(ProgressReportTest, KeepsBytesThatAreNoText) {
 
 TEST_F(ProgressReportTest, TellsTheReasonWhereTheOutputToldNone) {
     report_.addOutput("installer:PHASE:Preparing\nhalf");
-    report_.announceFailure("exit status 3");
-    EXPECT_EQ(content(), "installer:PHASE:Preparing\nhalf\ninstaller: The install failed (exit status 3)\n" +
-                             std::string(kFiller));
+    report_.fail("exit status 3");
+    EXPECT_EQ(content(), "installer:PHASE:Preparing\nhalf\ninstaller: The install failed (exit status 3)\n" + kBegin);
 }
 
 TEST_F(ProgressReportTest, LeavesAnOwnFailureTextThatIsTheLastLine) {
     report_.addOutput("installer: The upgrade failed (because)\n");
-    report_.announceFailure("exit status 1");
-    EXPECT_EQ(content(), "installer: The upgrade failed (because)\n" + std::string(kFiller));
+    report_.fail("exit status 1");
+    EXPECT_EQ(content(), "installer: The upgrade failed (because)\n" + kBegin);
 }
 
 TEST_F(ProgressReportTest, RepeatsAnOwnFailureTextThatOtherLinesFollow) {
     const std::string own = "x installer: Error - the package path specified was invalid: '/a'.\n";
     report_.addOutput(own + "goodbye\n");
-    report_.announceFailure("exit status 1");
-    EXPECT_EQ(content(), own + "goodbye\n" + own + kFiller);
+    report_.fail("exit status 1");
+    EXPECT_EQ(content(), own + "goodbye\n" + own + kBegin);
 }
 
 TEST_F(ProgressReportTest, RepeatsAnOwnFailureTextWhereTheReaderSeesIt) {
     report_.addOutput(std::string(2000, 'x') + "installer: The install failed (deep)\n");
     const std::string before = content();
-    report_.announceFailure("exit status 1");
-    EXPECT_EQ(content(), before + "installer: The install failed (deep)\n" + kFiller);
+    report_.fail("exit status 1");
+    EXPECT_EQ(content(), before + "installer: The install failed (deep)\n" + kBegin);
 }
 
 TEST_F(ProgressReportTest, RepeatsAFailureTextThatEndsAnEndlessLine) {
     report_.addOutput(std::string(70'000, 'x'));
     report_.addOutput("installer: The install failed (far)\n");
     const std::string before = content();
-    report_.announceFailure("exit status 1");
-    EXPECT_EQ(content(), before + "installer: The install failed (far)\n" + kFiller);
+    report_.fail("exit status 1");
+    EXPECT_EQ(content(), before + "installer: The install failed (far)\n" + kBegin);
 }
 
-TEST_F(ProgressReportTest, AnnouncesAnewWhenTheFileWasTakenAway) {
-    report_.addOutput("installer: The install failed (own)\n");
-    report_.announceFailure("signal 9");
-    EXPECT_EQ(report_.checkAnnouncement("signal 9"), ProgressReport::Announcement::InPlace);
+TEST_F(ProgressReportTest, AFailureIsTheNextToLastLineForEver) {
+    const std::string line = "installer: The install failed (exit status 3)";
+    EXPECT_EQ(report_.fail("exit status 3"), line);
+    EXPECT_EQ(content(), line + "\n" + kBegin);
+    report_.complete();
+    EXPECT_EQ(content(), line + "\n" + kLastLine);
+    report_.complete();
+    EXPECT_EQ(content(), line + "\n" + kLastLine);
+}
+
+TEST_F(ProgressReportTest, NothingIsLeftToCompleteAfterASuccess) {
+    report_.succeed();
+    report_.complete();
+    EXPECT_EQ(content(), kLastLine);
+}
+
+TEST_F(ProgressReportTest, TellsTheInstallersError) {
+    report_.addOutput("installer: Error - first\ninstaller: Error - the disk is full.\ngoodbye\n");
+    const std::string line = "installer: The install failed (exit status 1: the disk is full.)";
+    EXPECT_EQ(report_.fail("exit status 1"), line);
+    EXPECT_TRUE(content().ends_with("goodbye\n" + line + "\n" + kBegin));
+}
+
+TEST_F(ProgressReportTest, TellsAsMuchOfALongErrorAsTheReaderSees) {
+    report_.addOutput("installer: Error - " + std::string(5000, 'x') + "\n");
+    EXPECT_EQ(report_.fail("exit status 1"),
+              "installer: The install failed (exit status 1: " + std::string(800, 'x') + ")");
+}
+
+TEST_F(ProgressReportTest, AnOwnFailureTextCountsMoreThanAnError) {
+    report_.addOutput("installer: The upgrade failed (own)\ninstaller: Error - other\n");
+    EXPECT_EQ(report_.fail("exit status 1"), "installer: The upgrade failed (own)");
+}
+
+TEST_F(ProgressReportTest, NoLineOfTheOutputIsALastLine) {
+    report_.addOutput("Installation_Done\n \u00a0Installation_Done Installation_Done\nInstallation_D");
+    report_.addOutput("one\nInstallation_Done");
+    EXPECT_EQ(content(), "Installation Done\n \u00a0Installation Done Installation Done\nInstallation Done\n");
+    report_.fail("exit status 1");
+    EXPECT_EQ(content(), "Installation Done\n \u00a0Installation Done Installation Done\nInstallation Done\n"
+                         "Installation Done\ninstaller: The install failed (exit status 1)\n" +
+                             kBegin);
+}
+
+TEST_F(ProgressReportTest, AnEndlessLineIsNoLastLine) {
+    report_.addOutput("Installation_Done" + std::string(70'000, 'x'));
+    EXPECT_TRUE(content().starts_with("Installation Done"));
+}
+
+TEST_F(ProgressReportTest, AFailureTextOfTheCommandsOwnIsNoLastLine) {
+    report_.addOutput("Installation_Done installer: The install failed (own)\nother\n");
+    EXPECT_EQ(report_.fail("x"), "Installation Done installer: The install failed (own)");
+}
+
+TEST_F(ProgressReportTest, RestoresWhatTheReaderNeeds) {
+    report_.addOutput("line\n");
+    report_.fail("signal 9");
+    const std::string failure = "installer: The install failed (signal 9)\n";
     std::filesystem::remove(root_.progressFile());
-    EXPECT_EQ(report_.checkAnnouncement("signal 9"), ProgressReport::Announcement::MadeAnew);
-    report_.finish();
-    EXPECT_EQ(content(), "installer: The install failed (own)\n" + std::string(kFiller) + "Installation_Done\n");
+    EXPECT_FALSE(report_.isInPlace());
+    report_.restore();
+    EXPECT_TRUE(report_.isInPlace());
+    EXPECT_EQ(content(), failure + kBegin);
+    report_.complete();
+    EXPECT_EQ(content(), failure + kLastLine);
+}
+
+TEST_F(ProgressReportTest, CompletesAFileThatWasTakenAway) {
+    report_.fail("signal 9");
+    std::filesystem::remove(root_.progressFile());
+    report_.complete();
+    EXPECT_EQ(content(), "installer: The install failed (signal 9)\n" + kLastLine);
+}
+
+TEST_F(ProgressReportTest, RestoresASuccess) {
+    report_.addOutput("line\n");
+    report_.succeed();
+    std::filesystem::remove(root_.progressFile());
+    report_.restore();
+    EXPECT_EQ(content(), kLastLine);
+}
+
+TEST_F(ProgressReportTest, LeavesTheFileOfAnotherAlone) {
+    report_.addOutput("mine\n");
+    report_.leaveToOthers();
+    report_.addOutput("still mine\n");
+    EXPECT_EQ(content(), "mine\nstill mine\n");
+    std::filesystem::remove(root_.progressFile());
+    root_.write("/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log", "another's\n");
+    report_.addOutput("line\n");
+    report_.fail("signal 9");
+    report_.complete();
+    EXPECT_EQ(content(), "another's\n");
+    std::filesystem::remove(root_.progressFile());
+    report_.restore();
+    EXPECT_FALSE(std::filesystem::exists(root_.progressFile()));
+    EXPECT_FALSE(report_.isLost());
 }
 
 TEST_F(ProgressReportTest, RepeatsAnOwnLastLineThatWentWithTheFile) {
     report_.addOutput("installer: The install failed (own)\n");
     std::filesystem::remove(root_.progressFile());
-    report_.announceFailure("signal 9");
-    EXPECT_EQ(content(), "installer: The install failed (own)\n" + std::string(kFiller));
+    report_.fail("signal 9");
+    EXPECT_EQ(content(), "installer: The install failed (own)\n" + kBegin);
 }
 
 TEST_F(ProgressReportTest, IsLostWhenTheFileCannotBeWritten) {
@@ -105,8 +194,8 @@ TEST_F(ProgressReportTest, IsLostWhenTheFileCannotBeWritten) {
     EXPECT_FALSE(report_.isLost());
     report_.addOutput("line\n");
     EXPECT_TRUE(report_.isLost());
-    report_.announceFailure("signal 9");
-    report_.finish();
+    report_.fail("signal 9");
+    report_.complete();
     EXPECT_TRUE(report_.isLost());
 }
 

@@ -1,7 +1,9 @@
 #include "ShellCommand.h"
 
 #include "posix/UniqueFd.h"
+#include "support/Program.h"
 
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -18,14 +20,14 @@ struct Ended {
 };
 
 /// Runs \p command to its end.
-Ended runToEnd(ShellCommand &command, ShellCommand::LeftBehind leftBehind = ShellCommand::LeftBehind::Spared) {
+Ended runToEnd(ShellCommand &command, ShellCommand::EndOf what = ShellCommand::EndOf::Shell) {
     Ended ended;
     const ShellCommand::Sink sink = [&ended](std::string_view bytes) { ended.output.append(bytes); };
     for (;;) {
         pollfd output{.fd = command.outputFd(), .events = POLLIN, .revents = 0};
         poll(&output, 1, 1);
         command.readOutput(sink);
-        if (const auto status = command.takeEnd(sink, leftBehind)) {
+        if (const auto status = command.takeEnd(sink, what)) {
             ended.waitStatus = *status;
             return ended;
         }
@@ -89,23 +91,6 @@ TEST(ShellCommand, IsNotHeldUpByEndlessOutputOfWhatItLeavesBehind) {
     kill(std::stoi(ended.output.substr(number)), SIGKILL);
 }
 
-TEST(ShellCommand, KillsWhatIsLeftBehindWhenTold) {
-    const auto command = ShellCommand::start("trap '' TERM; sleep 300 & echo $!; exit 0");
-    const Ended ended = runToEnd(*command, ShellCommand::LeftBehind::Killed);
-    const pid_t leftBehind = std::stoi(ended.output);
-    while (kill(leftBehind, 0) == 0) { // the test's own time limit bounds this
-        char state = 0;
-        std::FILE *stat = std::fopen(("/proc/" + std::to_string(leftBehind) + "/stat").c_str(), "r");
-        const bool isKnown = stat != nullptr && std::fscanf(stat, "%*d %*s %c", &state) == 1;
-        if (stat != nullptr) {
-            std::fclose(stat);
-        }
-        if (!isKnown || state == 'Z') {
-            break;
-        }
-    }
-}
-
 TEST(ShellCommand, OutlivesTheEndOfItsOutput) {
     const Ended ended = run("echo said; exec >/dev/null 2>&1; sleep 0.2; exit 5");
     EXPECT_EQ(ended.output, "said\n");
@@ -116,9 +101,35 @@ TEST(ShellCommand, LosesNothingOfMuchOutput) {
     EXPECT_EQ(run("head -c 52428800 /dev/zero").output.size(), 52'428'800U);
 }
 
+TEST(ShellCommand, TheSessionEndsWithItsLastProcess) {
+    const auto command = ShellCommand::start("(trap '' TERM; sleep 0.3; echo late) & exit 4");
+    const auto start = std::chrono::steady_clock::now();
+    const Ended ended = runToEnd(*command, ShellCommand::EndOf::Session);
+    EXPECT_EQ(WEXITSTATUS(ended.waitStatus), 4);
+    EXPECT_EQ(ended.output, "late\n");
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(250));
+}
+
+TEST(ShellCommand, KillsWhatRunsInAGroupOfItsOwn) {
+    const auto command = ShellCommand::start(
+        R"(perl -e 'setpgrp(0, 0); $SIG{TERM} = "IGNORE"; $| = 1; print "$$\n"; sleep 300' & wait)");
+    std::string output;
+    while (output.find('\n') == std::string::npos) {
+        command->readOutput([&](std::string_view bytes) { output += bytes; });
+    }
+    const pid_t inner = std::stoi(output);
+    ASSERT_EQ(getpgid(inner), inner);
+    command->terminate();
+    EXPECT_EQ(kill(inner, 0), 0);
+    do {
+        command->killAll();
+    } while (!command->takeEnd([](std::string_view) {}, ShellCommand::EndOf::Session));
+    EXPECT_THAT(test::stateOf(inner), testing::AnyOf('X', 'Z'));
+}
+
 TEST(ShellCommand, IsEndedWithItsGroup) {
     const auto command = ShellCommand::start("sleep 300 | cat; echo never");
-    command->signalGroup(SIGTERM);
+    command->terminate();
     const Ended ended = runToEnd(*command);
     EXPECT_EQ(WTERMSIG(ended.waitStatus), SIGTERM);
     EXPECT_EQ(ended.output, "");

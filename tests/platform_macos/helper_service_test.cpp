@@ -2,6 +2,7 @@
 
 #include "code_requirement.h"
 #include "recorded.h"
+#include "support/Program.h"
 
 #include <atomic>
 #include <csignal>
@@ -37,7 +38,7 @@ protected:
         folder_ = mkdtemp(pattern.data());
         progressFile_ = folder_ / "progress.log";
         options_.idle = 100ms;
-        options_.commands.failureHold = 1ms;
+        options_.commands.successHold = options_.commands.failureHold = options_.commands.lookInterval = 1ms;
     }
     ~HelperServiceOnMac() override { std::filesystem::remove_all(folder_); }
 
@@ -211,6 +212,26 @@ TEST_P(RefusalOnMac11, RunsNothing) {
 INSTANTIATE_TEST_SUITE_P(Refusals, RefusalOnMac11, testing::ValuesIn(kRefusals),
                          [](const auto &row) { return row.param.name; });
 
+TEST_F(HelperServiceOnMac, LeavesNothingOfACommandThatIsAskedToEnd) {
+    options_.idle = 1h;
+    options_.commands.killGrace = 1ms;
+    start();
+    auto outcome = std::async(std::launch::async, [this] {
+        return ask({{"command_to_be_execute",
+                     R"(perl -e 'setpgrp(0, 0); $SIG{TERM} = "IGNORE"; $| = 1; print "$$\n"; sleep 300' & wait)"},
+                    {"installerlog_file_path", progressFile_}});
+    });
+    while (progress().find('\n') == std::string::npos) {
+        std::this_thread::yield();
+    }
+    const pid_t inAGroupOfItsOwn = std::stoi(progress());
+    ASSERT_EQ(getpgid(inAGroupOfItsOwn), inAGroupOfItsOwn);
+    askToEnd();
+    EXPECT_TRUE(outcome.get().wasInterrupted);
+    waitForEnd();
+    EXPECT_THAT(test::stateOf(inAGroupOfItsOwn), testing::AnyOf('X', 'Z'));
+}
+
 TEST_F(HelperServiceOnMac, EndsItsCommandAsFailedWhenAskedToEnd) {
     options_.idle = 1h;
     start();
@@ -222,9 +243,9 @@ TEST_F(HelperServiceOnMac, EndsItsCommandAsFailedWhenAskedToEnd) {
         std::this_thread::yield();
     }
     askToEnd();
-    EXPECT_THAT(outcome.get().reply, testing::Optional(HasSubstr("asked to end")));
-    EXPECT_TRUE(progress().ends_with("Installation_Done\n"));
+    EXPECT_TRUE(outcome.get().wasInterrupted);
     waitForEnd();
+    EXPECT_TRUE(progress().ends_with("(the helper was asked to end)\nInstallation_Done\n"));
 }
 
 } // namespace

@@ -1,0 +1,46 @@
+#include "FakeMacOS.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sys/sysctl.h>
+
+namespace {
+
+/// This machine's processes.
+std::vector<kinfo_proc> processes() {
+    std::vector<kinfo_proc> all;
+    for (const auto &entry : std::filesystem::directory_iterator("/proc")) {
+        const std::string number = entry.path().filename();
+        kinfo_proc process{};
+        const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), process.kp_proc.p_pid);
+        std::string stat;
+        if (error == std::errc() && std::getline(std::ifstream(entry.path() / "stat"), stat)) {
+            process.kp_proc.p_stat = stat.find(") Z ") != std::string::npos ? SZOMB : 0;
+            all.push_back(process);
+        }
+    }
+    return all;
+}
+
+} // namespace
+
+extern "C" int sysctl(int *name, unsigned nameLength, void *old, size_t *oldLength, void *, size_t) {
+    if (nameLength != 3 || name[0] != CTL_KERN || name[1] != KERN_PROC || name[2] != KERN_PROC_ALL) {
+        errno = EINVAL;
+        return -1;
+    }
+    const std::vector<kinfo_proc> all = processes();
+    const std::size_t bytes = all.size() * sizeof(kinfo_proc);
+    if (old != nullptr && *oldLength < bytes) {
+        errno = ENOMEM;
+        return -1;
+    }
+    if (old != nullptr) {
+        std::memcpy(old, all.data(), bytes);
+    }
+    *oldLength = bytes;
+    return 0;
+}
