@@ -8,6 +8,14 @@
 
 namespace kyb {
 
+void fillStandardDescriptors() {
+    int file = 0;
+    do {
+        file = open("/dev/null", O_RDWR);
+    } while (file >= 0 && file <= STDERR_FILENO);
+    close(file);
+}
+
 Pipe makePipe() {
     std::array<int, 2> ends{-1, -1};
     if (pipe(ends.data()) != 0) {
@@ -27,7 +35,8 @@ UniqueFd openRegularFile(const std::string &path, int flags, mode_t newFileMode,
     // NB: O_NONBLOCK, so that a FIFO at the path does not hold the caller.
     UniqueFd file(openat(folder, path.c_str(), flags | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, newFileMode));
     struct stat info {};
-    if (file && (fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode))) {
+    const bool isRegular = file && fstat(file.get(), &info) == 0 && S_ISREG(info.st_mode);
+    if (file && (!isRegular || ((flags & O_NOFOLLOW) != 0 && info.st_nlink > 1))) {
         file.reset();
         errno = EINVAL;
     }

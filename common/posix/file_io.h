@@ -14,6 +14,10 @@
 
 namespace kyb {
 
+/// Opens "/dev/null" for each of the descriptors 0, 1 and 2 that is closed, so that nothing else gets its number. First
+/// in a program.
+void fillStandardDescriptors();
+
 struct Pipe {
     UniqueFd reading;
     UniqueFd writing;
@@ -26,8 +30,9 @@ Pipe makePipe();
 void makeNonBlocking(const UniqueFd &fd);
 
 /// Opens the regular file \p path, as openat(\p folder) does with \p flags and the mode of a new file: nothing else (a
-/// FIFO, a device, a folder), without waiting for anybody, and with O_NOFOLLOW not through a link.
-/// \return empty when there is no such file or it cannot be opened; EINVAL: it is not a regular one.
+/// FIFO, a device, a folder), without waiting for anybody, and with O_NOFOLLOW not through a link, be it symbolic or a
+/// further name of a file. \return empty when there is no such file or it cannot be opened; EINVAL: it is not a regular
+/// one.
 UniqueFd openRegularFile(const std::string &path, int flags, mode_t newFileMode = 0, int folder = AT_FDCWD);
 
 inline constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();

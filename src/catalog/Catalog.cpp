@@ -6,6 +6,7 @@
 #include "platform/property_list.h"
 #include "platform/system_log.h"
 #include "platform/system_root.h"
+#include "posix/file_io.h"
 #include "text/format.h"
 #include "text/localized_text.h"
 #include "text/resources.h"
@@ -15,6 +16,12 @@
 #include <QFileInfo>
 
 using kyb::localizedText;
+
+namespace {
+
+constexpr std::size_t kMaxVersionListBytes = std::size_t{16} << 20; // a longer one is none
+
+} // namespace
 
 void KYViewController::initApps() {
     selectedApp = std::make_unique<KYRavexApp>();
@@ -60,11 +67,10 @@ void KYViewController::initAppsDetailsInBackground() {
 }
 
 void KYViewController::getAvailableApplicationVersions() {
-    QFile list(kyb::pathBesideBundle(QStringLiteral("/OSX/macver.list")));
-    if (!list.open(QIODevice::ReadOnly)) {
-        return;
-    }
-    if (const std::optional<QString> version = kyb::availableVersion(list.readAll())) {
+    const QString path = kyb::pathBesideBundle(QStringLiteral("/OSX/macver.list"));
+    const kyb::UniqueFd file = kyb::openRegularFile(QFile::encodeName(path).toStdString(), O_RDONLY);
+    const std::optional<std::string> list = kyb::readAll(file.get(), kMaxVersionListBytes);
+    if (const auto version = list ? kyb::availableVersion(QByteArray::fromStdString(*list)) : std::nullopt) {
         m_availablePackageVersion = version;
     }
 }

@@ -2,6 +2,7 @@
 
 #include "base/threads.h"
 #include "platform/system_root.h"
+#include "posix/file_io.h"
 #include "text/utf8.h"
 
 #include <QFile>
@@ -15,18 +16,19 @@ QString captureFile() {
     return kyb::systemPath(QString::fromLatin1(kCaptureFile));
 }
 
-/// The capture file's text; nothing when it cannot be read or is not UTF-8.
+/// The capture file's text; nothing when it cannot be read, is not UTF-8, or is no file but what others put there.
 std::optional<QString> capturedText() {
-    QFile file(captureFile());
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    return kyb::fromUtf8(file.readAll());
+    const kyb::UniqueFd file =
+        kyb::openRegularFile(QFile::encodeName(captureFile()).toStdString(), O_RDONLY | O_NOFOLLOW);
+    const std::optional<std::string> text = kyb::readAll(file.get(), kyb::kNoLimit);
+    return text ? kyb::fromUtf8(QByteArray::fromStdString(*text)) : std::nullopt;
 }
 
 } // namespace
 
 void KYViewController::startMonitoringLogFile() {
+    // What an earlier run or somebody else has left there may not be ours to truncate.
+    QFile::remove(captureFile());
     // NB: the command begins with a blank.
     const QString command = QStringLiteral(" /usr/bin/tail -n0 -F %1 > %2")
                                 .arg(kyb::systemPath(QStringLiteral("/var/log/install.log")), captureFile());

@@ -3,14 +3,16 @@
 #include "platform/locale_info.h"
 #include "platform/system_log.h"
 #include "platform/system_root.h"
+#include "posix/file_io.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -45,14 +47,23 @@ QByteArray logLine(const QString &message) {
     return line.toUtf8() + '\n';
 }
 
-/// Appends in one write, so that lines of several threads and processes interleave only whole.
-void appendToFile(const QByteArray &path, const QByteArray &line) {
-    const int file = open(path.constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-    if (file < 0) {
-        return;
+/// Opens the file for appending; makes it, open to everybody whatever the umask, when there is none. Everybody may
+/// write to its folder: what is no regular file, or a link, is left alone.
+kyb::UniqueFd openLog(const std::string &path) {
+    constexpr int flags = O_WRONLY | O_APPEND | O_NOFOLLOW;
+    kyb::UniqueFd file = kyb::openRegularFile(path, flags);
+    if (!file && errno == ENOENT) {
+        file = kyb::openRegularFile(path, flags | O_CREAT, 0666);
+        fchmod(file.get(), 0666);
     }
-    [[maybe_unused]] const ssize_t written = write(file, line.constData(), static_cast<size_t>(line.size()));
-    close(file);
+    return file;
+}
+
+/// Appends in one write, so that lines of several threads and processes interleave only whole.
+void appendToFile(const QString &path, const QByteArray &line) {
+    if (const kyb::UniqueFd file = openLog(QFile::encodeName(path).toStdString())) {
+        [[maybe_unused]] const ssize_t written = write(file.get(), line.constData(), static_cast<size_t>(line.size()));
+    }
 }
 
 } // namespace
@@ -83,7 +94,7 @@ void KYViewController::WriteLog(const QString &message) {
         const kyb::MutexLock lock(internalLogMutex_);
         internalLog_ += message + QLatin1Char('\n');
     }
-    appendToFile(QFile::encodeName(kyb::systemPath(QString::fromLatin1(kLogFile))), logLine(message));
+    appendToFile(kyb::systemPath(QString::fromLatin1(kLogFile)), logLine(message));
 }
 
 QString KYViewController::internalLog() const {

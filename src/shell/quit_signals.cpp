@@ -3,12 +3,21 @@
 #include "base/threads.h"
 #include "posix/file_io.h"
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <memory>
+#include <poll.h>
 #include <unistd.h>
 
 namespace kyb {
 namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kAnswerTimeout = 10s;
+constexpr int kAnswerPollMilliseconds = 10;
 
 // NB: numbers, and never closed: a signal may come while static objects are destroyed.
 int signalReader = -1;
@@ -26,15 +35,29 @@ void endBySignal(int signal) {
     std::raise(signal);
 }
 
+/// Puts the question to the main thread. One that does not answer has nothing left that could be disturbed.
+void ask(const std::function<bool()> &mayEnd, int signal) {
+    auto isAnswered = std::make_shared<std::atomic<bool>>(false);
+    onMainThread([mayEnd, signal, isAnswered] {
+        *isAnswered = true;
+        if (mayEnd()) {
+            endBySignal(signal);
+        }
+    });
+    const auto deadline = std::chrono::steady_clock::now() + kAnswerTimeout;
+    while (!*isAnswered) {
+        if (std::chrono::steady_clock::now() >= deadline) {
+            endBySignal(signal);
+        }
+        poll(nullptr, 0, kAnswerPollMilliseconds);
+    }
+}
+
 /// Reads the numbers of the signals that arrive, for as long as the process lives.
 void forwardSignals(const std::function<bool()> &mayEnd) {
     unsigned char signal = 0;
     while (read(signalReader, &signal, 1) == 1 || errno == EINTR) {
-        onMainThread([mayEnd, signal] {
-            if (mayEnd()) {
-                endBySignal(signal);
-            }
-        });
+        ask(mayEnd, signal);
     }
 }
 

@@ -96,6 +96,22 @@ TEST_F(Catalog, AnUnreadableVersionListShowsNull) {
     EXPECT_EQ(screen("packageNameLabel").currentText, QStringLiteral("displayName\n(null)"));
 }
 
+TEST_F(Catalog, AFifoInPlaceOfTheVersionListHoldsNobodyUp) {
+    connectScreens();
+    machine.write(QStringLiteral("/Installer Folder/OSX/Brelund Quorlix Driver.pkg"), "package");
+    const QString list = machine.path(QStringLiteral("/Installer Folder/OSX/macver.list"));
+    ASSERT_EQ(mkfifo(QFile::encodeName(list).constData(), 0600), 0);
+    scan();
+    EXPECT_EQ(screen("packageNameLabel").currentText, QStringLiteral("displayName\n(null)"));
+}
+
+TEST_F(Catalog, AReceiptWithAVersionThatIsNoTextCountsAsInstalled) {
+    putPackage();
+    machine.propertyLists[kReceipt] = QStringLiteral(""); // as the port gives it
+    scan();
+    EXPECT_TRUE(controller->selectedApp->isInstalled);
+}
+
 TEST_F(Catalog, ANewScanKeepsTheVersionThatAnEarlierOneFound) {
     putPackage();
     scan();

@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <sys/stat.h>
 
 namespace {
 
@@ -21,6 +22,26 @@ TEST_F(InstallerLog, CaptureFollowsTheSystemsLogByNameIntoAFreshFile) {
               QStringLiteral("launch /bin/sh [-c] [ /usr/bin/tail -n0 -F %1/var/log/install.log > "
                              "%1/var/tmp/kyb/kyb_install.log]")
                   .arg(machine.root()));
+}
+
+TEST_F(InstallerLog, WhatLiesInTheCapturesPlaceIsTakenAwayFirst) {
+    capture("of an earlier run");
+    controller->startMonitoringLogFile();
+    EXPECT_FALSE(QFileInfo::exists(machine.path(QStringLiteral("/var/tmp/kyb/kyb_install.log"))));
+}
+
+TEST_F(InstallerLog, ACaptureThatIsNoFileReadsAsNull) {
+    const QString place = machine.path(QStringLiteral("/var/tmp/kyb/kyb_install.log"));
+    capture("");
+    QFile::remove(place);
+    machine.write(QStringLiteral("/secret"), "secret");
+    ASSERT_TRUE(QFile::link(machine.path(QStringLiteral("/secret")), place));
+    controller->retrieveInstallationLogFromSystemLogs();
+    EXPECT_TRUE(controller->logFileData.endsWith(QStringLiteral("Installer Logs:\n(null)")));
+    QFile::remove(place);
+    ASSERT_EQ(mkfifo(QFile::encodeName(place).constData(), 0600), 0);
+    controller->retrieveInstallationLogFromSystemLogs();
+    EXPECT_TRUE(controller->logFileData.endsWith(QStringLiteral("Installer Logs:\n(null)")));
 }
 
 TEST_F(InstallerLog, ANewCaptureLeavesTheEarlierOneRunning) {

@@ -144,6 +144,34 @@ TEST_F(WrapperLog, AFolderInPlaceOfTheFileIsPassedOver) {
     EXPECT_EQ(controller->internalLog(), QString::fromUtf8(kBanner));
 }
 
+TEST_F(WrapperLog, AFileMadeAnewCanBeWrittenByTheNextUserWhateverTheUmask) {
+    const mode_t before = umask(077);
+    controller->initLogFile();
+    umask(before);
+    EXPECT_EQ(modeOf(logFile()), 0666U);
+}
+
+TEST_F(WrapperLog, ALinkInPlaceOfTheFileIsPassedOver) {
+    machine.write(QStringLiteral("/secret"), "not a log\n");
+    QDir().mkpath(machine.path(QStringLiteral("/var/tmp/kyb")));
+    const QByteArray secret = QFile::encodeName(machine.path(QStringLiteral("/secret")));
+    const QByteArray log = QFile::encodeName(logFile());
+    for (const auto makeLink : {&symlink, &link}) {
+        ASSERT_EQ(makeLink(secret.constData(), log.constData()), 0);
+        controller->initLogFile();
+        EXPECT_EQ(machine.read(QStringLiteral("/secret")), "not a log\n");
+        EXPECT_EQ(controller->internalLog(), QString::fromUtf8(kBanner));
+        QFile::remove(logFile());
+    }
+}
+
+TEST_F(WrapperLog, AFifoInPlaceOfTheFileHoldsNobodyUp) {
+    QDir().mkpath(machine.path(QStringLiteral("/var/tmp/kyb")));
+    ASSERT_EQ(mkfifo(QFile::encodeName(logFile()).constData(), 0666), 0);
+    controller->initLogFile();
+    EXPECT_EQ(controller->internalLog(), QString::fromUtf8(kBanner));
+}
+
 TEST_F(WrapperLog, LinesOfSeveralThreadsStandWhole) {
     controller->initLogFile();
     constexpr int kThreads = 4;

@@ -78,7 +78,7 @@ TEST_F(SmallPortsOnMac, APropertyListGivesItsValuesAsText) {
     EXPECT_EQ(propertyListValue(path, QStringLiteral("real")), QStringLiteral("1.5"));
     EXPECT_EQ(propertyListValue(path, QStringLiteral("yes")), QStringLiteral("true"));
     EXPECT_EQ(propertyListValue(path, QStringLiteral("no")), QStringLiteral("false"));
-    EXPECT_EQ(propertyListValue(path, QStringLiteral("list")), std::nullopt);
+    EXPECT_EQ(propertyListValue(path, QStringLiteral("list")), QStringLiteral(""));
     EXPECT_EQ(propertyListValue(path, QStringLiteral("missing")), std::nullopt);
 }
 

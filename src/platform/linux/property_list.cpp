@@ -37,7 +37,7 @@ QString textOfReal(plist_t node) {
     return QString::number(value, 'g', QLocale::FloatingPointShortest);
 }
 
-std::optional<QString> textOf(plist_t node) {
+QString textOf(plist_t node) {
     switch (plist_get_node_type(node)) {
     case PLIST_STRING:
         return textOfString(node);
@@ -48,7 +48,7 @@ std::optional<QString> textOf(plist_t node) {
     case PLIST_BOOLEAN:
         return plist_bool_val_is_true(node) != 0 ? QStringLiteral("true") : QStringLiteral("false");
     default:
-        return {};
+        return QStringLiteral("");
     }
 }
 
@@ -62,7 +62,7 @@ std::optional<QString> propertyListValue(const QString &path, const QString &key
         return {};
     }
     plist_t value = plist_dict_get_item(root.get(), key.toUtf8().constData());
-    return value != nullptr ? textOf(value) : std::nullopt;
+    return value != nullptr ? std::optional(textOf(value)) : std::nullopt;
 }
 
 } // namespace kyb

@@ -32,7 +32,7 @@ QString numberText(CFNumberRef number) {
     return QString::number(value);
 }
 
-std::optional<QString> valueText(CFTypeRef value) {
+QString valueText(CFTypeRef value) {
     const CFTypeID type = CFGetTypeID(value);
     if (type == CFStringGetTypeID()) {
         return fromCFString(static_cast<CFStringRef>(value));
@@ -44,7 +44,7 @@ std::optional<QString> valueText(CFTypeRef value) {
     if (type == CFNumberGetTypeID()) {
         return numberText(static_cast<CFNumberRef>(value));
     }
-    return std::nullopt;
+    return QStringLiteral("");
 }
 
 } // namespace
@@ -55,7 +55,7 @@ std::optional<QString> propertyListValue(const QString &path, const QString &key
         return std::nullopt;
     }
     const CFTypeRef value = CFDictionaryGetValue(static_cast<CFDictionaryRef>(list.get()), toCFString(key).get());
-    return value == nullptr ? std::nullopt : valueText(value);
+    return value == nullptr ? std::nullopt : std::optional(valueText(value));
 }
 
 } // namespace kyb

@@ -75,6 +75,29 @@ TEST_F(FileIo, FollowsALinkUnlessToldOtherwise) {
     EXPECT_EQ(refusal(folder() + "/link", O_RDONLY | O_NOFOLLOW), ELOOP);
 }
 
+TEST_F(FileIo, OpensAFurtherNameOfAFileOnlyWhereLinksAreFollowed) {
+    write("text");
+    fs::create_hard_link(path(), folder() + "/name");
+    EXPECT_EQ(refusal(folder() + "/name"), 0);
+    EXPECT_EQ(refusal(folder() + "/name", O_RDONLY | O_NOFOLLOW), EINVAL);
+}
+
+TEST_F(FileIo, FillsTheStandardDescriptorsThatAreClosedAndNoOthers) {
+    const pid_t child = fork();
+    if (child == 0) {
+        const int next = dup(STDIN_FILENO);
+        close(next);
+        close(STDIN_FILENO);
+        close(STDERR_FILENO);
+        fillStandardDescriptors();
+        const bool areOpen = fcntl(STDIN_FILENO, F_GETFD) == 0 && fcntl(STDERR_FILENO, F_GETFD) == 0;
+        _exit(areOpen && fcntl(next, F_GETFD) < 0 ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
 TEST_F(FileIo, ReadsNoMoreThanTheLimit) {
     write("12345");
     EXPECT_EQ(readAll(openRegularFile(path(), O_RDONLY).get(), 5), "12345");
