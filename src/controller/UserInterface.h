@@ -8,6 +8,11 @@ class KYAppDelegate;
 
 namespace kyb {
 
+/// What is said, and the process's exit status, when the screens cannot be shown.
+inline constexpr char kNoScreens[] = "The installer's screens cannot be shown here. To install without them, type: "
+                                     "BrelundQuorlixInstaller -s USER [PUBLIC]";
+inline constexpr int kStatusNoScreens = 3;
+
 /// The screens as the program sees them: the application object of a toolkit, with the controls that the interface
 /// descriptions lay out. It owns its controls, and lives as long as the process. Main thread.
 class UserInterface {

@@ -1,6 +1,7 @@
 #include "base/KYGlobalConstants.h"
 #include "base/threads.h"
 #include "platform/system_root.h"
+#include "posix/file_io.h"
 #include "shell/command_line.h"
 #include "shell/quit_signals.h"
 #include "shell/start_wizard.h"
@@ -11,7 +12,6 @@
 
 namespace {
 
-constexpr int kStatusNoWizard = 1;
 constexpr int kStatusBadRoot = 2;
 
 /// \return whether a request to end the process from outside may take its effect now.
@@ -42,16 +42,20 @@ bool mayEnd(const KYAppDelegate &delegate, KYViewController &controller) {
     kyb::endProcess(status);
 }
 
+[[noreturn]] void failWithoutScreens(const QString &problem) {
+    fail(problem + u'\n' + QLatin1String(kyb::kNoScreens), kyb::kStatusNoScreens);
+}
+
 [[noreturn]] void runWizard(int &argc, char **argv) {
     QString problem;
     const kyb::MakeUserInterface makeInterface = kyb::loadWizardModule(&problem);
     if (makeInterface == nullptr) {
-        fail(problem, kStatusNoWizard);
+        failWithoutScreens(problem);
     }
     kyb::UserInterface &interface = *makeInterface(argc, argv);
     const std::optional<kyb::WizardProgram> program = kyb::startWizard(interface, &problem);
     if (!program) {
-        fail(problem, kStatusNoWizard);
+        failWithoutScreens(problem);
     }
     kyb::askBeforeQuitSignals([&program] { return mayEnd(program->delegate, program->controller); });
     program->controller.awakeFromNib();
@@ -61,6 +65,7 @@ bool mayEnd(const KYAppDelegate &delegate, KYViewController &controller) {
 } // namespace
 
 int main(int argc, char **argv) {
+    kyb::fillStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN); // a reader of the progress lines may go away; the installation goes on
     if (const std::optional<QString> problem = kyb::systemRootProblem()) {
         fail(*problem, kStatusBadRoot);

@@ -1,6 +1,7 @@
 #include "SilentRun.h"
 
 #include <csignal>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -112,6 +113,11 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         ReceiptRow{"Empty", "", false}, ReceiptRow{"Broken", "<plist><dict><key>Pack", false},
         ReceiptRow{"WithoutTheKey", kXmlHead + "<key>Other</key><string>1</string></dict></plist>", false},
+        ReceiptRow{"Date", kXmlHead + "<key>PackageVersion</key><date>2026-01-02T03:04:05Z</date></dict></plist>",
+                   true},
+        ReceiptRow{"Array", kXmlHead + "<key>PackageVersion</key><array/></dict></plist>", true},
+        ReceiptRow{"Dictionary", kXmlHead + "<key>PackageVersion</key><dict/></dict></plist>", true},
+        ReceiptRow{"Data", kXmlHead + "<key>PackageVersion</key><data>AAAA</data></dict></plist>", true},
         ReceiptRow{"Xml", kXmlHead + "<key>PackageVersion</key><string>0.9</string></dict></plist>", true},
         ReceiptRow{"Binary", kBinaryReceipt, true}),
     [](const auto &row) { return row.param.shows; });
@@ -231,6 +237,95 @@ TEST_F(BadInput, ARefusedHelperIsLoggedAndNothingIsInstalled) {
     });
     EXPECT_THAT(process->errors(), HasSubstr("Failed to create AuthorizationRef. Error code: -60005"));
     expectToGoOn(*process);
+}
+
+TEST_F(BadInput, AFifoInEveryPlaceHoldsNobodyUp) {
+    putInstaller();
+    std::filesystem::remove(installerFolder() + "/OSX/macver.list");
+    ASSERT_EQ(mkfifo((installerFolder() + "/OSX/macver.list").c_str(), 0666), 0);
+    std::filesystem::create_directories(root.at("/var/tmp/kyb"));
+    for (const char *place :
+         {"/var/tmp/kyb/BrelundQuorlix.log", "/var/tmp/kyb/kyb_install.log",
+          "/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log", "/var/db/receipts/com.Brelund.QuorlixInstaller.plist"}) {
+        root.write(place, "");
+        root.remove(place);
+        ASSERT_EQ(mkfifo(root.at(place).c_str(), 0666), 0) << place;
+    }
+    EXPECT_EQ(run().status, 0);
+    EXPECT_EQ(root.installedVersion(), "1.0");
+}
+
+TEST_F(BadInput, AProgramWithoutStandardDescriptorsDoesItsWork) {
+    putInstaller();
+    startedBy = {"/bin/sh", "-c", "exec \"$@\" <&- >&- 2>&-", "sh"};
+    EXPECT_EQ(run().status, 0);
+    EXPECT_EQ(root.installedVersion(), "1.0");
+}
+
+TEST_F(BadInput, AQuitSignalEndsAProgramThatDoesNotAnswer) {
+    putInstaller();
+    root.putProgram("/bin/chmod", "#!/bin/sh\nexec >/dev/null 2>&1\nroot=${0%/bin/chmod}\ntouch \"$root/asked\"\n"
+                                  "while [ -e \"$root/asked\" ]; do sleep 0.05; done\n");
+    environment["PATH"] = root.at("/bin:") + environment["PATH"];
+    const auto process = start();
+    waitUntil([this] { return root.exists("/asked"); });
+    process->sendSignal(SIGTERM);
+    waitUntil([&process] { return kyb::test::stateOf(process->id()) == 'Z'; });
+    root.remove("/asked");
+    EXPECT_EQ(process->wait(), -SIGTERM);
+}
+
+TEST_F(BadInput, TheFirstCallersLimitsDoNotBindTheHelper) {
+    putInstaller({"--version", "1.0", "--size", "3000000"});
+    startedBy = {"/bin/sh", "-c", "ulimit -S -f 1000; ulimit -S -n 64; exec \"$@\"", "sh"}; // blocks of 512 bytes
+    EXPECT_EQ(run().status, 0);
+    EXPECT_EQ(root.installedVersion(), "1.0");
+}
+
+/// A start with screens that cannot be shown.
+class WithoutScreens : public BadInput {
+protected:
+    void putModule() const {
+        std::filesystem::create_directory_symlink(KYB_BUNDLE "/Contents/PlugIns", contents() + "/PlugIns");
+    }
+    std::string contents() const { return installerFolder() + "/Brelund Quorlix Installer.app/Contents"; }
+
+    /// \return what is said.
+    std::string refusal(const Words &arguments) const {
+        const Ran outcome = run(arguments);
+        EXPECT_EQ(outcome.status, 3);
+        EXPECT_THAT(outcome.errors, testing::EndsWith("type: BrelundQuorlixInstaller -s USER [PUBLIC]\n"));
+        EXPECT_TRUE(outcome.lines.empty());
+        EXPECT_FALSE(root.exists("/var/tmp/kyb/BrelundQuorlix.log"));
+        return outcome.errors;
+    }
+};
+
+TEST_F(WithoutScreens, WhereThereIsNoDisplayOneLineSaysWhatToType) {
+    putInstaller();
+    putModule();
+    for (const Words &arguments :
+         {Words{}, Words{"-s"}, Words{"--help"}, Words{"--version"}, Words{"x", "-s", "bob"}}) {
+        EXPECT_EQ(std::ranges::count(refusal(arguments), '\n'), 1);
+    }
+    environment["DISPLAY"] = ":4711";
+    EXPECT_EQ(std::ranges::count(refusal({}), '\n'), 1);
+}
+
+TEST_F(WithoutScreens, ABundleWithoutItsModuleSaysSo) {
+    putInstaller();
+    EXPECT_THAT(refusal({}), HasSubstr("The installer's screens cannot be loaded: "));
+}
+
+TEST_F(WithoutScreens, ABrokenInterfaceDescriptionIsNamed) {
+    putInstaller();
+    putModule();
+    const std::string resources = contents() + "/Resources";
+    std::filesystem::remove(resources);
+    std::filesystem::copy(KYB_BUNDLE "/Contents/Resources", resources, std::filesystem::copy_options::recursive);
+    kyb::test::writeText(resources + "/LicenseView.ui", "<ui>");
+    environment["QT_QPA_PLATFORM"] = "offscreen";
+    EXPECT_THAT(refusal({}), HasSubstr("The interface description \"LicenseView.ui\" is broken: "));
 }
 
 struct RootRow {
