@@ -290,6 +290,16 @@ void Installation::registerApplications() const {
 void Installation::finish(Stage &stage) const {
     signals_.check();
     stage.commit();
+    try {
+        tidyUp(stage);
+    } catch (const InstallError &error) { // the software is installed; the next run takes the rest away
+        log_.write(std::string("Something is left behind: ") + error.what());
+    }
+    output_.phase(Phase::Installed);
+    log_.write("The software was successfully installed");
+}
+
+void Installation::tidyUp(Stage &stage) const {
     output_.phase(Phase::Finishing);
     output_.status();
     registerApplications();
@@ -297,8 +307,6 @@ void Installation::finish(Stage &stage) const {
     stage.remove();
     output_.phase(Phase::Optimising);
     syncfs(root_.get());
-    output_.phase(Phase::Installed);
-    log_.write("The software was successfully installed");
 }
 
 } // namespace kyb::macroot

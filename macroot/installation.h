@@ -43,6 +43,7 @@ private:
     void writeReceipts(Stage &stage) const;
     void registerApplications() const;
     void finish(Stage &stage) const;
+    void tidyUp(Stage &stage) const;
 
     PayloadItem receiptItem(const Component &component) const;
     PayloadList::Items allItems() const;

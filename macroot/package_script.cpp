@@ -8,6 +8,7 @@
 #include <chrono>
 #include <optional>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 
 namespace kyb::macroot {
@@ -40,16 +41,20 @@ public:
     void waitAndRead() {
         pollfd waited{pipe_.get(), POLLIN, 0}; // poll() ignores -1, and then only waits
         poll(&waited, 1, static_cast<int>(kPollInterval.count()));
+        if ((waited.revents & POLLIN) == 0 && (waited.revents & POLLHUP) != 0) {
+            pipe_.reset(); // nobody is left who could print
+        }
         readAvailable();
     }
+    /// Reads what is in the pipe now, and no more: a script may leave a process behind that prints without end.
     void readAvailable() {
         std::array<char, 4096> block{};
-        ssize_t got = 0;
-        while (pipe_ && (got = read(pipe_.get(), block.data(), block.size())) > 0) {
+        int left = 0;
+        ioctl(pipe_.get(), FIONREAD, &left);
+        ssize_t got = 1;
+        while (left > 0 && (got = read(pipe_.get(), block.data(), block.size())) > 0) {
             take(std::string_view(block.data(), static_cast<std::size_t>(got)));
-        }
-        if (got == 0) {
-            pipe_ = UniqueFd();
+            left -= static_cast<int>(got);
         }
     }
     void finish() {

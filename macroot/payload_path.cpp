@@ -57,15 +57,11 @@ bool linkStaysBelowRoot(std::string_view linkPath, std::string_view target) {
     if (target.empty() || target.front() == '/') {
         return false;
     }
-    std::size_t depth = pathNames(parentPath(linkPath)).size();
-    for (const std::string_view name : pathNames(target)) {
-        if (name != "..") {
-            ++depth;
-        } else if (depth-- == 0) {
-            return false;
-        }
-    }
-    return true;
+    const std::vector<std::string_view> names = pathNames(target);
+    const auto down = std::ranges::find_if(names, [](std::string_view name) { return name != ".."; });
+    const auto depth = static_cast<std::ptrdiff_t>(pathNames(parentPath(linkPath)).size());
+    // NB: no way up behind a name, which may be another link: it leads up from wherever that one leads.
+    return std::distance(names.begin(), down) <= depth && std::find(down, names.end(), "..") == names.end();
 }
 
 } // namespace kyb::macroot

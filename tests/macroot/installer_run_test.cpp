@@ -231,6 +231,26 @@ TEST(InstallerRun, DoesNotWaitForWhatAScriptLeavesRunning) {
     std::ofstream(root / "gate") << "go\n"; // lets the one left behind end
 }
 
+TEST(InstallerRun, IsNotHeldUpByEndlessOutputOfWhatAScriptLeavesRunning) {
+    const MacRoot root;
+    TestPackage package;
+    package.postinstall = "#!/bin/sh\nyes \"$3\" &\nsleep 0.3\n"; // which ends when nobody reads it any more
+    EXPECT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 0);
+    EXPECT_LT(fs::file_size(root / "var/log/install.log"), 500'000'000U);
+}
+
+TEST(InstallerRun, IsASuccessOnceItIsCommittedAlthoughSomethingIsLeftBehind) {
+    const MacRoot root;
+    TestPackage package;
+    // A process that goes on writing into the scripts' temporary folder keeps it from being removed.
+    package.postinstall = "#!/bin/sh\n(while [ -d \"$3/usr\" ]; do mkdir -p \"$TMPDIR/a/b\"; done) >/dev/null 2>&1 &\n";
+    const std::string file = package.write(root.beside("a.pkg"));
+    const Ran ran = root.install(file);
+    EXPECT_EQ(ran.status, 0) << ran.lastLine();
+    EXPECT_EQ(ran.lastLine(), "installer: The install was successful.");
+    fs::rename(root / "usr", root / "moved"); // ends the process
+}
+
 TEST(InstallerRun, WaitsForAnotherInstallation) {
     const MacRoot root;
     ASSERT_EQ(mkfifo((root / "gate").c_str(), 0600), 0);

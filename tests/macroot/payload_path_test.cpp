@@ -44,12 +44,19 @@ TEST(PayloadPath, TellsWhereALinkLeads) {
         bool staysBelow;
     };
     const Row rows[] = {
-        {"a", "b", true},           {"a/b", "../c", true},
-        {"a/b/c", "../../d", true}, {"a", ".", true},
-        {"a/b", "./../c/..", true}, {"a", "", false},
-        {"a", "/b", false},         {"a", "..", false},
-        {"a/b", "../..", false},    {"a/b", "c/../../..", false},
+        {"a", "b", true},
+        {"a/b", "../c", true},
+        {"a/b/c", "../../d", true},
+        {"a", ".", true},
+        {"a/b", "./../c/..", false},
+        {"a", "", false},
+        {"a", "/b", false},
+        {"a", "..", false},
+        {"a/b", "../..", false},
+        {"a/b", "c/../../..", false},
         {"a", "b/../../c", false},
+        {"a/b/c/up", "../../..", true},
+        {"d", "a/b/c/up/..", false}, // which is above the root, through the link of the row before
     };
     for (const Row &row : rows) {
         EXPECT_EQ(linkStaysBelowRoot(row.path, row.target), row.staysBelow) << row.path << " -> " << row.target;
