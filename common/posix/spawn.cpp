@@ -88,7 +88,7 @@ private:
         sigemptyset(&none);
         posix_spawnattr_setsigdefault(&attributes_, &all);
         posix_spawnattr_setsigmask(&attributes_, &none);
-        posix_spawnattr_setpgroup(&attributes_, 0);
+        posix_spawnattr_setpgroup(&attributes_, options.joinedGroup);
         const int closing = options.descriptors.empty() ? 0 : kCloseOthers;
         const int flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | groupFlag(options.group) | closing;
         posix_spawnattr_setflags(&attributes_, static_cast<short>(flags));

@@ -28,6 +28,9 @@ struct SpawnOptions {
 
     ProcessGroup group = ProcessGroup::Inherited;
 
+    /// Another program's group, in place of the `Own`; 0: a new one.
+    pid_t joinedGroup = 0;
+
     /// This process's own when it is empty.
     std::string workingFolder = {};
 };

@@ -7,8 +7,8 @@
 
 namespace kyb {
 
-/// One program that runs beside this one. Standard input, output and error are inherited. Nothing waits for it, and it
-/// goes on when the object is destroyed.
+/// One program that runs beside this one, at longest until this process ends, be it killed. Standard input, output and
+/// error are inherited. Nothing waits for it, and it goes on when the object is destroyed.
 class ChildTask {
 public:
     /// Does not launch yet.

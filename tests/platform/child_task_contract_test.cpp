@@ -44,6 +44,7 @@ TEST_F(ChildTaskContract, RunsTheProgramWithItsArguments) {
                     QStringLiteral("a b"), QStringLiteral("Grüße \"'$")});
     task.launch();
     EXPECT_EQ(waitForLine(at("out")).toStdString(), "a b|Grüße \"'$\n");
+    task.terminate();
 }
 
 TEST_F(ChildTaskContract, DoesNotLaunchByItself) {
@@ -82,6 +83,27 @@ TEST_F(ChildTaskContract, GoesOnWithoutTheObject) {
     QFile go(at("go"));
     ASSERT_TRUE(go.open(QIODevice::WriteOnly));
     EXPECT_EQ(waitForLine(at("out")).toStdString(), "late\n");
+}
+
+TEST_F(ChildTaskContract, EndsWithTheProcessThatLaunchedItEvenIfThatIsKilled) {
+    const auto task =
+        shell(QStringLiteral("trap 'echo ended >\"%1\"; exit' TERM; echo >'%2'; while :; do sleep 0.01; done")
+                  .arg(at("out"), at("ready")));
+    const pid_t launcher = fork();
+    if (launcher == 0) {
+        task->launch();
+        QFile launched(at("launched"));
+        launched.open(QIODevice::WriteOnly);
+        launched.write("\n");
+        launched.close();
+        pause();
+        _exit(0);
+    }
+    waitForLine(at("ready"));
+    waitForLine(at("launched"));
+    kill(launcher, SIGKILL);
+    EXPECT_EQ(waitForLine(at("out")).toStdString(), "ended\n");
+    waitpid(launcher, nullptr, 0);
 }
 
 TEST_F(ChildTaskContract, FailsSilently) {

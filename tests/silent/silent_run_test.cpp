@@ -5,6 +5,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 using testing::Contains;
 using testing::Each;
 using testing::HasSubstr;
@@ -143,21 +144,33 @@ TEST_F(SilentRun, AReaderOfTheProgressLinesMayGoAway) {
     EXPECT_EQ(finish(*process).status, 0);
 }
 
-/// How many processes but a root folder's helpers have to do with it: they name it in their command lines.
-std::ptrdiff_t processesOf(const kyb::test::RootFolder &root) {
+/// How many processes but a root folder's helpers name \p path, of that folder, in their command lines.
+std::ptrdiff_t processesThatName(const std::string &path, const kyb::test::RootFolder &root) {
     const std::vector<pid_t> helpers = root.helpers();
     return std::count_if(fs::directory_iterator("/proc"), fs::directory_iterator(), [&](const auto &entry) {
         const pid_t process = std::atoi(entry.path().filename().c_str());
         return process > 0 && std::find(helpers.begin(), helpers.end(), process) == helpers.end() &&
-               kyb::test::contentOf(entry.path() / "cmdline").find(root.path()) != std::string::npos;
+               kyb::test::contentOf(entry.path() / "cmdline").find(path) != std::string::npos;
     });
 }
 
 TEST_F(SilentRun, LeavesNoProcessBehindButTheHelper) {
     putInstaller();
     run();
-    waitUntil([this] { return processesOf(root) == 0; });
+    waitUntil([this] { return processesThatName(root.path(), root) == 0; });
     EXPECT_EQ(root.helpers().size(), 1U);
+}
+
+TEST_F(SilentRun, LeavesNoCaptureBehindWhenItIsKilled) {
+    putInstaller();
+    root.putProgram("/usr/sbin/installer", kWaitingInstaller);
+    const auto process = start();
+    const std::string capture = "/bin/sh\0-c\0 /usr/bin/tail -n0 -F "s + root.at("/var/log/install.log");
+    waitUntil([&] { return root.exists("/waiting") && processesThatName("kill 0\0"s + capture, root) == 1; });
+    process->sendSignal(SIGKILL);
+    waitUntil([this] { return processesThatName(root.at("/var/log/install.log"), root) == 0; });
+    EXPECT_EQ(process->wait(), -SIGKILL);
+    root.write("/go", "");
 }
 
 TEST_F(SilentRun, RunsInARowOnALoadedMachineAllEndWell) {

@@ -1,5 +1,6 @@
 #include "platform/child_task.h"
 
+#include "posix/file_io.h"
 #include "posix/spawn.h"
 
 #include <QFile>
@@ -16,6 +17,19 @@ std::vector<std::string> encoded(const QString &launchPath, const QStringList &a
     return texts;
 }
 
+/// Ends the programs of \p group when this process ends, in whatever way: a shell that joins them waits for the end of
+/// a pipe that only this process can write to. Who is killed ends nothing himself, and not every system tells a child.
+void endWithThisProcess(pid_t group, const std::vector<std::string> &program) {
+    Pipe life = makePipe();
+    std::vector<std::string> arguments{"/bin/sh", "-c", "read -r end; kill 0"};
+    arguments.insert(arguments.end(), program.begin(), program.end()); // for whoever looks at the list of processes
+    spawn({.arguments = arguments,
+           .descriptors = {life.reading.get(), kDevNull, kDevNull},
+           .group = ProcessGroup::Own,
+           .joinedGroup = group});
+    [[maybe_unused]] const int neverClosed = life.writing.release();
+}
+
 } // namespace
 
 ChildTask::ChildTask(QString launchPath, QStringList arguments)
@@ -24,10 +38,13 @@ ChildTask::ChildTask(QString launchPath, QStringList arguments)
 ChildTask::~ChildTask() = default;
 
 void ChildTask::launch() {
+    const std::vector<std::string> program = encoded(launchPath_, arguments_);
     // A process group of its own, so that it can be ended with what it has started.
-    const std::optional<pid_t> child =
-        spawn({.arguments = encoded(launchPath_, arguments_), .group = ProcessGroup::Own});
+    const std::optional<pid_t> child = spawn({.arguments = program, .group = ProcessGroup::Own});
     processId_ = child.value_or(0);
+    if (child) { // NB: not before. What follows a log misses what is written until it runs.
+        endWithThisProcess(*child, program);
+    }
 }
 
 void ChildTask::terminate() {
