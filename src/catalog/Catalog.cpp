@@ -30,7 +30,9 @@ void KYViewController::initApps() {
         setDestinationDiskDetails();
     }
     selectedApp->setPkgName(QStringLiteral("/OSX/Brelund Quorlix Driver.pkg"));
-    if (!QFileInfo::exists(kyb::pathBesideBundle(selectedApp->pkgName()))) {
+    const QString package = kyb::pathBesideBundle(selectedApp->pkgName());
+    if (!QFileInfo::exists(package)) {
+        kyb::systemLog(QStringLiteral("There is no package at %1.").arg(package)); // NB: and not in the wrapper log
         showMissingPackage();
         return;
     }

@@ -78,6 +78,10 @@ TEST_F(Catalog, SilentModeWithAMissingPackageKeepsRunning) {
     isSilentInstall = true;
     EXPECT_EQ(runApplication([this] { controller->initApps(); }), std::nullopt);
     EXPECT_TRUE(machine.requests().empty());
+    EXPECT_EQ(machine.systemLog().last(),
+              QStringLiteral("There is no package at %1.")
+                  .arg(machine.path(QStringLiteral("/Installer Folder/OSX/Brelund Quorlix Driver.pkg"))));
+    EXPECT_FALSE(controller->internalLog().contains(QStringLiteral("ackage")));
 }
 
 TEST_F(Catalog, AMissingVersionListShowsNull) {
