@@ -93,6 +93,10 @@ TEST(BundleFiles, TheJobPublishesTheServiceWhichIsNotItsLabel) {
     EXPECT_STRNE(kyb::kHelperLabel, kyb::kHelperServiceName);
 }
 
+TEST(BundleFiles, TheHelpersLogIsKeptWhereOnlyRootCanWrite) {
+    EXPECT_EQ(text(generated("launchd.plist"), "StandardErrorPath"), "/var/log/com.kyb.InstallerHelperTool.log");
+}
+
 TEST(BundleFiles, TheHardenedRuntimeHasNoExceptions) {
     for (const char *name : {"app.entitlements", "helper.entitlements"}) {
         const Plist entitlements = read(std::string(KYB_BUNDLE_SOURCES) + "/" + name);
