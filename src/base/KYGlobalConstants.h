@@ -32,6 +32,9 @@ struct NamedImage {
 
 } // namespace kyb
 
+/// What the process-wide constants and flags below are named after; they are no members of it.
+class KYGlobalConstants {};
+
 // clang-format off
 
 inline constexpr char kPrivateDragObject[]                  = "com.kyb.sourceIconObject"; ///< pasteboard type of the dragged package icon

@@ -40,4 +40,6 @@ private:
     bool passesGates() const;
     void beginDraggingSession(QPoint position);
     QDrag *makeDrag(QPoint position);
+
+    [[maybe_unused]] bool highlight_ = false; ///< nobody reads or writes it: the destination alone is highlighted
 };
