@@ -34,6 +34,7 @@ else()
   install(TARGETS InstallerHelperTool RUNTIME DESTINATION "${bundle_name}/Contents/Library/LaunchServices")
   install(DIRECTORY "${KYB_BUNDLE}/Contents/Resources" DESTINATION "${bundle_name}/Contents")
   install(FILES "${KYB_BUNDLE}/Contents/Info.plist" DESTINATION "${bundle_name}/Contents")
+  install(FILES "${CMAKE_SOURCE_DIR}/cmake/archive-readme.md" DESTINATION . RENAME README.md)
   install(FILES "${CMAKE_BINARY_DIR}/OSX/Brelund Quorlix Driver.pkg" "${CMAKE_BINARY_DIR}/OSX/macver.list"
     DESTINATION OSX)
   install(TARGETS installer PlistBuddy make_package RUNTIME DESTINATION macroot/bin)
