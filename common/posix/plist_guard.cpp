@@ -1,4 +1,4 @@
-#include "channel/plist_guard.h"
+#include "posix/plist_guard.h"
 
 #include <cstddef>
 #include <cstdint>

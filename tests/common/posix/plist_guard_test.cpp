@@ -1,10 +1,6 @@
-#include "channel/plist_guard.h"
-
-#include "platform/property_list.h"
-#include "support/RootFolder.h"
+#include "posix/plist_guard.h"
 
 #include <cstdint>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <plist/plist.h>
 #include <string>
@@ -165,16 +161,6 @@ TEST(PlistGuard, SurvivesEveryFlippedByte) {
                 plist_free(root);
             }
         }
-    }
-}
-
-TEST(PlistGuard, KeepsAHostileFileAway) {
-    const test::RootFolder root;
-    const QString path = QString::fromStdString(root.at("/list"));
-    const std::string files[] = {nestedList(100'000), nestedXml(1'000'000), std::string(17 << 20, ' ') + nestedXml(0)};
-    for (const std::string &content : files) {
-        std::ofstream(root.at("/list"), std::ios::binary) << content;
-        EXPECT_FALSE(propertyListValue(path, QStringLiteral("x")));
     }
 }
 
