@@ -4,12 +4,12 @@
 #include "posix/file_io.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <sys/stat.h>
 #include <system_error>
@@ -19,6 +19,8 @@ namespace {
 
 using namespace kyb;
 using namespace kyb::macroot;
+
+constexpr std::size_t kMaxFileBytes = std::size_t{16} << 20; // no system's property list is as long
 
 struct Arguments {
     std::vector<std::string> commands;
@@ -53,13 +55,12 @@ void show(const PlistEditor::Outcome &outcome) {
 
 // A file that is not there is an empty dictionary; nothing for one that cannot be read.
 std::optional<std::string> textOf(const std::string &file) {
-    if (!std::filesystem::exists(file)) {
+    const UniqueFd opened = openRegularFile(file, O_RDONLY);
+    if (!opened && errno == ENOENT) {
         std::printf("File Doesn't Exist, Will Create: %s\n", file.c_str());
         return plistToText(Plist(plist_new_dict()).get(), PlistFormat::Xml);
     }
-    std::ifstream stream(file, std::ios::binary);
-    const std::string text((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
-    return stream.bad() || text.empty() ? std::nullopt : std::optional(text);
+    return readAll(opened.get(), kMaxFileBytes);
 }
 
 mode_t newFileMode() {
@@ -89,7 +90,11 @@ int runCommands(const Arguments &arguments) {
     PlistEditor editor(std::move(root));
     bool allSucceeded = true;
     const auto save = [&] {
-        replaceText(arguments.file, plistToText(editor.root(), plistFormatOf(*text)));
+        const std::string changed = plistToText(editor.root(), plistFormatOf(*text));
+        if (changed.empty()) {
+            throw std::runtime_error(arguments.file + ": nested too deep, or with text that XML cannot hold");
+        }
+        replaceText(arguments.file, changed);
         editor.markSaved();
     };
     for (const std::string &command : arguments.commands) {
@@ -116,7 +121,7 @@ int main(int argc, char **argv) {
     }
     try {
         return runCommands(*arguments);
-    } catch (const std::system_error &error) {
+    } catch (const std::runtime_error &error) {
         return refuse(std::string("Error Writing File: ") + error.what());
     }
 }

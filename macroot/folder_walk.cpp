@@ -6,6 +6,7 @@
 
 #include <dirent.h>
 #include <memory>
+#include <vector>
 
 namespace kyb::macroot {
 namespace {
@@ -48,28 +49,75 @@ UniqueFd walk(int base, std::string_view path, Missing missing) {
     return folder;
 }
 
-void removeEntry(int folder, const std::string &name);
-
-void emptyFolder(int folder) {
+std::vector<std::string> namesIn(int folder) {
     const int listed = duplicate(folder).release();
     const std::unique_ptr<DIR, int (*)(DIR *)> listing(fdopendir(listed), closedir);
     if (!listing) {
         close(listed);
         throwLastError("folder");
     }
+    std::vector<std::string> names;
     while (const dirent *entry = readdir(listing.get())) {
-        const std::string name(entry->d_name);
-        if (name != "." && name != "..") {
-            removeEntry(folder, name);
+        if (const std::string name(entry->d_name); name != "." && name != "..") {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
+/// Whether a file, a link or an empty folder is gone now.
+bool removeSimple(int folder, const std::string &name) {
+    return unlinkat(folder, name.c_str(), 0) == 0 || errno == ENOENT ||
+           unlinkat(folder, name.c_str(), AT_REMOVEDIR) == 0;
+}
+
+UniqueFd openToEmpty(int folder, const std::string &name) {
+    fchmodat(folder, name.c_str(), 0700, AT_SYMLINK_NOFOLLOW); // a script may have left it closed
+    return UniqueFd(openat(folder, name.c_str(), kFolderFlags));
+}
+
+/// Moves the folder \p name to \p top, under the first free number from \p number on.
+void moveUp(int from, const std::string &name, int top, std::size_t &number) {
+    fchmodat(from, name.c_str(), 0700, AT_SYMLINK_NOFOLLOW); // its ".." is going to be written
+    while (renameat(from, name.c_str(), top, std::to_string(number++).c_str()) != 0) {
+        if (errno != EEXIST && errno != ENOTEMPTY && errno != ENOTDIR) {
+            throwLastError("cannot remove " + name);
+        }
+    }
+}
+
+/// Removes \p name from \p top; folders in it are moved up and wait there for their turn.
+void removeOneLevel(int top, const std::string &name, std::size_t &number) {
+    if (removeSimple(top, name)) {
+        return;
+    }
+    if (const UniqueFd below = openToEmpty(top, name); below) {
+        for (const std::string &inside : namesIn(below.get())) {
+            if (!removeSimple(below.get(), inside)) {
+                moveUp(below.get(), inside, top, number);
+            }
+        }
+    }
+    if (unlinkat(top, name.c_str(), AT_REMOVEDIR) != 0) {
+        throwLastError("cannot remove " + name);
+    }
+}
+
+// NB: not by recursion, and not with a descriptor for each level: a script may leave any depth behind.
+void emptyFolder(int folder) {
+    for (std::size_t number = 0, before = 1; number != before;) {
+        before = number;
+        for (const std::string &name : namesIn(folder)) {
+            removeOneLevel(folder, name, number);
         }
     }
 }
 
 void removeEntry(int folder, const std::string &name) {
-    if (unlinkat(folder, name.c_str(), 0) == 0 || errno == ENOENT) {
+    if (removeSimple(folder, name)) {
         return;
     }
-    if (const UniqueFd below(openat(folder, name.c_str(), kFolderFlags)); below) {
+    if (const UniqueFd below = openToEmpty(folder, name); below) {
         emptyFolder(below.get());
     }
     if (unlinkat(folder, name.c_str(), AT_REMOVEDIR) != 0) {
@@ -171,14 +219,14 @@ void writeFileBelow(int base, std::string_view path, std::string_view text, mode
 
 std::optional<std::string> readFileBelow(int base, std::string_view path) {
     const UniqueFd folder = openFolderBelow(base, parentPath(path));
-    const UniqueFd file = openRegularFile(std::string(leafName(path)), O_RDONLY | O_NOFOLLOW, 0, folder.get());
-    if (!file && errno == EINVAL) { // something else lies there
-        throwLastError(shownPath(path));
-    }
-    if (!file) {
+    if (!folder) {
         return std::nullopt;
     }
-    std::optional<std::string> text = readAll(file.get(), kNoLimit);
+    const UniqueFd file = openRegularFile(std::string(leafName(path)), O_RDONLY | O_NOFOLLOW, 0, folder.get());
+    if (!file && errno == ENOENT) {
+        return std::nullopt;
+    }
+    std::optional<std::string> text = file ? readAll(file.get(), kNoLimit) : std::nullopt;
     if (!text) {
         throwLastError(shownPath(path));
     }

@@ -29,7 +29,7 @@ void removeBelow(int base, std::string_view path);
 void removeFileBelow(int base, std::string_view path);
 void removeEmptyFolderBelow(int base, std::string_view path);
 
-/// Moves a file or link; what stood at \p to is replaced in one step.
+/// Moves a file, link or folder; what stood at \p to is replaced in one step.
 void moveBelow(int fromBase, std::string_view from, int toBase, std::string_view to);
 
 /// Gives the file or link at \p from a second name; an earlier file at \p to is an error.

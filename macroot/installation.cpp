@@ -292,7 +292,7 @@ void Installation::finish(Stage &stage) const {
     stage.commit();
     try {
         tidyUp(stage);
-    } catch (const InstallError &error) { // the software is installed; the next run takes the rest away
+    } catch (const std::exception &error) { // the software is installed; the next run takes the rest away
         log_.write(std::string("Something is left behind: ") + error.what());
     }
     output_.phase(Phase::Installed);

@@ -1,4 +1,4 @@
-// make_package OUT --version V [--size BYTES] [--fail preinstall|postinstall|payload] [--name NAME]
+// make_package OUT --version V [--size BYTES] [--files COUNT] [--fail preinstall|postinstall|payload] [--name NAME]
 //
 // Makes the sample driver package out of the folder "package" beside this program.
 
@@ -22,6 +22,7 @@ using kyb::UniqueFd;
 using namespace kyb::macroot;
 
 constexpr std::string_view kIdentifier = "com.Brelund.QuorlixInstaller";
+constexpr std::int64_t kExtraFileBytes = 700;
 constexpr std::string_view kResourcesFolder = "./Library/Printers/BrelundQuorlix/Resources/";
 
 struct Order {
@@ -30,6 +31,9 @@ struct Order {
     std::string name = "Brelund Quorlix Driver";
     std::string failing; ///< "preinstall", "postinstall", "payload" or ""
     std::int64_t extraBytes = 0;
+    std::int64_t extraFiles = 0;
+
+    std::int64_t addedBytes() const { return extraBytes + extraFiles * kExtraFileBytes; }
 };
 
 bool isNumber(const std::string &text, std::int64_t &number) {
@@ -44,6 +48,9 @@ bool takeOption(Order &order, const std::string &option, const std::string &valu
     }
     if (option == "--size") {
         return isNumber(value, order.extraBytes);
+    }
+    if (option == "--files") {
+        return isNumber(value, order.extraFiles);
     }
     order.failing = value;
     return option == "--fail" && (value == "preinstall" || value == "postinstall" || value == "payload");
@@ -85,6 +92,9 @@ UniqueFd makePayload(const std::filesystem::path &sources, const Order &order) {
     if (order.extraBytes > 0) {
         payload.addRandomFile(std::string(kResourcesFolder) + "halftones.bin", order.extraBytes);
     }
+    for (std::int64_t number = 1; number <= order.extraFiles; ++number) {
+        payload.addRandomFile(std::string(kResourcesFolder) + "Halftones/" + std::to_string(number), kExtraFileBytes);
+    }
     UniqueFd file = payload.finish();
     struct stat found = {};
     if (order.failing == "payload" &&
@@ -101,7 +111,7 @@ void makePackage(const std::filesystem::path &sources, const Order &order) {
     writeFlatPackage(order.file,
                      {
                          {"Distribution", distributionText(order.name, kIdentifier, order.version, component)},
-                         {component + "/PackageInfo", packageInfoText(kIdentifier, order.version, order.extraBytes)},
+                         {component + "/PackageInfo", packageInfoText(kIdentifier, order.version, order.addedBytes())},
                          {component + "/Scripts", "", scripts.get()},
                          {component + "/Payload", "", payload.get()},
                      });
@@ -113,8 +123,8 @@ int main(int argc, char **argv) {
     std::setlocale(LC_CTYPE, "C.UTF-8"); // libarchive takes names in this character set
     const std::optional<Order> order = parseOrder({argv, static_cast<std::size_t>(argc)});
     if (!order) {
-        std::fputs("Usage: make_package OUT --version V [--size BYTES] [--fail preinstall|postinstall|payload] "
-                   "[--name NAME]\n",
+        std::fputs("Usage: make_package OUT --version V [--size BYTES] [--files COUNT] "
+                   "[--fail preinstall|postinstall|payload] [--name NAME]\n",
                    stderr);
         return 1;
     }

@@ -59,7 +59,7 @@ public:
     }
     void finish() {
         if (!line_.empty()) {
-            output_(std::exchange(line_, {}));
+            give();
         }
     }
 
@@ -67,16 +67,25 @@ private:
     void take(std::string_view text) {
         for (const char c : text) {
             if (c == '\n' || line_.size() == kLongestLine) {
-                output_(std::exchange(line_, {}));
+                give();
             }
             line_.append(c == '\n' ? 0 : 1, c);
         }
+    }
+    /// A script that prints without end must not fill the disk.
+    void give() {
+        if (lines_ <= kMaxScriptLines) {
+            output_(lines_ < kMaxScriptLines ? line_ : "(The rest of what it prints is left out.)");
+            ++lines_;
+        }
+        line_.clear();
     }
 
     static constexpr std::size_t kLongestLine = 4096;
     UniqueFd pipe_;
     const ScriptOutput &output_;
     std::string line_;
+    int lines_ = 0;
 };
 
 std::optional<int> endOf(pid_t process) {
@@ -84,14 +93,21 @@ std::optional<int> endOf(pid_t process) {
     return waitpid(process, &status, WNOHANG) == process ? std::optional(status) : std::nullopt;
 }
 
-void endProcessGroup(pid_t process) {
+/// Ends the script, and then what is left of its group: the grace is for all of them.
+void endProcessGroup(pid_t process, LineReader &lines) {
     const auto deadline = std::chrono::steady_clock::now() + kGraceBeforeKill;
+    bool isRunning = true;
     kill(-process, SIGTERM);
-    while (!endOf(process)) {
-        if (std::chrono::steady_clock::now() > deadline) {
+    while (isRunning || kill(-process, 0) == 0) {
+        const bool isLate = std::chrono::steady_clock::now() > deadline;
+        if (isLate) {
             kill(-process, SIGKILL);
         }
-        poll(nullptr, 0, static_cast<int>(kPollInterval.count()));
+        isRunning = isRunning && !endOf(process);
+        if (isLate && !isRunning) {
+            return;
+        }
+        lines.waitAndRead();
     }
 }
 
@@ -99,7 +115,7 @@ int waitForEnd(pid_t process, const SignalWatch &signals, LineReader &lines) {
     std::optional<int> status;
     while (!(status = endOf(process))) {
         if (signals.ending()) {
-            endProcessGroup(process);
+            endProcessGroup(process, lines);
             signals.check();
         }
         lines.waitAndRead();

@@ -18,11 +18,14 @@ struct PackageScript {
     std::string workingFolder;
 };
 
+/// So many lines of a script's output are given, and one more that says that there were others.
+inline constexpr int kMaxScriptLines = 10'000;
+
 using ScriptOutput = std::function<void(std::string_view line)>;
 
-/// Runs the script, gives each line of its output (both streams), and waits for its end. What the script leaves running
+/// Runs the script, gives the lines of its output (both streams), and waits for its end. What the script leaves running
 /// behind is not waited for. Throws InstallError when it cannot be started, fails, or \p signals ends the
-/// installation, which ends the script first.
+/// installation, which ends the script's process group first.
 void runPackageScript(const PackageScript &script, const SignalWatch &signals, const ScriptOutput &output);
 
 } // namespace kyb::macroot

@@ -172,8 +172,8 @@ void PayloadWriter::addRandomFile(const std::string &path, std::int64_t sizeByte
     std::mt19937_64 random; // NOLINT: the same bytes each time are what is wanted
     std::array<std::uint64_t, kBlockBytes / sizeof(std::uint64_t)> block{};
     for (std::int64_t left = sizeBytes; left > 0; left -= static_cast<std::int64_t>(kBlockBytes)) {
-        std::ranges::generate(block, std::ref(random));
         const auto length = static_cast<std::size_t>(std::min(left, static_cast<std::int64_t>(kBlockBytes)));
+        std::generate_n(block.begin(), (length + sizeof(std::uint64_t) - 1) / sizeof(std::uint64_t), std::ref(random));
         write({reinterpret_cast<const char *>(block.data()), length});
     }
 }

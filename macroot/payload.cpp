@@ -44,7 +44,7 @@ PayloadItem itemOf(archive_entry *entry) {
     item.path = entryPath(entry);
     item.kind = kindOf(entry, item.path);
     item.mode = archive_entry_perm(entry);
-    item.sizeBytes = item.kind == Kind::File ? archive_entry_size(entry) : 0;
+    item.sizeBytes = item.kind == Kind::File || item.kind == Kind::HardLink ? archive_entry_size(entry) : 0;
     item.modified = archive_entry_mtime(entry);
     item.linkTarget = linkText(entry, item.kind);
     return item;
@@ -191,13 +191,16 @@ void PayloadList::checkLink(const PayloadItem &item) const {
         if (target == items_.end() || target->second.kind != Kind::File) {
             throw InstallError("The payload holds a hard link to no file of it: " + shownPath(item.path));
         }
+        if (item.sizeBytes != 0 && item.sizeBytes != target->second.sizeBytes) { // which would be lost
+            throw InstallError("The payload holds a hard link with another content: " + shownPath(item.path));
+        }
     }
 }
 
 std::int64_t PayloadList::totalBytes() const {
     std::int64_t total = 0;
     for (const auto &[path, item] : items_) {
-        total += item.sizeBytes;
+        total += item.kind == Kind::File ? item.sizeBytes : 0;
     }
     return total;
 }

@@ -18,7 +18,7 @@ struct PayloadItem {
     Kind kind = Kind::Folder;
     std::string path; ///< in an archive: as it stands there; in a PayloadList: below the root
     mode_t mode = 0755;
-    std::int64_t sizeBytes = 0;
+    std::int64_t sizeBytes = 0; ///< of a hard link: what it carries once more
     std::time_t modified = 0;
     std::string linkTarget;
 };

@@ -1,6 +1,7 @@
 #include "payload_path.h"
 
 #include <algorithm>
+#include <climits>
 
 namespace kyb::macroot {
 
@@ -24,7 +25,7 @@ std::optional<std::string> payloadPath(std::string_view raw) {
     }
     std::string path;
     for (const std::string_view name : pathNames(raw)) {
-        if (name == "..") {
+        if (name == ".." || name.size() > NAME_MAX) {
             return std::nullopt;
         }
         path = joinedPath(path, name);
@@ -54,7 +55,7 @@ std::string shownPath(std::string_view path) {
 }
 
 bool linkStaysBelowRoot(std::string_view linkPath, std::string_view target) {
-    if (target.empty() || target.front() == '/') {
+    if (target.empty() || target.front() == '/' || target.size() > kLongestPayloadPath) {
         return false;
     }
     const std::vector<std::string_view> names = pathNames(target);

@@ -14,7 +14,8 @@ inline constexpr std::size_t kLongestPayloadPath = 1023;
 std::vector<std::string_view> pathNames(std::string_view path);
 
 /// A path of an archive in the one form that is used from here on: relative, without "." and doubled slashes, "" for
-/// the root itself. Nothing for a path that could lead out of the root (absolute, with "..") or that is too long.
+/// the root itself. Nothing for a path that could lead out of the root (absolute, with "..") or that is too long, as a
+/// whole or in one name.
 std::optional<std::string> payloadPath(std::string_view raw);
 
 /// The folder that holds \p path; "" for a path of one name.
@@ -29,7 +30,8 @@ std::string joinedPath(std::string_view folder, std::string_view path);
 /// A path below the root as messages show it: with a slash in front.
 std::string shownPath(std::string_view path);
 
-/// Whether a symbolic link at \p linkPath with the text \p target points to something below the root.
+/// Whether a symbolic link at \p linkPath with the text \p target, no longer than a path, points to something below the
+/// root.
 /// \p linkPath is in the form that payloadPath() gives.
 bool linkStaysBelowRoot(std::string_view linkPath, std::string_view target);
 

@@ -147,45 +147,19 @@ std::string printedScalar(plist_t node) {
     }
 }
 
-std::string printedAt(plist_t node, std::size_t columns);
-
-std::string printedDict(plist_t node, std::size_t columns) {
-    std::string text = "Dict {\n";
-    plist_dict_iter iterator = nullptr;
-    plist_dict_new_iter(node, &iterator);
-    for (;;) {
-        char *key = nullptr;
-        plist_t value = nullptr;
-        plist_dict_next_item(node, iterator, &key, &value);
-        if (value == nullptr) {
-            break;
-        }
-        text.append(columns + kIndentColumns, ' ');
-        text.append(key).append(" = ").append(printedAt(value, columns + kIndentColumns)).append("\n");
-        std::free(key); // NOLINT: libplist gives memory of malloc()
+void appendPrinted(std::string &text, plist_t node, std::size_t columns) {
+    if (!isContainer(node)) {
+        text += printedScalar(node);
+        return;
     }
-    std::free(iterator); // NOLINT
-    return text.append(columns, ' ') + "}";
-}
-
-std::string printedArray(plist_t node, std::size_t columns) {
-    std::string text = "Array {\n";
-    for (std::uint32_t i = 0; i < plist_array_get_size(node); ++i) {
-        text.append(columns + kIndentColumns, ' ');
-        text.append(printedAt(plist_array_get_item(node, i), columns + kIndentColumns)).append("\n");
-    }
-    return text.append(columns, ' ') + "}";
-}
-
-std::string printedAt(plist_t node, std::size_t columns) {
-    switch (plist_get_node_type(node)) {
-    case PLIST_DICT:
-        return printedDict(node, columns);
-    case PLIST_ARRAY:
-        return printedArray(node, columns);
-    default:
-        return printedScalar(node);
-    }
+    const bool isDict = plist_get_node_type(node) == PLIST_DICT;
+    text += isDict ? "Dict {\n" : "Array {\n";
+    eachChild(node, [&](std::string_view key, plist_t child) {
+        text.append(columns + kIndentColumns, ' ').append(key).append(isDict ? " = " : "");
+        appendPrinted(text, child, columns + kIndentColumns);
+        text += '\n';
+    });
+    text.append(columns, ' ') += '}';
 }
 
 /// Gives an existing node the value of another one of the same type.
@@ -214,7 +188,9 @@ std::vector<std::string> entryNames(std::string_view entry) {
 }
 
 std::string printedNode(plist_t node) {
-    return printedAt(node, 0);
+    std::string text;
+    appendPrinted(text, node, 0);
+    return text;
 }
 
 Outcome PlistEditor::run(std::string_view text) {
@@ -252,11 +228,15 @@ Outcome PlistEditor::set(const PlistCommand &command) {
         return failure(command.name + ": Cannot Perform Set On Containers");
     }
     std::string problem;
-    const Plist value = nodeFromText(typeName(node), command.arguments, problem);
+    Plist value = nodeFromText(typeName(node), command.arguments, problem);
     if (!value) {
         return failure(problem);
     }
-    assign(node, value.get());
+    if (node == root_.get()) {
+        root_ = std::move(value);
+    } else {
+        assign(node, value.get());
+    }
     changed_ = true;
     return {};
 }
@@ -276,6 +256,9 @@ Outcome PlistEditor::add(const PlistCommand &command) {
     Plist value = nodeFromText(lowered(typed.entry), typed.arguments, problem);
     if (!value) {
         return failure(problem);
+    }
+    if (!isListText(name)) {
+        return failure("Unrecognized Key Format: Control Characters or No UTF-8");
     }
     if (container == nullptr || !isContainer(container) || !insertChild(container, name, value)) {
         return failure(command.name + ": Can't Add Entry, \"" + withColon(command.entry) + "\", to Parent");

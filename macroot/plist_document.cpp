@@ -1,12 +1,92 @@
 #include "plist_document.h"
 
+#include "posix/plist_guard.h"
+
+#include <bit>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <optional>
 
 namespace kyb::macroot {
 namespace {
 
 constexpr std::string_view kBinaryMagic = "bplist00";
 constexpr std::int64_t kSecondsFrom1970To2001 = 978307200;
+constexpr int kMaxDepth = 64; // as a binary list may have, see isSafeForLibplist()
+
+struct CFree {
+    void operator()(void *memory) const { std::free(memory); }
+};
+
+/// Takes a character off the front of UTF-8; nothing for what is none.
+std::optional<char32_t> takeCharacter(std::string_view &text) {
+    const auto first = static_cast<unsigned char>(text.front());
+    const auto ones = static_cast<std::size_t>(std::countl_one(first));
+    const std::size_t length = ones == 0 ? 1 : ones;
+    if (ones == 1 || ones > 4 || text.size() < length) {
+        return {};
+    }
+    char32_t character = first & (0x7FU >> ones);
+    for (const char next : text.substr(1, length - 1)) {
+        if ((static_cast<unsigned char>(next) & 0xC0U) != 0x80) {
+            return {};
+        }
+        character = character << 6 | (static_cast<unsigned char>(next) & 0x3FU);
+    }
+    text.remove_prefix(length);
+    constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000}; // by length: no character has two spellings
+    return character >= smallest[length] ? std::optional(character) : std::nullopt;
+}
+
+bool isXmlCharacter(char32_t c) {
+    const bool isControl = c < 0x20 && c != '\t' && c != '\n' && c != '\r';
+    const bool isSurrogate = c >= 0xD800 && c <= 0xDFFF;
+    return !isControl && !isSurrogate && c != 0xFFFE && c != 0xFFFF && c <= 0x10FFFF;
+}
+
+void eachItem(plist_t array, const ChildUse &use) {
+    plist_array_iter place = nullptr;
+    plist_array_new_iter(array, &place);
+    const std::unique_ptr<void, CFree> placeOwner(place);
+    plist_t item = nullptr;
+    for (plist_array_next_item(array, place, &item); item != nullptr; plist_array_next_item(array, place, &item)) {
+        use({}, item);
+    }
+}
+
+void eachEntry(plist_t dictionary, const ChildUse &use) {
+    plist_dict_iter place = nullptr;
+    plist_dict_new_iter(dictionary, &place);
+    const std::unique_ptr<void, CFree> placeOwner(place);
+    for (;;) {
+        char *key = nullptr;
+        plist_t value = nullptr;
+        plist_dict_next_item(dictionary, place, &key, &value);
+        const std::unique_ptr<char, CFree> keyOwner(key);
+        if (value == nullptr) {
+            return;
+        }
+        use(key, value);
+    }
+}
+
+bool isShallow(plist_t node, int levels) {
+    bool shallow = levels >= 0;
+    if (shallow) {
+        eachChild(node, [&](std::string_view, plist_t child) { shallow = shallow && isShallow(child, levels - 1); });
+    }
+    return shallow;
+}
+
+std::string written(plist_t root, PlistFormat format) {
+    const bool binary = format == PlistFormat::Binary;
+    char *bytes = nullptr;
+    std::uint32_t length = 0;
+    (binary ? plist_to_bin : plist_to_xml)(root, &bytes, &length);
+    const std::unique_ptr<char, CFree> owner(bytes);
+    return bytes != nullptr ? std::string(bytes, length) : std::string();
+}
 
 } // namespace
 
@@ -15,20 +95,37 @@ PlistFormat plistFormatOf(std::string_view text) {
 }
 
 Plist plistFromText(std::string_view text) {
-    const auto read = plistFormatOf(text) == PlistFormat::Binary ? plist_from_bin : plist_from_xml;
+    const bool binary = plistFormatOf(text) == PlistFormat::Binary;
     plist_t root = nullptr;
-    read(text.data(), static_cast<std::uint32_t>(text.size()), &root);
-    return Plist(root);
+    if (isSafeForLibplist(text) && (binary || isXmlText(text))) {
+        (binary ? plist_from_bin : plist_from_xml)(text.data(), static_cast<std::uint32_t>(text.size()), &root);
+    }
+    Plist list(root);
+    return isShallow(root, kMaxDepth) ? std::move(list) : Plist();
 }
 
 std::string plistToText(plist_t root, PlistFormat format) {
-    const bool binary = format == PlistFormat::Binary;
-    char *bytes = nullptr;
-    std::uint32_t length = 0;
-    (binary ? plist_to_bin : plist_to_xml)(root, &bytes, &length);
-    std::string text = bytes != nullptr ? std::string(bytes, length) : std::string();
-    (binary ? plist_to_bin_free : plist_to_xml_free)(bytes);
-    return text;
+    std::string text = written(root, format);
+    const Plist again = plistFromText(text);
+    return again && written(again.get(), PlistFormat::Binary) == written(root, PlistFormat::Binary) ? text : "";
+}
+
+bool isXmlText(std::string_view text) {
+    while (!text.empty()) {
+        const std::optional<char32_t> character = takeCharacter(text);
+        if (!character || !isXmlCharacter(*character)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void eachChild(plist_t node, const ChildUse &use) {
+    if (plist_get_node_type(node) == PLIST_ARRAY) {
+        eachItem(node, use);
+    } else if (plist_get_node_type(node) == PLIST_DICT) {
+        eachEntry(node, use);
+    }
 }
 
 plist_t newDateNode(std::int64_t unixSeconds) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <ctime>
 #include <optional>
 
@@ -15,7 +16,7 @@ constexpr const char *kPrintedDateFormat = "%a %b %d %H:%M:%S UTC %Y";
 constexpr const char *kWrittenDateFormat = "%Y-%m-%dT%H:%M:%SZ";
 
 plist_t stringNode(const std::string &text) {
-    return plist_new_string(text.c_str());
+    return isListText(text) ? plist_new_string(text.c_str()) : nullptr;
 }
 
 plist_t dataNode(const std::string &text) {
@@ -42,7 +43,7 @@ plist_t integerNode(const std::string &text) {
 
 plist_t realNode(const std::string &text) {
     const auto value = numberFromText<double>(text);
-    return value ? plist_new_real(*value) : nullptr;
+    return value && std::isfinite(*value) ? plist_new_real(*value) : nullptr;
 }
 
 plist_t dateNode(const std::string &text) {
@@ -50,7 +51,8 @@ plist_t dateNode(const std::string &text) {
         std::tm parts = {};
         const char *const end = strptime(text.c_str(), format, &parts);
         if (end != nullptr && *end == '\0') {
-            return newDateNode(timegm(&parts));
+            Plist node(newDateNode(timegm(&parts)));
+            return unixSecondsOf(node.get()) == timegm(&parts) ? node.release() : nullptr;
         }
     }
     return nullptr;
@@ -72,7 +74,7 @@ struct TypeRow {
 };
 
 constexpr auto kTypeRows = std::to_array<TypeRow>({
-    {"string", PLIST_STRING, stringNode, ""},
+    {"string", PLIST_STRING, stringNode, "Unrecognized String Format: Control Characters or No UTF-8"},
     {"bool", PLIST_BOOLEAN, boolNode, "Unrecognized Boolean Format"},
     {"integer", PLIST_UINT, integerNode, "Unrecognized Integer Format"},
     {"real", PLIST_REAL, realNode, "Unrecognized Real Format"},
@@ -90,6 +92,11 @@ std::string dateText(std::int64_t unixSeconds) {
     std::array<char, 40> text{};
     gmtime_r(&when, &parts);
     return {text.data(), std::strftime(text.data(), text.size(), kPrintedDateFormat, &parts)};
+}
+
+// NB: XML's readers make a line feed of a carriage return.
+bool isListText(std::string_view text) {
+    return isXmlText(text) && text.find('\r') == std::string_view::npos;
 }
 
 Plist nodeFromText(std::string_view type, const std::string &text, std::string &problem) {

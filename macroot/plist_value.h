@@ -16,6 +16,9 @@ std::string dateText(std::int64_t unixSeconds);
 /// problem.
 Plist nodeFromText(std::string_view type, const std::string &text, std::string &problem);
 
+/// Whether a property list of any format can hold the text and gives it back as it is.
+bool isListText(std::string_view text);
+
 /// The name of a node's type, as nodeFromText() takes it; "" for one that has none.
 std::string_view typeName(plist_t node);
 

@@ -6,6 +6,7 @@
 #include "texts.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -25,6 +26,7 @@ constexpr std::string_view kUnfinishedPlanName = "plan.new";
 constexpr std::string_view kFilesName = "files";
 constexpr std::string_view kSavedName = "saved";
 constexpr std::string_view kLockPath = "var/run/installer.lock";
+constexpr std::array kOwnPlaces{Stage::kFolder, Stage::kTrash, kLockPath};
 
 std::vector<std::string> readPlan(int stage) {
     std::vector<std::string> records = splitText(readFileBelow(stage, kPlanName).value_or(""), '\0');
@@ -60,9 +62,26 @@ void rollAllBack(int root, int stage) {
     std::for_each(records.rbegin(), records.rend(), [=](const std::string &record) { rollBack(root, stage, record); });
 }
 
+bool isOwnPlace(const std::string &path) {
+    return std::ranges::any_of(kOwnPlaces, [&path](std::string_view place) {
+        return path.starts_with(place) && (path.size() == place.size() || path[place.size()] == '/');
+    });
+}
+
+/// Takes the stage's folder out of the way, in one step: whatever still works in it, such as a process that a script
+/// left behind, goes along and can at worst keep the trash from being emptied.
+void moveToTrash(int root) {
+    const UniqueFd trash = makeFolderBelow(root, Stage::kTrash);
+    int number = 0;
+    while (lookBelow(trash.get(), std::to_string(number))) {
+        ++number;
+    }
+    moveBelow(root, Stage::kFolder, trash.get(), std::to_string(number));
+}
+
 // What the item will do at its place; throws when something that must stay is in the way. Nothing to do gives no text.
 std::string plannedRecord(int root, const PayloadItem &item) {
-    if (item.path == Stage::kFolder || item.path.starts_with(std::string(Stage::kFolder) + "/")) {
+    if (isOwnPlace(item.path)) {
         throw InstallError(shownPath(item.path) + ": this place is the installer's own");
     }
     const std::optional<struct stat> found = lookBelow(root, item.path);
@@ -91,12 +110,15 @@ void placeFolder(int root, const PayloadItem &item) {
 
 bool Stage::recover(int root) {
     const UniqueFd stage = openFolderBelow(root, kFolder);
-    if (!stage) {
-        return false;
+    if (stage) {
+        rollAllBack(root, stage.get());
+        moveToTrash(root);
     }
-    rollAllBack(root, stage.get());
-    removeBelow(root, kFolder);
-    return true;
+    try {
+        removeBelow(root, kTrash);
+    } catch (const InstallError &) { // whatever still works in it ends some day; a later run takes it away
+    }
+    return static_cast<bool>(stage);
 }
 
 Stage::Stage(int root) : root_(root), stage_(makeFolderBelow(root, kFolder)) {
@@ -157,7 +179,8 @@ void Stage::commit() {
 }
 
 void Stage::remove() {
-    removeBelow(root_, kFolder);
+    moveToTrash(root_);
+    removeBelow(root_, kTrash);
 }
 
 InstallLock::InstallLock(int root) {

@@ -15,9 +15,11 @@ namespace kyb::macroot {
 class Stage {
 public:
     static constexpr std::string_view kFolder = "var/db/.installer-stage";
+    /// Where it goes to be removed. What cannot be removed yet waits there for a later run.
+    static constexpr std::string_view kTrash = "var/db/.installer-trash";
 
-    /// Rolls back what a killed run had placed but not committed, and removes its folder. Throws InstallError when that
-    /// cannot be done. \return whether there was one.
+    /// Rolls back what a killed run had placed but not committed, and takes its folder away. Throws InstallError when
+    /// that cannot be done. \return whether there was one.
     static bool recover(int root);
 
     /// Looks whether every item can go to its place. Throws InstallError when a link or a thing of another kind stands
@@ -43,7 +45,7 @@ public:
     void place(const PayloadItem &item);
     /// From here on what was placed stays.
     void commit();
-    /// Removes the folder. Throws InstallError; the next run's recover() then does it.
+    /// Removes the folder. Throws InstallError when something is left in the trash.
     void remove();
 
 private:

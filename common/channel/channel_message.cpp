@@ -1,7 +1,7 @@
 #include "channel/channel_message.h"
 
-#include "channel/plist_guard.h"
 #include "posix/Plist.h"
+#include "posix/plist_guard.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -4,10 +4,28 @@
 #include "mac_root.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 namespace kyb::macroot {
 
 namespace fs = std::filesystem;
+
+/// Lets this process open so many more files, for as long as it lives.
+class DescriptorLimit {
+public:
+    explicit DescriptorLimit(rlim_t more) {
+        getrlimit(RLIMIT_NOFILE, &before_);
+        const UniqueFd next(dup(STDERR_FILENO));
+        const rlimit limit{static_cast<rlim_t>(next.get()) + more, before_.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+    ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &before_); }
+    DescriptorLimit(const DescriptorLimit &) = delete;
+    DescriptorLimit &operator=(const DescriptorLimit &) = delete;
+
+private:
+    rlimit before_{};
+};
 
 /// A folder with a link "link" to a folder outside of it, which holds a file "file" and a folder "folder".
 class FolderWalk : public testing::Test {
@@ -17,6 +35,7 @@ protected:
         fs::create_directories(inside_ / "a/b");
         writeText(outside_ / "file", "kept");
         writeText(inside_ / "a/file", "text");
+        writeText(inside_ / "kept", "text");
         fs::create_directory_symlink(outside_.path(), inside_ / "link");
         base_ = openFolder(inside_.path().string());
     }
@@ -55,6 +74,37 @@ TEST_F(FolderWalk, RemovesATreeWithLinksInIt) {
     removeBelow(base_.get(), "a");
     EXPECT_FALSE(fs::exists(inside_ / "a"));
     EXPECT_EQ(contentOf(outside_ / "file"), "kept");
+}
+
+TEST_F(FolderWalk, RemovesATreeOfAnyDepthWithFewDescriptors) {
+    UniqueFd folder = makeFolderBelow(base_.get(), "deep");
+    for (int level = 0; level < 5'000; ++level) {
+        // Names that the removal may want itself, with something in them.
+        for (const char *const name : {"0", "1"}) {
+            ASSERT_EQ(mkdirat(folder.get(), name, 0755), 0);
+        }
+        createFileBelow(folder.get(), "file", 0600);
+        folder = openFolderBelow(folder.get(), level % 2 == 0 ? "0" : "1");
+    }
+    folder.reset();
+    const DescriptorLimit limit(8);
+    removeBelow(base_.get(), "deep");
+    EXPECT_FALSE(fs::exists(inside_ / "deep"));
+}
+
+TEST_F(FolderWalk, RemovesFoldersThatTheirOwnerCannotEnter) {
+    fs::create_directories(inside_ / "closed/a/b/c");
+    for (const char *const path : {"closed/a/b", "closed/a", "closed"}) {
+        fs::permissions(inside_ / path, fs::perms::none);
+    }
+    removeBelow(base_.get(), "closed");
+    EXPECT_FALSE(fs::exists(inside_ / "closed"));
+}
+
+TEST_F(FolderWalk, TakesAFileThatCannotBeOpenedForNoMissingOne) {
+    const DescriptorLimit limit(1); // for the folder, and none for the file
+    EXPECT_THROW(readFileBelow(base_.get(), "kept"), InstallError);
+    EXPECT_THROW(readFileBelow(base_.get(), "a/file"), InstallError);
 }
 
 TEST_F(FolderWalk, TellsAFolderThatIsNotThere) {

@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <gmock/gmock.h>
+#include <poll.h>
 
 namespace kyb::macroot {
 namespace {
@@ -78,6 +79,19 @@ TEST(InstallerKill, EndsAScriptThatDoesNotWantTo) {
     EXPECT_EQ(root.install(packageWithPostinstall(script).write(root.beside("a.pkg"))).lastLine(), kInterrupted);
     const pid_t process = std::stoi(contentOf(root / "pid"));
     EXPECT_EQ(kill(process, SIGKILL), -1) << "the script was left running";
+}
+
+TEST(InstallerKill, EndsWhatAScriptHasStartedAsWell) {
+    const MacRoot root;
+    const std::string script = "(trap '' TERM; while :; do sleep 0.05; done) >/dev/null 2>&1 &\necho $! >\"$3/pid\"\n"
+                               "kill -TERM $PPID\nwait\n";
+    EXPECT_EQ(root.install(packageWithPostinstall(script).write(root.beside("a.pkg"))).lastLine(), kInterrupted);
+    const pid_t process = std::stoi(contentOf(root / "pid"));
+    const auto hasEnded = [=] { return test::stateOf(process) == 'Z' || test::stateOf(process) == 'X'; };
+    for (int look = 0; look < 1000 && !hasEnded(); ++look) { // the kill was sent and needs a moment
+        poll(nullptr, 0, 1);
+    }
+    EXPECT_TRUE(hasEnded());
 }
 
 TEST(InstallerKill, WhileWritingIsCleanWhenAskedToEnd) {

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <poll.h>
 #include <sys/stat.h>
 
 namespace kyb::macroot {
@@ -25,6 +26,12 @@ std::vector<std::string> linesThatBegin(const Ran &ran, std::string_view beginni
     std::ranges::copy_if(ran.lines, std::back_inserter(found),
                          [beginning](const std::string &line) { return line.starts_with(beginning); });
     return found;
+}
+
+void waitForEndOf(pid_t process) {
+    while (test::stateOf(process) != 'Z' && test::stateOf(process) != 'X') {
+        poll(nullptr, 0, 1);
+    }
 }
 
 std::string fieldOf(const fs::path &plist, const std::string &key) {
@@ -234,21 +241,49 @@ TEST(InstallerRun, DoesNotWaitForWhatAScriptLeavesRunning) {
 TEST(InstallerRun, IsNotHeldUpByEndlessOutputOfWhatAScriptLeavesRunning) {
     const MacRoot root;
     TestPackage package;
-    package.postinstall = "#!/bin/sh\nyes \"$3\" &\nsleep 0.3\n"; // which ends when nobody reads it any more
+    package.postinstall = "#!/bin/sh\nyes \"$3\" &\necho $! >\"$3/pid\"\nsleep 0.3\n";
     EXPECT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 0);
-    EXPECT_LT(fs::file_size(root / "var/log/install.log"), 500'000'000U);
+    waitForEndOf(std::stoi(contentOf(root / "pid"))); // nobody reads what it prints any more
+    EXPECT_LT(fs::file_size(root / "var/log/install.log"), 5'000'000U);
+}
+
+TEST(InstallerRun, LogsSoMuchOfAScriptAndNoMore) {
+    const MacRoot root;
+    TestPackage package;
+    package.preinstall = "#!/bin/sh\nyes first | head -n 9999\n";
+    package.postinstall = "#!/bin/sh\nyes again | head -n 100000\n";
+    ASSERT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 0);
+    const std::string log = root.log();
+    const auto count = [&log](const std::string &text) {
+        int found = 0;
+        for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1)) {
+            ++found;
+        }
+        return found;
+    };
+    EXPECT_EQ(count("preinstall: first\n"), 9999);
+    EXPECT_EQ(count("postinstall: again\n"), 10'000);
+    EXPECT_EQ(count("postinstall: (The rest of what it prints is left out.)\n"), 1);
 }
 
 TEST(InstallerRun, IsASuccessOnceItIsCommittedAlthoughSomethingIsLeftBehind) {
     const MacRoot root;
     TestPackage package;
     // A process that goes on writing into the scripts' temporary folder keeps it from being removed.
-    package.postinstall = "#!/bin/sh\n(while [ -d \"$3/usr\" ]; do mkdir -p \"$TMPDIR/a/b\"; done) >/dev/null 2>&1 &\n";
+    package.postinstall = "#!/bin/sh\nmkdir \"$TMPDIR/a\"\ncd \"$TMPDIR/a\"\n"
+                          "(i=0; while [ ! -e \"$3/stop\" ]; do : >$i; i=$((i+1)); done) >/dev/null 2>&1 &\n"
+                          "echo $! >>\"$3/pids\"\n";
     const std::string file = package.write(root.beside("a.pkg"));
-    const Ran ran = root.install(file);
-    EXPECT_EQ(ran.status, 0) << ran.lastLine();
-    EXPECT_EQ(ran.lastLine(), "installer: The install was successful.");
-    fs::rename(root / "usr", root / "moved"); // ends the process
+    for (const char *const kind : {"install", "upgrade", "upgrade"}) {
+        const Ran ran = root.install(file);
+        EXPECT_EQ(ran.status, 0) << ran.lastLine();
+        EXPECT_EQ(ran.lastLine(), "installer: The " + std::string(kind) + " was successful.");
+    }
+    writeText(root / "stop", "");
+    std::istringstream pids(contentOf(root / "pids"));
+    for (pid_t pid = 0; pids >> pid;) {
+        waitForEndOf(pid);
+    }
 }
 
 TEST(InstallerRun, WaitsForAnotherInstallation) {

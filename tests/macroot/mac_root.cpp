@@ -49,7 +49,7 @@ Ran MacRoot::install(const std::string &package) const {
 }
 
 bool MacRoot::hasStage() const {
-    return fs::exists(*this / Stage::kFolder);
+    return fs::exists(*this / Stage::kFolder) || fs::exists(*this / Stage::kTrash);
 }
 
 Snapshot MacRoot::snapshot() const {

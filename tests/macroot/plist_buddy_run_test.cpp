@@ -1,5 +1,6 @@
 #include "mac_root.h"
 #include "plist_commands.h"
+#include "support/property_lists.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -119,6 +120,84 @@ TEST(PlistBuddyFile, StaysAsItIsWhenItIsNoPropertyList) {
         EXPECT_EQ(ran.errors, "Error Reading File: " + file + "\n") << text;
         EXPECT_EQ(contentOf(file), text);
     }
+}
+
+TEST(PlistBuddyFile, CannotHoldTheProgramWhateverItHolds) {
+    using test::array;
+    using test::binaryList;
+    const TempFolder folder;
+    const std::string file = (folder / "a.plist").string();
+    std::vector<std::string> doubling;
+    for (std::uint64_t i = 0; i < 40; ++i) {
+        doubling.push_back(array({i + 1, i + 1}));
+    }
+    doubling.emplace_back("\x51x");
+    const std::pair<const char *, std::string> rows[] = {
+        {"a circle", binaryList({array({1}), array({0, 0})})},
+        {"deep", test::nestedList(100'000)},
+        {"deep XML", test::nestedXml(1'000'000)},
+        {"less deep XML", test::nestedXml(9'000)},
+        {"doubling", binaryList(doubling)},
+        {"a huge count", binaryList({std::string("\xaf\x13\x7f\xff\xff\xff\xff\xff\xff\xff", 10)})},
+        {"a reference to nothing", binaryList({array({7})})},
+        {"long", test::nestedXml(1) + std::string(17 << 20, ' ')},
+    };
+    for (const auto &[name, content] : rows) {
+        writeText(file, content);
+        const char *const line = "ulimit -t 5; exec \"$0\" -c Print -c \"Add :0 string x\" \"$1\"";
+        const Ran ran = runProgram({"/bin/sh", "-c", line, kProgram, file});
+        EXPECT_EQ(ran.status, 1) << name;
+        EXPECT_EQ(ran.errors, "Error Reading File: " + file + "\n") << name;
+        EXPECT_EQ(contentOf(file), content) << name;
+    }
+}
+
+TEST(PlistBuddyFile, IsRefusedWhenItIsNoRegularFile) {
+    const TempFolder folder;
+    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+    fs::create_symlink("fifo", folder / "link to fifo");
+    fs::create_symlink("circle", folder / "circle");
+    fs::create_symlink("/dev/zero", folder / "device");
+    fs::create_directory(folder / "folder");
+    for (const char *const name : {"fifo", "link to fifo", "circle", "device", "folder"}) {
+        const std::string file = (folder / name).string();
+        const Ran ran = runProgram({kProgram, "-c", "Print", "-c", "Add :Key string 1", file});
+        EXPECT_EQ(ran.status, 1) << name;
+        EXPECT_EQ(ran.errors, "Error Reading File: " + file + "\n") << name;
+    }
+    EXPECT_TRUE(fs::is_fifo(folder / "fifo") && fs::is_symlink(folder / "circle") && fs::is_empty(folder / "folder"));
+}
+
+TEST(PlistBuddyFile, StaysAsItIsWhenTheTextWouldBreakIt) {
+    const TempFolder folder;
+    const std::string file = (folder / "a.plist").string();
+    const std::string content = "<plist version=\"1.0\"><dict><key>a</key><string>1</string></dict></plist>";
+    writeText(file, content);
+    const Ran ran = runProgram({kProgram, "-c", "Set :a x\x07y", file});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.errors, "Unrecognized String Format: Control Characters or No UTF-8\n");
+    EXPECT_EQ(contentOf(file), content);
+
+    const std::string broken = "<plist version=\"1.0\"><dict><key>a</key><string>&#7;</string></dict></plist>";
+    writeText(file, broken);
+    EXPECT_EQ(runProgram({kProgram, "-c", "Add :b string x", file}).status, 1) << "what is there would be no XML";
+    EXPECT_EQ(contentOf(file), broken);
+    EXPECT_EQ(runProgram({kProgram, "-c", "Set :a x", file}).status, 0);
+}
+
+TEST(PlistBuddyFile, IsShownAtOnceHoweverManyItemsItHolds) {
+    const TempFolder folder;
+    const std::string file = (folder / "a.plist").string();
+    constexpr int items = 300'000;
+    std::string many("\xaf\x12", 2);
+    test::appendNumber(many, items, 4);
+    for (int i = 0; i < items; ++i) {
+        test::appendNumber(many, 1, test::kReferenceBytes);
+    }
+    writeText(file, test::binaryList({many, "\x51x"}));
+    const Ran ran = runProgram({"/bin/sh", "-c", "ulimit -t 10; exec \"$0\" -c Print \"$1\"", kProgram, file});
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_EQ(ran.lines.size(), items + 2U);
 }
 
 TEST(PlistBuddyFile, IsReportedWhenItCannotBeWritten) {

@@ -1,6 +1,7 @@
 #include "plist_commands.h"
 
 #include "plist_value.h"
+#include "support/property_lists.h"
 
 #include <gmock/gmock.h>
 
@@ -76,6 +77,7 @@ TEST(PlistCommands, SetAndPrintWhatTheyShould) {
         {"Set Text NO", "Text", "NO"},
         {"set :Text two words", ":Text", "two words"},
         {"Set :Text", ":Text", ""},
+        {"Set :Text \t\nGr\u00fc\u00dfe \u20ac \U0001f5a8", ":Text", "\t\nGr\u00fc\u00dfe \u20ac \U0001f5a8"},
         {"Set :Flag YES", ":Flag", "true"},
         {"Set :Flag true", ":Flag", "true"},
         {"Set :Flag no", ":Flag", "false"},
@@ -122,6 +124,19 @@ TEST(PlistCommands, FailWithAReasonAndChangeNothing) {
         {"Add :Text:New string x", "Add: Can't Add Entry, \":Text:New\", to Parent"},
         {"Add : string x", "Add: \":\" Entry Already Exists"},
         {"Delete :", "Delete: Entry, \":\", Does Not Exist"},
+        {"Set :Text a\x01z", "Unrecognized String Format: Control Characters or No UTF-8"},
+        {"Set :Text a\rz", "Unrecognized String Format: Control Characters or No UTF-8"},
+        {"Set :Text \xe9t\xe9", "Unrecognized String Format: Control Characters or No UTF-8"},
+        {"Set :Text \xc0\xaf", "Unrecognized String Format: Control Characters or No UTF-8"},
+        {"Set :Text \xed\xa0\x80", "Unrecognized String Format: Control Characters or No UTF-8"},
+        {"Set :Text \xef\xbf\xbf", "Unrecognized String Format: Control Characters or No UTF-8"},
+        {"Set :Text \xf4\x90\x80\x80", "Unrecognized String Format: Control Characters or No UTF-8"},
+        {"Set :Text \xf0\x9f\x96", "Unrecognized String Format: Control Characters or No UTF-8"},
+        {"Add :New string \x1b[2J", "Unrecognized String Format: Control Characters or No UTF-8"},
+        {"Add :New\x02 string x", "Unrecognized Key Format: Control Characters or No UTF-8"},
+        {"Set :Share nan", "Unrecognized Real Format"},
+        {"Set :Share inf", "Unrecognized Real Format"},
+        {"Set :When 2200-01-01T00:00:00Z", "Unrecognized Date Format"},
         {"Frobnicate :Text", "Unrecognized Command"},
         {"", "Unrecognized Command"},
     };
@@ -172,6 +187,40 @@ TEST(PlistDocument, GoesThroughBothFormats) {
         ASSERT_TRUE(again);
         EXPECT_EQ(printedNode(again.get()), text);
     }
+}
+
+TEST(PlistCommands, SetARootThatIsNoContainer) {
+    PlistEditor editor(plistFromText("<plist version=\"1.0\"><string>old</string></plist>"));
+    EXPECT_TRUE(editor.run("Set : new").succeeded);
+    EXPECT_EQ(printed(editor, ":"), "new");
+}
+
+TEST(PlistDocument, IsWrittenOnlyWhenItIsReadAsTheSameAgain) {
+    // libplist reads what XML does not allow; written, it would be no XML.
+    for (const char *const text : {"a&#1;z", "&#xD800;", "&#xFFFF;"}) {
+        const Plist root = plistFromText("<plist version=\"1.0\"><string>" + std::string(text) + "</string></plist>");
+        ASSERT_TRUE(root) << text;
+        EXPECT_EQ(plistToText(root.get(), PlistFormat::Xml), "") << text;
+    }
+    const Plist real =
+        plistFromText("<plist version=\"1.0\"><array><real>0.9999999</real><real>1e300</real></array></plist>");
+    EXPECT_NE(plistToText(real.get(), PlistFormat::Xml), "");
+    const Plist control = plistFromText(test::binaryList({"Sa\x01z"}));
+    EXPECT_NE(plistToText(control.get(), PlistFormat::Binary), "") << "a binary list may hold it";
+}
+
+TEST(PlistDocument, IsEmptyForXmlThatIsNone) {
+    for (const std::string &text : {std::string("a\x01z"), std::string("a\0z", 3), std::string("caf\xe9")}) {
+        EXPECT_FALSE(plistFromText("<plist version=\"1.0\"><string>" + text + "</string></plist>")) << text;
+    }
+    EXPECT_TRUE(plistFromText("<plist version=\"1.0\">\r\n<string>line\r\nend</string></plist>"));
+}
+
+TEST(PlistDocument, IsEmptyForWhatIsNestedTooDeep) {
+    EXPECT_TRUE(plistFromText(test::nestedXml(64)));
+    EXPECT_FALSE(plistFromText(test::nestedXml(66)));
+    EXPECT_FALSE(plistFromText(test::nestedXml(1'000'000)));
+    EXPECT_FALSE(plistFromText(test::nestedList(1000)));
 }
 
 TEST(PlistDocument, IsEmptyForWhatIsNoPropertyList) {

@@ -125,6 +125,15 @@ TEST_F(StageTest, KeepsWhatAKilledRunHadCommitted) {
     EXPECT_FALSE(fs::exists(root_ / Stage::kFolder));
 }
 
+TEST_F(StageTest, GoesToTheTrashWhereItCannotHoldUpTheNextRun) {
+    for (int run = 0; run < 3; ++run) {
+        fs::create_directories(root_ / Stage::kTrash / std::to_string(run) / "busy");
+        workAndBeKilled([&](Stage &stage) { place(stage, list_.items().size()); });
+        EXPECT_TRUE(Stage::recover(rootFd_.get()));
+        EXPECT_EQ(snapshotOf(root_.path()), before_);
+    }
+}
+
 TEST_F(StageTest, FindsNothingToRecoverInACleanRoot) {
     EXPECT_FALSE(Stage::recover(rootFd_.get()));
 }

@@ -1,5 +1,6 @@
 #include "flat_package.h"
 #include "mac_root.h"
+#include "payload.h"
 #include "plist_commands.h"
 
 #include <gmock/gmock.h>
@@ -9,6 +10,18 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
+
+const fs::path kSampleFolder = fs::path(builtProgram("")).parent_path().parent_path() / "OSX";
+const std::string kSamplePackage = (kSampleFolder / "Brelund Quorlix Driver.pkg").string();
+
+PayloadList payloadOf(const std::string &path) {
+    const FlatPackage package(path);
+    PayloadList list;
+    package.readArchive(package.components().front().member("Payload"), [&](archive *reader) {
+        scanPayload(reader, "", list, [](std::size_t) {});
+    });
+    return list;
+}
 
 Ran makeMacroot(const fs::path &folder) {
     return runProgram({tool("make-macroot"), folder.string(), "--programs", builtProgram("")});
@@ -95,6 +108,14 @@ TEST(MakePackage, TakesTheSizeThatIsAskedFor) {
     EXPECT_GT(large - small, 990000U) << "the bytes do not compress";
 }
 
+TEST(MakePackage, TakesTheNumberOfFilesThatIsAskedFor) {
+    const MacRoot root;
+    const PayloadList few = payloadOf(root.samplePackage({"--version", "1"}));
+    const PayloadList many = payloadOf(root.samplePackage({"--version", "1", "--files", "100"}));
+    EXPECT_EQ(many.items().size(), few.items().size() + 101) << "the files and their folder";
+    EXPECT_EQ(many.totalBytes(), few.totalBytes() + 70'000);
+}
+
 TEST(MakePackage, TellsHowItIsCalled) {
     const TempFolder folder;
     const std::string out = (folder / "a.pkg").string();
@@ -105,6 +126,7 @@ TEST(MakePackage, TellsHowItIsCalled) {
         {out, "--version"},
         {out, "--version", "1", "--size", "x"},
         {out, "--version", "1", "--size", "-1"},
+        {out, "--version", "1", "--files", "x"},
         {out, "--version", "1", "--fail", "x"},
         {out, "--version", "1", "--name", "a/b"},
         {out, "--version", "1", "more"},
@@ -127,10 +149,16 @@ TEST(MakePackage, KeepsTheEarlierFileWhenItCannotWrite) {
 }
 
 TEST(SamplePackage, LiesBesideItsVersionList) {
-    const fs::path shipped = fs::path(builtProgram("")).parent_path().parent_path() / "OSX";
-    const FlatPackage package((shipped / "Brelund Quorlix Driver.pkg").string());
-    EXPECT_THAT(contentOf(shipped / "macver.list"),
+    const FlatPackage package(kSamplePackage);
+    EXPECT_THAT(contentOf(kSampleFolder / "macver.list"),
                 HasSubstr("\nBrelund Quorlix Driver=" + package.components().front().info.version + "\n"));
+}
+
+TEST(SamplePackage, IsOfSomeMegabytesInManyFiles) {
+    const PayloadList payload = payloadOf(kSamplePackage);
+    EXPECT_GE(payload.items().size(), 10'000U) << "so that every phase can be seen";
+    EXPECT_GE(payload.totalBytes(), 5'000'000);
+    EXPECT_LE(fs::file_size(kSamplePackage), 20'000'000U);
 }
 
 } // namespace kyb::macroot

@@ -105,5 +105,13 @@ TEST_F(PropertyListContract, GivesNothingForWhatIsNoFile) {
     EXPECT_FALSE(propertyListValue(fifo, QStringLiteral("x")));
 }
 
+TEST_F(PropertyListContract, GivesNothingForAListThatIsTooDeepOrTooLong) {
+    constexpr int depth = 1'000'000;
+    writeXml("<key>x</key>" + QByteArray("<array>").repeated(depth) + QByteArray("</array>").repeated(depth));
+    EXPECT_EQ(value("x"), kNothing);
+    writeXml("<key>x</key><string></string>" + QByteArray(kMaxPropertyListBytes, ' '));
+    EXPECT_EQ(value("x"), kNothing);
+}
+
 } // namespace
 } // namespace kyb

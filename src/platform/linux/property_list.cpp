@@ -1,8 +1,8 @@
 #include "platform/property_list.h"
 
-#include "channel/plist_guard.h"
 #include "posix/Plist.h"
 #include "posix/file_io.h"
+#include "posix/plist_guard.h"
 
 #include <QFile>
 #include <QLocale>

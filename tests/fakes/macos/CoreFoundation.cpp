@@ -1,6 +1,6 @@
 #include "FakeMacOS.h"
 
-#include "channel/plist_guard.h"
+#include "posix/plist_guard.h"
 
 #include <algorithm>
 #include <atomic>

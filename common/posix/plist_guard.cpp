@@ -1,4 +1,4 @@
-#include "channel/plist_guard.h"
+#include "posix/plist_guard.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +14,16 @@ constexpr int kMaxXmlContainers = 10'000; // far from the end of a thread's stac
 constexpr std::int64_t kExpandedBytes = std::int64_t{64} << 20;
 constexpr std::int64_t kNodeBytes = 128; // what libplist spends on an object beside its content, about
 
-enum Kind : unsigned { Integer = 0x1, Data = 0x4, Ascii = 0x5, Utf16 = 0x6, Array = 0xA, Set = 0xC, Dictionary = 0xD };
+enum Kind : unsigned {
+    Integer = 0x1,
+    Data = 0x4,
+    Ascii = 0x5,
+    Utf16 = 0x6,
+    Uid = 0x8,
+    Array = 0xA,
+    Set = 0xC,
+    Dictionary = 0xD
+};
 
 /// Walks a binary list as libplist will: every reference anew.
 class BinaryWalk {
@@ -65,7 +74,7 @@ private:
             return false;
         }
         const unsigned kind = static_cast<unsigned>(*marker >> 4);
-        if (kind < Data) { // of a fixed size
+        if (kind < Data || kind == Uid) { // of a fixed size
             return true;
         }
         const std::optional<Items> items = itemsOf(*offset, *marker & 0xF);
