@@ -102,6 +102,7 @@ struct CharacterFormat {
     bool italic = false;
     bool underline = false;
     bool hidden = false;
+    bool deleted = false; ///< taken out by a reviewer, and still in the file
 
     bool operator==(const CharacterFormat &) const = default;
 };
@@ -125,7 +126,7 @@ struct State {
 
 class Reader {
 public:
-    explicit Reader(const QByteArray &bytes) : bytes_(bytes) {}
+    explicit Reader(QByteArrayView bytes) : bytes_(bytes) {}
 
     RichTextDocument read() {
         while (!done_ && position_ < bytes_.size()) {
@@ -240,8 +241,7 @@ private:
     }
 
     void readHexByte() {
-        const QByteArrayView digits =
-            QByteArrayView(bytes_).sliced(position_, std::min<qsizetype>(2, bytes_.size() - position_));
+        const QByteArrayView digits = bytes_.sliced(position_, std::min<qsizetype>(2, bytes_.size() - position_));
         bool isNumber = false;
         const uint byte = digits.toUInt(&isNumber, 16);
         if (digits.size() < 2) {
@@ -311,9 +311,12 @@ private:
     }
 
     void addToBody(char16_t unit) {
+        if (state().character.hidden || state().character.deleted) {
+            return; // an end of a paragraph as well: what stands around it belongs together
+        }
         if (unit == QChar::ParagraphSeparator) {
             endParagraph();
-        } else if (!state().character.hidden && isTextUnit(unit)) {
+        } else if (isTextUnit(unit)) {
             if (!(state().character == runFormat_)) {
                 endRun();
                 runFormat_ = state().character;
@@ -461,7 +464,7 @@ private:
     /// Outside every group, and in the document's own.
     static constexpr std::size_t kOutermostStates = 2;
 
-    const QByteArray &bytes_;
+    QByteArrayView bytes_;
     qsizetype position_ = 0;
     bool done_ = false;
     bool isOptional_ = false; ///< after \*: what begins here is for those who know it
@@ -511,6 +514,7 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"colortbl",     &Reader::beginColorTable},
     {"cpg",          &Reader::setFontCodePage, kUnknownCodePage, Number::Given},
     {"deff",         &Reader::setDefaultFont, 0, Number::Given},
+    {"deleted",      &Reader::setFlag<&CharacterFormat::deleted>, 1, Number::Given},
     {"emdash",       &Reader::insert, 0x2014},
     {"emspace",      &Reader::insert, 0x2003},
     {"endash",       &Reader::insert, 0x2013},
@@ -539,8 +543,11 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"listtext",     &Reader::nothing},
     {"lquote",       &Reader::insert, 0x2018},
     {"mac",          &Reader::setCodePage, kMacRoman},
+    {"mvf",          &Reader::setFlag<&CharacterFormat::deleted>, 1, Number::Given},
     {"nestcell",     &Reader::insert, u'\t'},
     {"nestrow",      &Reader::insert, 0x2029},
+    {"nesttableprops", &Reader::nothing},
+    {"nonesttables", &Reader::skipGroup},
     {"nonshppict",   &Reader::skipGroup},
     {"object",       &Reader::skipGroup},
     {"page",         &Reader::breakPage},
@@ -566,14 +573,30 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"sect",         &Reader::breakPage},
     {"stylesheet",   &Reader::skipGroup},
     {"tab",          &Reader::insert, u'\t'},
+    {"tc",           &Reader::skipGroup},
+    {"tcn",          &Reader::skipGroup},
     {"u",            &Reader::insertUnicode, 0, Number::Given},
     {"uc",           &Reader::setFallback, 1, Number::Given},
     {"ul",           &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"uld",          &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"uldash",       &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"uldashd",      &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"uldashdd",     &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"uldb",         &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulhwave",      &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulldash",      &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"ulnone",       &Reader::setFlag<&CharacterFormat::underline>, 0},
+    {"ulth",         &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulthd",        &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulthdash",     &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulthdashd",    &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulthdashdd",   &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulthldash",    &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ululdbwave",   &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"ulw",          &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulwave",       &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"v",            &Reader::setFlag<&CharacterFormat::hidden>, 1, Number::Given},
+    {"xe",           &Reader::skipGroup},
 };
 // clang-format on
 
@@ -607,7 +630,10 @@ void Reader::obey(std::string_view name, std::optional<int> number) {
 } // namespace
 
 RichTextDocument parseRichText(const QByteArray &bytes) {
-    return bytes.startsWith("{\\rtf") ? Reader(bytes).read() : RichTextDocument();
+    constexpr QByteArrayView kByteOrderMark("\xEF\xBB\xBF"); // editors put it before what they saved as UTF-8
+    const qsizetype begin = bytes.startsWith(kByteOrderMark) ? kByteOrderMark.size() : 0;
+    const QByteArrayView document = QByteArrayView(bytes).sliced(begin);
+    return document.startsWith("{\\rtf") ? Reader(document).read() : RichTextDocument();
 }
 
 QString plainText(const RichTextDocument &document) {

@@ -38,12 +38,13 @@ struct RichTextDocument {
 ///
 /// Kept are fonts, sizes, bold, italic, underline, text colours, alignment, indents and spacing, list marks (as text),
 /// tables (a line for each row, a tab after each cell) and the texts of links, which lead nowhere. Left out are
-/// pictures, objects, notes, headers, footers and hidden text. Bytes are read in the code page of the document or of
-/// the font, whichever it is (`fromCodePage`); those that spell nothing there read as U+FFFD.
+/// pictures, objects, notes, headers, footers, entries of an index, hidden text and what a reviewer took out, which
+/// word processors keep in the file. Bytes are read in the code page of the document or of the font, whichever it is
+/// (`fromCodePage`); those that spell nothing there read as U+FFFD.
 ///
-/// Never fails. Of a broken or truncated document it gives what can be read; bytes that do not begin with "{\rtf" give
-/// an empty document. Whatever the bytes, it takes time in proportion to them, and memory within constant limits: what
-/// lies beyond a limit is not read. Pure.
+/// Never fails. Of a broken or truncated document it gives what can be read; bytes that do not begin with "{\rtf",
+/// behind a byte-order mark if there is one, give an empty document. Whatever the bytes, it takes time in proportion to
+/// them, and memory within constant limits: what lies beyond a limit is not read. Pure.
 RichTextDocument parseRichText(const QByteArray &bytes);
 
 /// The document's text: paragraphs and lines are separated by line feeds. Pure.

@@ -46,6 +46,12 @@ TEST(RichText, IsEmptyForWhatIsNotRtf) {
     EXPECT_TRUE(parseRichText("{\\rtf1}").paragraphs.isEmpty());
 }
 
+TEST(RichText, PassesOverAByteOrderMark) {
+    EXPECT_EQ(plainText(parseRichText("\xEF\xBB\xBF{\\rtf1 Terms}")), u"Terms"_qs);
+    EXPECT_TRUE(parseRichText("\xEF\xBB\xBF").paragraphs.isEmpty());
+    EXPECT_TRUE(parseRichText("\xEF\xBB\xBFTerms").paragraphs.isEmpty());
+}
+
 TEST(RichText, EndsParagraphsAtParAndAtABackslashBeforeALineEnd) {
     EXPECT_EQ(textOf("one\\par two\\\nthree\\\r\nfour"), u"one\ntwo\nthree\nfour"_qs);
     EXPECT_EQ(parsed("one\\par\\par two\\par").paragraphs.size(), 3);
@@ -79,8 +85,40 @@ TEST(RichText, JoinsTextOfOneFormat) {
     EXPECT_EQ(marked(runsOf("a{b}\\b\\b0 c")), QStringList({u":abc"_qs}));
 }
 
-TEST(RichText, LeavesOutHiddenText) {
-    EXPECT_EQ(textOf("a{\\v b}c"), u"ac"_qs);
+TEST(RichText, KnowsEachWayToUnderline) {
+    for (const char *word :
+         {"ul", "uld", "uldash", "uldashd", "uldashdd", "uldb", "ulhwave", "ulldash", "ulth", "ulthd", "ulthdash",
+          "ulthdashd", "ulthdashdd", "ulthldash", "ululdbwave", "ulw", "ulwave"}) {
+        const QByteArray on = QByteArray("\\") + word;
+        const QStringList expected{u":a"_qs, u"u:b"_qs, u":c"_qs};
+        EXPECT_EQ(marked(runsOf("a" + on + " b" + on + "0 c")), expected) << word;
+        EXPECT_EQ(marked(runsOf("a" + on + "1 b\\ul0 c")), expected) << word;
+        EXPECT_EQ(marked(runsOf("a" + on + " b\\ulnone c")), expected) << word;
+        EXPECT_EQ(marked(runsOf("a{" + on + " b}c")), expected) << word;
+    }
+}
+
+TEST(RichText, LeavesOutHiddenAndDeletedText) {
+    for (const char *word : {"v", "deleted", "mvf"}) {
+        const QByteArray on = QByteArray("\\") + word;
+        const QByteArray rows[] = {"a{" + on + " b}c",
+                                   "a{\\*" + on + " b}c",
+                                   "a" + on + " b" + on + "0 c",
+                                   "a" + on + "1 b" + on + "0c",
+                                   "a" + on + " b\\plain c",
+                                   "a{" + on + " b{\\b d}}c",
+                                   "a{" + on + "\\revauthdel1\\revdttmdel-1 b\\'e4\\emdash\\u228?\\tab\\line}c",
+                                   "a{" + on + " b\\par d\\par}c",
+                                   "a{" + on + " b\\\n}c"};
+        for (const QByteArray &row : rows) {
+            EXPECT_EQ(textOf(row), u"ac"_qs) << row.toStdString();
+        }
+    }
+}
+
+TEST(RichText, ShowsWhatAReviewerPutIn) {
+    EXPECT_EQ(textOf("a{\\revised\\revauth1 b}{\\mvt d}c"), u"abdc"_qs);
+    EXPECT_EQ(textOf("a\\deleted b\\v c\\v0 d\\deleted0 e"), u"ae"_qs); // each word ends its own
 }
 
 TEST(RichText, ReadsFontsAndSizes) {
@@ -285,6 +323,11 @@ TEST(RichText, LeavesOutWhatIsNotText) {
               u"abcdefgh"_qs);
 }
 
+TEST(RichText, LeavesOutEntriesOfAnIndex) {
+    EXPECT_EQ(textOf("a{\\xe b}c{\\xe\\v d{\\txe e}{\\*\\rxe f}}g{\\tc h\\tcl2}i{\\tcn j}k{\\*\\xe{\\b l\\par}}m"),
+              u"acgikm"_qs);
+}
+
 TEST(RichText, ShowsLinksAsTheirTexts) {
     EXPECT_EQ(textOf("see {\\field{\\*\\fldinst{HYPERLINK \"file:///etc\"}}{\\fldrslt\\ul the terms}}."),
               u"see the terms."_qs);
@@ -299,6 +342,16 @@ TEST(RichText, ShowsTablesAsLines) {
     EXPECT_EQ(textOf("\\trowd\\cellx100\\cellx200\\pard\\intbl a\\cell b\\cell\\row"
                      "\\trowd\\cellx100\\cellx200\\pard\\intbl c\\cell d\\cell\\row\\pard e"),
               u"a\tb\t\nc\td\t\ne"_qs);
+}
+
+TEST(RichText, ShowsNestedTablesAsLines) {
+    const QByteArray rowEnd = "{\\*\\nesttableprops\\trowd\\cellx100\\cellx200\\nestrow}{\\nonesttables\\par }";
+    EXPECT_EQ(textOf("\\trowd\\cellx400\\pard\\intbl a\\par\\pard\\intbl\\itap2 b\\nestcell c\\nestcell" + rowEnd +
+                     "\\pard\\intbl\\itap2 d\\nestcell e\\nestcell" + rowEnd + "\\pard\\intbl f\\cell\\row\\pard g"),
+              u"a\nb\tc\t\nd\te\t\nf\t\ng"_qs);
+    EXPECT_EQ(textOf("a\\nestcell{\\*\\nesttableprops\\nestrow}b"),
+              u"a\t\nb"_qs); // by writers that leave the other out
+    EXPECT_EQ(textOf("a{\\nonesttables b\\par}c"), u"ac"_qs);
 }
 
 TEST(RichText, PassesOverBinaryData) {
