@@ -1,6 +1,7 @@
 #include "text/rich_text.h"
 
 #include "platform/code_pages.h"
+#include "text/rich_text_fonts.h"
 
 #include <QHash>
 #include <algorithm>
@@ -27,50 +28,11 @@ constexpr double kTwipsPerPoint = 20.0;
 constexpr int kWesternWindows = 1252;
 constexpr int kMacRoman = 10000;
 
-struct Charset {
-    int number; ///< as \fcharset counts them
-    int codePage;
-};
-
-constexpr Charset kCharsets[] = {
-    {0, 1252},   {77, 10000}, {78, 10001}, {79, 10003}, {80, 10008}, {81, 10002}, {83, 10005}, {84, 10004},
-    {85, 10006}, {86, 10081}, {87, 10021}, {88, 10029}, {89, 10007}, {128, 932},  {129, 949},  {130, 1361},
-    {134, 936},  {136, 950},  {161, 1253}, {162, 1254}, {163, 1258}, {177, 1255}, {178, 1256}, {186, 1257},
-    {204, 1251}, {222, 874},  {238, 1250}, {254, 437},  {255, 850},
-};
-constexpr int kUnknownCodePage = -1;
-
-// The charsets that leave the choice to the document: by default, and symbol fonts.
-constexpr int kDefaultCharset = 1;
-constexpr int kSymbolCharset = 2;
-
 struct Font {
     QString name;
-    std::optional<int> codePage; ///< nothing: the document's
+    std::optional<int> codePage;      ///< nothing: the document's
+    std::optional<RichTextFace> face; ///< what the name says, once that was asked for
 };
-
-/// The family of a font that is named as PostScript names it: "Helvetica-BoldOblique" is of the family "Helvetica".
-QString familyOf(const QString &name) {
-    static constexpr std::u16string_view kStyles[] = {
-        u"Bold",  u"BoldItalic", u"BoldItalicMT", u"BoldMT",  u"BoldOblique", u"Italic", u"ItalicMT",
-        u"Light", u"Medium",     u"MediumItalic", u"Oblique", u"Regular",     u"Roman"};
-    if (name.contains(u' ')) {
-        return name;
-    }
-    const qsizetype hyphen = name.lastIndexOf(u'-');
-    const QStringView style = QStringView(name).sliced(hyphen + 1);
-    const bool isStyled =
-        hyphen > 0 && std::any_of(std::begin(kStyles), std::end(kStyles),
-                                  [=](std::u16string_view known) { return style == QStringView(known); });
-    QString family = isStyled ? name.first(hyphen) : name;
-    if (family.endsWith(u"MT")) {
-        family.chop(2);
-    }
-    if (family == u"TimesNewRomanPS") {
-        return QStringLiteral("Times New Roman");
-    }
-    return family == u"CourierNewPS" ? QStringLiteral("Courier New") : family;
-}
 
 /// \p text with every half of a surrogate pair that stands alone replaced.
 QString withWholePairs(QString text) {
@@ -330,16 +292,28 @@ private:
         if (run_.isEmpty()) {
             return;
         }
+        const RichTextFace face = faceOf(runFormat_.font);
         RichTextRun run{withWholePairs(run_),
-                        familyOf(fonts_.value(runFormat_.font).name.trimmed()),
+                        face.families,
                         runFormat_.halfPoints / 2.0,
-                        runFormat_.bold,
-                        runFormat_.italic,
+                        runFormat_.bold || face.bold,
+                        runFormat_.italic || face.italic,
                         runFormat_.underline,
                         colors_.value(runFormat_.color)};
         run_.clear();
         paragraph_.runs.append(run);
         countPiece();
+    }
+
+    RichTextFace faceOf(int number) {
+        const auto font = fonts_.find(number);
+        if (font == fonts_.end()) {
+            return {};
+        }
+        if (!font->face) {
+            font->face = faceOfFontName(font->name.trimmed());
+        }
+        return *font->face;
     }
 
     void endParagraph() {
@@ -400,14 +374,7 @@ private:
         if (state().destination != Destination::FontTable || fonts_.size() > kMaxTableRows) {
             return;
         }
-        std::optional<int> &page = fonts_[tableFont_].codePage;
-        page.reset();
-        if (number == kDefaultCharset || number == kSymbolCharset) {
-            return;
-        }
-        const auto *charset = std::find_if(std::begin(kCharsets), std::end(kCharsets),
-                                           [=](const Charset &row) { return row.number == number; });
-        page = charset == std::end(kCharsets) ? kUnknownCodePage : charset->codePage;
+        fonts_[tableFont_].codePage = codePageOfCharset(number);
     }
 
     void setFontCodePage(int number) {

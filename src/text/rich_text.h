@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 #include <optional>
 
@@ -10,7 +11,7 @@ namespace kyb {
 /// A piece of text in one format.
 struct RichTextRun {
     QString text; ///< with U+2028 for a line break within the paragraph; holds no other control character than tabs
-    QString fontFamily; ///< empty: the view's own
+    QStringList fontFamilies; ///< the first that the machine has; none: the view's own
     double sizePoints = 12.0;
     bool bold = false;
     bool italic = false;

@@ -32,6 +32,15 @@ TEST_F(TermsView, ShowsStylesAndParagraphs) {
     EXPECT_EQ(view.document()->lastBlock().blockFormat().alignment(), Qt::AlignHCenter);
 }
 
+TEST_F(TermsView, TakesTheFirstFamilyThatTheMachineHas) {
+    const QString known = QFontInfo(view.font()).family();
+    show("{\\rtf1{\\fonttbl\\f0 TimesNewRomanPS-BoldMT;\\f1 " + known.toUtf8() + ";}\\f0 A\\f1 B}");
+    EXPECT_EQ(formatAt(0).fontFamilies().toStringList(),
+              QStringList({u"TimesNewRomanPS"_qs, u"Times New Roman PS"_qs, u"Times New Roman"_qs}));
+    EXPECT_EQ(formatAt(0).fontWeight(), int(QFont::Bold));
+    EXPECT_EQ(QFontInfo(formatAt(1).font()).family(), known);
+}
+
 TEST_F(TermsView, ANewTextReplacesTheOldOne) {
     show("{\\rtf1 old\\par old}");
     show("{\\rtf1 new}");
