@@ -15,11 +15,10 @@
 namespace kyb {
 namespace {
 
-// What a hostile document may cost. Terms of some pages need a thousandth of it.
-constexpr std::size_t kMaxDepth = 512;     ///< groups inside groups; deeper ones share the deepest one's state
-constexpr int kMaxUnits = 4 * 1024 * 1024; ///< of text, in UTF-16
-constexpr int kMaxPieces = 100'000;        ///< runs and paragraphs
-constexpr int kMaxTableRows = 4096;        ///< fonts, and colours
+// What a hostile document may cost besides its text. Terms of some pages need a thousandth of it.
+constexpr std::size_t kMaxDepth = 512; ///< groups inside groups; deeper ones share the deepest one's state
+constexpr qsizetype kMaxPendingBytes = 4 * kMaxRichTextUnits; ///< no character has more than 4
+constexpr int kMaxTableRows = 4096;                           ///< fonts, and colours
 constexpr qsizetype kMaxFontNameUnits = 64;
 constexpr int kMaxHalfPoints = 2 * 400;
 constexpr int kMaxTwips = 20 * 72 * 22; ///< 22 inches, as in word processors
@@ -52,6 +51,14 @@ bool isTextUnit(char16_t unit) {
     return unit == u'\t' ||
            (QChar(unit).category() != QChar::Other_Control && !QChar::isNonCharacter(unit) && unit != kObject);
 }
+
+// How long a paragraph grows until a place to part it is looked for, in steps: at a line break from the first step on,
+// at a blank from the second, at a character from the third, and at the fourth, which is the most, anywhere.
+constexpr qsizetype kUnitsOfAStep = kMaxParagraphUnits / 4;
+constexpr qsizetype kRunsOfAStep = kMaxParagraphRuns / 4;
+
+/// What the reader is given of a document.
+enum class Extent { Whole, Beginning };
 
 /// Where the text of a group goes.
 enum class Destination { Body, FontTable, ColorTable, Nowhere };
@@ -88,14 +95,20 @@ struct State {
 
 class Reader {
 public:
-    explicit Reader(QByteArrayView bytes) : bytes_(bytes) {}
+    Reader(QByteArrayView bytes, Extent extent) : bytes_(bytes), extent_(extent) {}
 
     RichTextDocument read() {
         while (!done_ && position_ < bytes_.size()) {
             readToken();
         }
         addPendingBytes();
+        document_.isCut = document_.isCut || (extent_ == Extent::Beginning && !done_);
         if (!run_.isEmpty() || !paragraph_.runs.isEmpty()) {
+            endParagraph();
+        }
+        if (document_.isCut) {
+            runFormat_ = plain_;
+            run_ = QStringLiteral("[\u2026]");
             endParagraph();
         }
         return document_;
@@ -224,8 +237,8 @@ private:
         if (!isFallback() && state().destination != Destination::Nowhere) {
             pendingBytes_.append(byte);
         }
-        if (pendingBytes_.size() == kMaxUnits) {
-            addPendingBytes(); // may part a character; but then there is hardly room for it
+        if (pendingBytes_.size() == kMaxPendingBytes) {
+            addPendingBytes(); // may part a character, for which there is no room any more
         }
     }
 
@@ -276,16 +289,43 @@ private:
         if (state().character.hidden || state().character.deleted) {
             return; // an end of a paragraph as well: what stands around it belongs together
         }
-        if (unit == QChar::ParagraphSeparator) {
-            endParagraph();
-        } else if (isTextUnit(unit)) {
-            if (!(state().character == runFormat_)) {
-                endRun();
-                runFormat_ = state().character;
-            }
-            run_.append(QChar(unit));
-            done_ = done_ || --unitsLeft_ == 0;
+        if (!isTextUnit(unit)) {
+            return;
         }
+        if (units_ == kMaxRichTextUnits || pieces_ >= kMaxRichTextPieces) {
+            cut();
+        } else if (unit == QChar::ParagraphSeparator) {
+            endParagraph();
+        } else {
+            addToParagraph(unit);
+        }
+    }
+
+    void addToParagraph(char16_t unit) {
+        if (mayPartBefore(unit)) {
+            endPart();
+        }
+        if (!(state().character == runFormat_)) {
+            endRun();
+            runFormat_ = state().character;
+        }
+        run_.append(QChar(unit));
+        ++paragraphUnits_;
+        ++units_;
+    }
+
+    /// Whether a paragraph that is about to grow too long ends here. The longer it is, the poorer a place will do.
+    bool mayPartBefore(char16_t unit) const {
+        // One unit and two runs more: so that the second half of a pair has room.
+        const auto steps = std::max((paragraphUnits_ + 1) / kUnitsOfAStep, (paragraph_.runs.size() + 2) / kRunsOfAStep);
+        if (steps == 0 || run_.isEmpty()) {
+            return false;
+        }
+        const QChar last = run_.back();
+        const bool isPair = last.isHighSurrogate() && QChar::isLowSurrogate(unit);
+        const bool isCharacter = !isPair && !QChar(unit).isMark();
+        return last == QChar::LineSeparator || (steps >= 2 && (last == u' ' || last == u'\t')) ||
+               (steps >= 3 && isCharacter) || (steps >= 4 && !isPair);
     }
 
     void endRun() {
@@ -302,7 +342,7 @@ private:
                         colors_.value(runFormat_.color)};
         run_.clear();
         paragraph_.runs.append(run);
-        countPiece();
+        ++pieces_;
     }
 
     RichTextFace faceOf(int number) {
@@ -317,20 +357,39 @@ private:
     }
 
     void endParagraph() {
+        endParagraph(state().paragraph);
+        isContinuation_ = false;
+    }
+
+    /// Ends the paragraph where it has grown too long. What follows looks like its next line.
+    void endPart() {
+        if (run_.endsWith(QChar::LineSeparator)) {
+            run_.chop(1); // the end of the paragraph is one
+        }
+        ParagraphFormat format = state().paragraph;
+        format.afterTwips = 0;
+        endParagraph(format);
+        isContinuation_ = true;
+    }
+
+    void endParagraph(const ParagraphFormat &format) {
         endRun();
-        const ParagraphFormat &format = state().paragraph;
         paragraph_.alignment = format.alignment;
         paragraph_.leftIndentPoints = format.leftTwips / kTwipsPerPoint;
-        paragraph_.firstLineIndentPoints = format.firstLineTwips / kTwipsPerPoint;
+        paragraph_.firstLineIndentPoints = isContinuation_ ? 0 : format.firstLineTwips / kTwipsPerPoint;
         paragraph_.rightIndentPoints = format.rightTwips / kTwipsPerPoint;
-        paragraph_.spaceBeforePoints = format.beforeTwips / kTwipsPerPoint;
+        paragraph_.spaceBeforePoints = isContinuation_ ? 0 : format.beforeTwips / kTwipsPerPoint;
         paragraph_.spaceAfterPoints = format.afterTwips / kTwipsPerPoint;
         document_.paragraphs.append(paragraph_);
         paragraph_ = {};
-        countPiece();
+        paragraphUnits_ = 0;
+        ++pieces_;
     }
 
-    void countPiece() { done_ = done_ || --piecesLeft_ == 0; }
+    void cut() {
+        done_ = true;
+        document_.isCut = true;
+    }
 
     void addToFontName(char16_t unit) {
         if (unit == u';' || fonts_.size() > kMaxTableRows) {
@@ -432,6 +491,7 @@ private:
     static constexpr std::size_t kOutermostStates = 2;
 
     QByteArrayView bytes_;
+    Extent extent_;
     qsizetype position_ = 0;
     bool done_ = false;
     bool isOptional_ = false; ///< after \*: what begins here is for those who know it
@@ -452,8 +512,10 @@ private:
     RichTextParagraph paragraph_; ///< the runs that have ended
     QString run_;
     CharacterFormat runFormat_;
-    int unitsLeft_ = kMaxUnits;
-    int piecesLeft_ = kMaxPieces;
+    bool isContinuation_ = false; ///< the paragraph is a later part of one that has grown too long
+    qsizetype paragraphUnits_ = 0;
+    qsizetype units_ = 0;
+    qsizetype pieces_ = 0;
 };
 
 enum class Number {
@@ -598,9 +660,12 @@ void Reader::obey(std::string_view name, std::optional<int> number) {
 
 RichTextDocument parseRichText(const QByteArray &bytes) {
     constexpr QByteArrayView kByteOrderMark("\xEF\xBB\xBF"); // editors put it before what they saved as UTF-8
-    const qsizetype begin = bytes.startsWith(kByteOrderMark) ? kByteOrderMark.size() : 0;
-    const QByteArrayView document = QByteArrayView(bytes).sliced(begin);
-    return document.startsWith("{\\rtf") ? Reader(document).read() : RichTextDocument();
+    const Extent extent = bytes.size() > kMaxRichTextBytes ? Extent::Beginning : Extent::Whole;
+    QByteArrayView document = QByteArrayView(bytes).first(std::min(bytes.size(), kMaxRichTextBytes));
+    if (document.startsWith(kByteOrderMark)) {
+        document = document.sliced(kByteOrderMark.size());
+    }
+    return document.startsWith("{\\rtf") ? Reader(document, extent).read() : RichTextDocument();
 }
 
 QString plainText(const RichTextDocument &document) {

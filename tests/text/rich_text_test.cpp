@@ -3,6 +3,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <ostream>
+#include <vector>
 
 namespace kyb {
 
@@ -246,6 +247,25 @@ QString textInCodePage(int codePage, const QByteArray &body) {
     return plainText(parseRichText("{\\rtf1\\ansi\\ansicpg" + QByteArray::number(codePage) + " " + body + "}"));
 }
 
+TEST(RichText, ReadsBytesInAnyCodePageOfADocument) {
+    const std::tuple<int, const char *, QString> rows[] = {
+        {874, "\\'e4\\'b7\\'c2", u"ไทย"_qs},
+        {932, "\\'93\\'fa\\'96\\'7b", u"日本"_qs},
+        {936, "\\'d6\\'d0", u"中"_qs},
+        {949, "\\'c7\\'d1", u"한"_qs},
+        {950, "\\'a4\\'a4", u"中"_qs},
+        {1253, "\\'c5\\'eb\\'eb", u"Ελλ"_qs},
+        {1254, "\\'dd\\'fe\\'f0", u"İşğ"_qs},
+        {1255, "\\'f9", u"ש"_qs},
+        {1256, "\\'e3", u"م"_qs},
+        {1257, "\\'e2", u"ā"_qs},
+        {65001, "\\'c3\\'bc\\'e6\\'97\\'a5", u"ü日"_qs},
+    };
+    for (const auto &[page, bytes, text] : rows) {
+        EXPECT_EQ(textInCodePage(page, bytes), text) << page;
+    }
+}
+
 TEST(RichText, ReadsCharactersOfSeveralBytes) {
     EXPECT_EQ(textInCodePage(932, "a\\'93\\'fa\\'96\\'7b"), u"a日本"_qs);
     EXPECT_EQ(textInCodePage(932, "\x93\xFA\\'96{\\b x}"), u"日\uFFFDx"_qs);
@@ -410,14 +430,116 @@ qsizetype piecesOf(const RichTextDocument &document) {
     return pieces;
 }
 
-TEST(RichText, KeepsWithinItsLimits) {
-    constexpr qsizetype kMostPieces = 100'002; // the limit, and the last run and paragraph
-    constexpr qsizetype kMostUnits = 4 << 20;
-    EXPECT_LE(piecesOf(parsed(QByteArray("\\par").repeated(300'000))), kMostPieces);
-    EXPECT_LE(piecesOf(parsed(QByteArray("\\b a\\b0 b").repeated(100'000))), kMostPieces);
-    EXPECT_EQ(textOf(QByteArray(5 << 20, 'a')).size(), kMostUnits);
+/// Text of whatever length, and what is left of it without the places where lines and paragraphs end.
+struct LongText {
+    const char *name;
+    QByteArray body;
+    QString text;
+};
+
+QString withoutLineEnds(QString text) {
+    return text.remove(u'\n');
+}
+
+/// Each of one paragraph that is some hundred times too long for one.
+std::vector<LongText> longParagraphs() {
+    constexpr int kCount = 100'000;
+    const auto repeated = [](QStringView text) { return text.toString().repeated(kCount); };
+    return {
+        {"bold on and off", QByteArray("\\b a\\b0 b").repeated(kCount / 4), repeated(u"ab").first(kCount / 2)},
+        {"bold words", QByteArray("\\b a \\b0 b ").repeated(kCount / 4), repeated(u"a b ").first(kCount)},
+        {"one word", QByteArray(kCount, 'a'), repeated(u"a")},
+        {"words", QByteArray("word ").repeated(kCount), repeated(u"word ")},
+        {"lines", QByteArray("a line\\line ").repeated(kCount / 4), repeated(u"a line").first(kCount / 4 * 6)},
+        {"tabs", QByteArray(kCount, '\t'), repeated(u"\t")},
+        {"marks on a letter", "a" + QByteArray("\\u769?").repeated(kCount), u"a"_qs + repeated(u"\u0301")},
+        {"pairs", QByteArray("\\u-10179?\\u-8704?").repeated(kCount), repeated(u"\U0001F600")},
+        {"halves of pairs", QByteArray("\\u-8704?").repeated(kCount), repeated(u"\uFFFD")},
+        {"pairs in two formats", QByteArray("\\b\\u-10179?\\b0\\u-8704?").repeated(kCount / 4),
+         repeated(u"\uFFFD").first(kCount / 2)},
+    };
+}
+
+qsizetype unitsOf(const RichTextParagraph &paragraph) {
+    qsizetype units = 0;
+    for (const RichTextRun &run : paragraph.runs) {
+        units += run.text.size();
+    }
+    return units;
+}
+
+TEST(RichText, PartsLongParagraphsAndLosesNothing) {
+    for (const LongText &row : longParagraphs()) {
+        const RichTextDocument document = parsed(row.body);
+        EXPECT_FALSE(document.isCut) << row.name;
+        EXPECT_LE(document.paragraphs.size(), 150) << row.name;
+        EXPECT_EQ(withoutLineEnds(plainText(document)), row.text) << row.name;
+        for (const RichTextParagraph &paragraph : document.paragraphs) {
+            ASSERT_LE(unitsOf(paragraph), kMaxParagraphUnits) << row.name;
+            ASSERT_LE(paragraph.runs.size(), kMaxParagraphRuns) << row.name;
+        }
+    }
+}
+
+TEST(RichText, LeavesParagraphsOfUsualLengthWhole) {
+    EXPECT_EQ(parsed(QByteArray("word ").repeated(kMaxParagraphUnits / 2 / 5)).paragraphs.size(), 1);
+    EXPECT_EQ(parsed(QByteArray("\\b a \\b0 b ").repeated(kMaxParagraphRuns / 2 / 2 - 1)).paragraphs.size(), 1);
+    EXPECT_EQ(parsed(QByteArray(kMaxParagraphUnits / 2, 'a')).paragraphs.size(), 1);
+}
+
+TEST(RichText, PartsALongParagraphAtTheBestPlace) {
+    const auto secondPart = [](const QByteArray &body) {
+        const RichTextDocument document = parsed(body);
+        return document.paragraphs.size() < 2 ? QString() : document.paragraphs[1].runs.first().text;
+    };
+    const QByteArray words = QByteArray("ab ").repeated(kMaxParagraphUnits / 4 / 3 + 1);
+    EXPECT_EQ(secondPart(words + "c\\line d e"), u"d e"_qs);
+    EXPECT_TRUE(secondPart(words.repeated(3)).startsWith(u"ab "_qs));
+    EXPECT_TRUE(secondPart(QByteArray(kMaxParagraphUnits, 'a') + "\\u769?").endsWith(u"a\u0301"_qs));
+    EXPECT_EQ(secondPart(QByteArray(kMaxParagraphUnits / 4 * 3 - 1, 'a') + "\\u769?\\u769?b"), u"b"_qs);
+}
+
+TEST(RichText, APartLooksLikeTheNextLine) {
+    const auto paragraphs =
+        parsed("\\qc\\li720\\fi-360\\sb200\\sa300 " + QByteArray("word ").repeated(3000) + "\\par next").paragraphs;
+    ASSERT_EQ(paragraphs.size(), 5);
+    const qsizetype last = paragraphs.size() - 2;
+    for (qsizetype i = 0; i < paragraphs.size(); ++i) {
+        const bool isBegin = i == 0 || i > last;
+        EXPECT_EQ(paragraphs[i].alignment, RichTextAlignment::Center);
+        EXPECT_EQ(paragraphs[i].leftIndentPoints, 36.0);
+        EXPECT_EQ(paragraphs[i].firstLineIndentPoints, isBegin ? -18.0 : 0.0) << i;
+        EXPECT_EQ(paragraphs[i].spaceBeforePoints, isBegin ? 10.0 : 0.0) << i;
+        EXPECT_EQ(paragraphs[i].spaceAfterPoints, i >= last ? 15.0 : 0.0) << i;
+    }
+}
+
+TEST(RichText, KeepsWithinItsLimitsAndSaysSo) {
+    constexpr qsizetype kMostPieces = kMaxRichTextPieces + 6; // the last run and paragraph, and the mark
+    const QString mark = u"[\u2026]"_qs;
+    const QByteArray bodies[] = {
+        QByteArray("\\par").repeated(300'000),
+        QByteArray("\\b a\\b0 b").repeated(100'000),
+        QByteArray(5 << 20, 'a'),
+        "\\b " + QByteArray(3 << 20, 'a') + "\\b0 " + QByteArray(3 << 20, '\xE4'),
+        "a{\\pict " + QByteArray(kMaxRichTextBytes, 'a') + "}b",
+    };
+    for (const QByteArray &body : bodies) {
+        const RichTextDocument document = parsed(body);
+        EXPECT_TRUE(document.isCut);
+        EXPECT_LE(piecesOf(document), kMostPieces);
+        EXPECT_LE(withoutLineEnds(plainText(document)).size(), kMaxRichTextUnits + mark.size());
+        EXPECT_EQ(document.paragraphs.last().runs.first().text, mark);
+    }
+}
+
+TEST(RichText, IsNotCutAtItsLimits) {
+    EXPECT_FALSE(parsed(QByteArray(kMaxRichTextUnits, 'a')).isCut);
+    EXPECT_FALSE(parsed(QByteArray(kMaxRichTextUnits, 'a') + "{\\v b}{\\pict 00}").isCut);
+    EXPECT_TRUE(parsed(QByteArray(kMaxRichTextUnits, 'a') + "b").isCut);
+    EXPECT_FALSE(parsed("a{\\pict " + QByteArray(kMaxRichTextBytes / 2, 'a') + "}b").isCut);
+    EXPECT_FALSE(parsed("a}" + QByteArray(kMaxRichTextBytes, '\n')).isCut); // nothing but what lies behind it
     EXPECT_EQ(textOf("{\\fonttbl\\f0 " + QByteArray(5 << 20, 'a') + ";}\\f0 b"), u"b"_qs);
-    EXPECT_EQ(textOf("\\b " + QByteArray(3 << 20, 'a') + "\\b0 " + QByteArray(3 << 20, '\xE4')).size(), kMostUnits);
     EXPECT_EQ(textOf("{\\pict " + QByteArray(9 << 20, 'a') + "}b"), u"b"_qs);
 }
 

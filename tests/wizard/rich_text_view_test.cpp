@@ -67,6 +67,24 @@ TEST_F(TermsView, TheLinesOfAListItemBeginBelowEachOther) {
     EXPECT_NEAR(layout.lineAt(0).cursorToX(4), layout.lineAt(1).cursorToX(layout.lineAt(1).textStart()), 1);
 }
 
+qsizetype runsOf(const QTextBlock &block) {
+    qsizetype runs = 0;
+    for (auto run = block.begin(); !run.atEnd(); ++run) {
+        ++runs;
+    }
+    return runs;
+}
+
+TEST_F(TermsView, HoldsNoParagraphThatWouldTakeLongToLayOut) {
+    for (const QByteArray &part : {QByteArray("\\b a\\b0 b"), QByteArray("aaaaaaaaaa"), QByteArray("\\u769?")}) {
+        show("{\\rtf1 " + part.repeated(20'000) + "}");
+        for (QTextBlock block = view.document()->begin(); block.isValid(); block = block.next()) {
+            ASSERT_LE(block.length() - 1, kyb::kMaxParagraphUnits) << part.toStdString();
+            ASSERT_LE(runsOf(block), kyb::kMaxParagraphRuns) << part.toStdString();
+        }
+    }
+}
+
 TEST_F(TermsView, BeginsAtTheTop) {
     show("{\\rtf1 " + QByteArray("line\\par ").repeated(400) + "}");
     EXPECT_EQ(view.textCursor().position(), 0);
