@@ -1,7 +1,11 @@
-// Terms of any bytes: whatever they are, what is read of them can be shown.
+// Terms of any bytes: whatever they are, what is read of them keeps within its limits, and the view shows all of it.
 
 #include "text/rich_text.h"
+#include "ui/wizard/RichTextView.h"
 
+#include <QApplication>
+#include <QTextDocument>
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -21,6 +25,36 @@ void requireSound(const kyb::RichTextRun &run) {
     require(run.colorRgb.value_or(0) <= 0xFFFFFF);
 }
 
+void requireSound(const kyb::RichTextParagraph &paragraph) {
+    require(paragraph.runs.size() <= kyb::kMaxParagraphRuns);
+    qsizetype units = 0;
+    for (const kyb::RichTextRun &run : paragraph.runs) {
+        requireSound(run);
+        units += run.text.size();
+    }
+    require(units <= kyb::kMaxParagraphUnits);
+}
+
+/// On a screen that nobody sees.
+kyb::RichTextView &view() {
+    static int argc = 1;
+    static char name[] = "rich_text_fuzz";
+    static char *argv[] = {name, nullptr};
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    static const QApplication application(argc, argv);
+    static kyb::RichTextView view;
+    return view;
+}
+
+void requireShown(const kyb::RichTextDocument &document) {
+    view().setRichText(document);
+    view().grab(); // lays it out and paints it
+    QString text = kyb::plainText(document);
+    text.replace(QChar::Nbsp, u' '); // as the toolkit gives it
+    require(view().text() == text);
+    require(view().document()->blockCount() == std::max<qsizetype>(1, document.paragraphs.size()));
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
@@ -28,11 +62,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     for (const QByteArray &document : {bytes, "{\\rtf1 " + bytes}) {
         const kyb::RichTextDocument read = kyb::parseRichText(document);
         for (const kyb::RichTextParagraph &paragraph : read.paragraphs) {
-            for (const kyb::RichTextRun &run : paragraph.runs) {
-                requireSound(run);
-            }
+            requireSound(paragraph);
         }
-        require(kyb::plainText(read).size() <= document.size());
+        require(kyb::plainText(read).size() <= document.size() + read.paragraphs.size());
+        requireShown(read);
     }
     return 0;
 }

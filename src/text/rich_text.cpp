@@ -1,6 +1,7 @@
 #include "text/rich_text.h"
 
 #include "platform/code_pages.h"
+#include "text/rich_text_fonts.h"
 
 #include <QHash>
 #include <algorithm>
@@ -14,11 +15,10 @@
 namespace kyb {
 namespace {
 
-// What a hostile document may cost. Terms of some pages need a thousandth of it.
-constexpr std::size_t kMaxDepth = 512;     ///< groups inside groups; deeper ones share the deepest one's state
-constexpr int kMaxUnits = 4 * 1024 * 1024; ///< of text, in UTF-16
-constexpr int kMaxPieces = 100'000;        ///< runs and paragraphs
-constexpr int kMaxTableRows = 4096;        ///< fonts, and colours
+// What a hostile document may cost besides its text. Terms of some pages need a thousandth of it.
+constexpr std::size_t kMaxDepth = 512; ///< groups inside groups; deeper ones share the deepest one's state
+constexpr qsizetype kMaxPendingBytes = 4 * kMaxRichTextUnits; ///< no character has more than 4
+constexpr int kMaxTableRows = 4096;                           ///< fonts, and colours
 constexpr qsizetype kMaxFontNameUnits = 64;
 constexpr int kMaxHalfPoints = 2 * 400;
 constexpr int kMaxTwips = 20 * 72 * 22; ///< 22 inches, as in word processors
@@ -27,50 +27,11 @@ constexpr double kTwipsPerPoint = 20.0;
 constexpr int kWesternWindows = 1252;
 constexpr int kMacRoman = 10000;
 
-struct Charset {
-    int number; ///< as \fcharset counts them
-    int codePage;
-};
-
-constexpr Charset kCharsets[] = {
-    {0, 1252},   {77, 10000}, {78, 10001}, {79, 10003}, {80, 10008}, {81, 10002}, {83, 10005}, {84, 10004},
-    {85, 10006}, {86, 10081}, {87, 10021}, {88, 10029}, {89, 10007}, {128, 932},  {129, 949},  {130, 1361},
-    {134, 936},  {136, 950},  {161, 1253}, {162, 1254}, {163, 1258}, {177, 1255}, {178, 1256}, {186, 1257},
-    {204, 1251}, {222, 874},  {238, 1250}, {254, 437},  {255, 850},
-};
-constexpr int kUnknownCodePage = -1;
-
-// The charsets that leave the choice to the document: by default, and symbol fonts.
-constexpr int kDefaultCharset = 1;
-constexpr int kSymbolCharset = 2;
-
 struct Font {
     QString name;
-    std::optional<int> codePage; ///< nothing: the document's
+    std::optional<int> codePage;      ///< nothing: the document's
+    std::optional<RichTextFace> face; ///< what the name says, once that was asked for
 };
-
-/// The family of a font that is named as PostScript names it: "Helvetica-BoldOblique" is of the family "Helvetica".
-QString familyOf(const QString &name) {
-    static constexpr std::u16string_view kStyles[] = {
-        u"Bold",  u"BoldItalic", u"BoldItalicMT", u"BoldMT",  u"BoldOblique", u"Italic", u"ItalicMT",
-        u"Light", u"Medium",     u"MediumItalic", u"Oblique", u"Regular",     u"Roman"};
-    if (name.contains(u' ')) {
-        return name;
-    }
-    const qsizetype hyphen = name.lastIndexOf(u'-');
-    const QStringView style = QStringView(name).sliced(hyphen + 1);
-    const bool isStyled =
-        hyphen > 0 && std::any_of(std::begin(kStyles), std::end(kStyles),
-                                  [=](std::u16string_view known) { return style == QStringView(known); });
-    QString family = isStyled ? name.first(hyphen) : name;
-    if (family.endsWith(u"MT")) {
-        family.chop(2);
-    }
-    if (family == u"TimesNewRomanPS") {
-        return QStringLiteral("Times New Roman");
-    }
-    return family == u"CourierNewPS" ? QStringLiteral("Courier New") : family;
-}
 
 /// \p text with every half of a surrogate pair that stands alone replaced.
 QString withWholePairs(QString text) {
@@ -91,6 +52,14 @@ bool isTextUnit(char16_t unit) {
            (QChar(unit).category() != QChar::Other_Control && !QChar::isNonCharacter(unit) && unit != kObject);
 }
 
+// How long a paragraph grows until a place to part it is looked for, in steps: at a line break from the first step on,
+// at a blank from the second, at a character from the third, and at the fourth, which is the most, anywhere.
+constexpr qsizetype kUnitsOfAStep = kMaxParagraphUnits / 4;
+constexpr qsizetype kRunsOfAStep = kMaxParagraphRuns / 4;
+
+/// What the reader is given of a document.
+enum class Extent { Whole, Beginning };
+
 /// Where the text of a group goes.
 enum class Destination { Body, FontTable, ColorTable, Nowhere };
 
@@ -102,6 +71,7 @@ struct CharacterFormat {
     bool italic = false;
     bool underline = false;
     bool hidden = false;
+    bool deleted = false; ///< taken out by a reviewer, and still in the file
 
     bool operator==(const CharacterFormat &) const = default;
 };
@@ -125,14 +95,20 @@ struct State {
 
 class Reader {
 public:
-    explicit Reader(const QByteArray &bytes) : bytes_(bytes) {}
+    Reader(QByteArrayView bytes, Extent extent) : bytes_(bytes), extent_(extent) {}
 
     RichTextDocument read() {
         while (!done_ && position_ < bytes_.size()) {
             readToken();
         }
         addPendingBytes();
+        document_.isCut = document_.isCut || (extent_ == Extent::Beginning && !done_);
         if (!run_.isEmpty() || !paragraph_.runs.isEmpty()) {
+            endParagraph();
+        }
+        if (document_.isCut) {
+            runFormat_ = plain_;
+            run_ = QStringLiteral("[\u2026]");
             endParagraph();
         }
         return document_;
@@ -240,8 +216,7 @@ private:
     }
 
     void readHexByte() {
-        const QByteArrayView digits =
-            QByteArrayView(bytes_).sliced(position_, std::min<qsizetype>(2, bytes_.size() - position_));
+        const QByteArrayView digits = bytes_.sliced(position_, std::min<qsizetype>(2, bytes_.size() - position_));
         bool isNumber = false;
         const uint byte = digits.toUInt(&isNumber, 16);
         if (digits.size() < 2) {
@@ -262,8 +237,8 @@ private:
         if (!isFallback() && state().destination != Destination::Nowhere) {
             pendingBytes_.append(byte);
         }
-        if (pendingBytes_.size() == kMaxUnits) {
-            addPendingBytes(); // may part a character; but then there is hardly room for it
+        if (pendingBytes_.size() == kMaxPendingBytes) {
+            addPendingBytes(); // may part a character, for which there is no room any more
         }
     }
 
@@ -311,49 +286,110 @@ private:
     }
 
     void addToBody(char16_t unit) {
-        if (unit == QChar::ParagraphSeparator) {
-            endParagraph();
-        } else if (!state().character.hidden && isTextUnit(unit)) {
-            if (!(state().character == runFormat_)) {
-                endRun();
-                runFormat_ = state().character;
-            }
-            run_.append(QChar(unit));
-            done_ = done_ || --unitsLeft_ == 0;
+        if (state().character.hidden || state().character.deleted) {
+            return; // an end of a paragraph as well: what stands around it belongs together
         }
+        if (!isTextUnit(unit)) {
+            return;
+        }
+        if (units_ == kMaxRichTextUnits || pieces_ >= kMaxRichTextPieces) {
+            cut();
+        } else if (unit == QChar::ParagraphSeparator) {
+            endParagraph();
+        } else {
+            addToParagraph(unit);
+        }
+    }
+
+    void addToParagraph(char16_t unit) {
+        if (mayPartBefore(unit)) {
+            endPart();
+        }
+        if (!(state().character == runFormat_)) {
+            endRun();
+            runFormat_ = state().character;
+        }
+        run_.append(QChar(unit));
+        ++paragraphUnits_;
+        ++units_;
+    }
+
+    /// Whether a paragraph that is about to grow too long ends here. The longer it is, the poorer a place will do.
+    bool mayPartBefore(char16_t unit) const {
+        // One unit and two runs more: so that the second half of a pair has room.
+        const auto steps = std::max((paragraphUnits_ + 1) / kUnitsOfAStep, (paragraph_.runs.size() + 2) / kRunsOfAStep);
+        if (steps == 0 || run_.isEmpty()) {
+            return false;
+        }
+        const QChar last = run_.back();
+        const bool isPair = last.isHighSurrogate() && QChar::isLowSurrogate(unit);
+        const bool isCharacter = !isPair && !QChar(unit).isMark();
+        return last == QChar::LineSeparator || (steps >= 2 && (last == u' ' || last == u'\t')) ||
+               (steps >= 3 && isCharacter) || (steps >= 4 && !isPair);
     }
 
     void endRun() {
         if (run_.isEmpty()) {
             return;
         }
+        const RichTextFace face = faceOf(runFormat_.font);
         RichTextRun run{withWholePairs(run_),
-                        familyOf(fonts_.value(runFormat_.font).name.trimmed()),
+                        face.families,
                         runFormat_.halfPoints / 2.0,
-                        runFormat_.bold,
-                        runFormat_.italic,
+                        runFormat_.bold || face.bold,
+                        runFormat_.italic || face.italic,
                         runFormat_.underline,
                         colors_.value(runFormat_.color)};
         run_.clear();
         paragraph_.runs.append(run);
-        countPiece();
+        ++pieces_;
+    }
+
+    RichTextFace faceOf(int number) {
+        const auto font = fonts_.find(number);
+        if (font == fonts_.end()) {
+            return {};
+        }
+        if (!font->face) {
+            font->face = faceOfFontName(font->name.trimmed());
+        }
+        return *font->face;
     }
 
     void endParagraph() {
+        endParagraph(state().paragraph);
+        isContinuation_ = false;
+    }
+
+    /// Ends the paragraph where it has grown too long. What follows looks like its next line.
+    void endPart() {
+        if (run_.endsWith(QChar::LineSeparator)) {
+            run_.chop(1); // the end of the paragraph is one
+        }
+        ParagraphFormat format = state().paragraph;
+        format.afterTwips = 0;
+        endParagraph(format);
+        isContinuation_ = true;
+    }
+
+    void endParagraph(const ParagraphFormat &format) {
         endRun();
-        const ParagraphFormat &format = state().paragraph;
         paragraph_.alignment = format.alignment;
         paragraph_.leftIndentPoints = format.leftTwips / kTwipsPerPoint;
-        paragraph_.firstLineIndentPoints = format.firstLineTwips / kTwipsPerPoint;
+        paragraph_.firstLineIndentPoints = isContinuation_ ? 0 : format.firstLineTwips / kTwipsPerPoint;
         paragraph_.rightIndentPoints = format.rightTwips / kTwipsPerPoint;
-        paragraph_.spaceBeforePoints = format.beforeTwips / kTwipsPerPoint;
+        paragraph_.spaceBeforePoints = isContinuation_ ? 0 : format.beforeTwips / kTwipsPerPoint;
         paragraph_.spaceAfterPoints = format.afterTwips / kTwipsPerPoint;
         document_.paragraphs.append(paragraph_);
         paragraph_ = {};
-        countPiece();
+        paragraphUnits_ = 0;
+        ++pieces_;
     }
 
-    void countPiece() { done_ = done_ || --piecesLeft_ == 0; }
+    void cut() {
+        done_ = true;
+        document_.isCut = true;
+    }
 
     void addToFontName(char16_t unit) {
         if (unit == u';' || fonts_.size() > kMaxTableRows) {
@@ -397,14 +433,7 @@ private:
         if (state().destination != Destination::FontTable || fonts_.size() > kMaxTableRows) {
             return;
         }
-        std::optional<int> &page = fonts_[tableFont_].codePage;
-        page.reset();
-        if (number == kDefaultCharset || number == kSymbolCharset) {
-            return;
-        }
-        const auto *charset = std::find_if(std::begin(kCharsets), std::end(kCharsets),
-                                           [=](const Charset &row) { return row.number == number; });
-        page = charset == std::end(kCharsets) ? kUnknownCodePage : charset->codePage;
+        fonts_[tableFont_].codePage = codePageOfCharset(number);
     }
 
     void setFontCodePage(int number) {
@@ -461,7 +490,8 @@ private:
     /// Outside every group, and in the document's own.
     static constexpr std::size_t kOutermostStates = 2;
 
-    const QByteArray &bytes_;
+    QByteArrayView bytes_;
+    Extent extent_;
     qsizetype position_ = 0;
     bool done_ = false;
     bool isOptional_ = false; ///< after \*: what begins here is for those who know it
@@ -482,8 +512,10 @@ private:
     RichTextParagraph paragraph_; ///< the runs that have ended
     QString run_;
     CharacterFormat runFormat_;
-    int unitsLeft_ = kMaxUnits;
-    int piecesLeft_ = kMaxPieces;
+    bool isContinuation_ = false; ///< the paragraph is a later part of one that has grown too long
+    qsizetype paragraphUnits_ = 0;
+    qsizetype units_ = 0;
+    qsizetype pieces_ = 0;
 };
 
 enum class Number {
@@ -511,6 +543,7 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"colortbl",     &Reader::beginColorTable},
     {"cpg",          &Reader::setFontCodePage, kUnknownCodePage, Number::Given},
     {"deff",         &Reader::setDefaultFont, 0, Number::Given},
+    {"deleted",      &Reader::setFlag<&CharacterFormat::deleted>, 1, Number::Given},
     {"emdash",       &Reader::insert, 0x2014},
     {"emspace",      &Reader::insert, 0x2003},
     {"endash",       &Reader::insert, 0x2013},
@@ -539,8 +572,11 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"listtext",     &Reader::nothing},
     {"lquote",       &Reader::insert, 0x2018},
     {"mac",          &Reader::setCodePage, kMacRoman},
+    {"mvf",          &Reader::setFlag<&CharacterFormat::deleted>, 1, Number::Given},
     {"nestcell",     &Reader::insert, u'\t'},
     {"nestrow",      &Reader::insert, 0x2029},
+    {"nesttableprops", &Reader::nothing},
+    {"nonesttables", &Reader::skipGroup},
     {"nonshppict",   &Reader::skipGroup},
     {"object",       &Reader::skipGroup},
     {"page",         &Reader::breakPage},
@@ -566,14 +602,30 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"sect",         &Reader::breakPage},
     {"stylesheet",   &Reader::skipGroup},
     {"tab",          &Reader::insert, u'\t'},
+    {"tc",           &Reader::skipGroup},
+    {"tcn",          &Reader::skipGroup},
     {"u",            &Reader::insertUnicode, 0, Number::Given},
     {"uc",           &Reader::setFallback, 1, Number::Given},
     {"ul",           &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"uld",          &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"uldash",       &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"uldashd",      &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"uldashdd",     &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"uldb",         &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulhwave",      &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulldash",      &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"ulnone",       &Reader::setFlag<&CharacterFormat::underline>, 0},
+    {"ulth",         &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulthd",        &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulthdash",     &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulthdashd",    &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulthdashdd",   &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulthldash",    &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ululdbwave",   &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"ulw",          &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"ulwave",       &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"v",            &Reader::setFlag<&CharacterFormat::hidden>, 1, Number::Given},
+    {"xe",           &Reader::skipGroup},
 };
 // clang-format on
 
@@ -607,7 +659,13 @@ void Reader::obey(std::string_view name, std::optional<int> number) {
 } // namespace
 
 RichTextDocument parseRichText(const QByteArray &bytes) {
-    return bytes.startsWith("{\\rtf") ? Reader(bytes).read() : RichTextDocument();
+    constexpr QByteArrayView kByteOrderMark("\xEF\xBB\xBF"); // editors put it before what they saved as UTF-8
+    const Extent extent = bytes.size() > kMaxRichTextBytes ? Extent::Beginning : Extent::Whole;
+    QByteArrayView document = QByteArrayView(bytes).first(std::min(bytes.size(), kMaxRichTextBytes));
+    if (document.startsWith(kByteOrderMark)) {
+        document = document.sliced(kByteOrderMark.size());
+    }
+    return document.startsWith("{\\rtf") ? Reader(document, extent).read() : RichTextDocument();
 }
 
 QString plainText(const RichTextDocument &document) {

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 #include <optional>
 
@@ -10,7 +11,7 @@ namespace kyb {
 /// A piece of text in one format.
 struct RichTextRun {
     QString text; ///< with U+2028 for a line break within the paragraph; holds no other control character than tabs
-    QString fontFamily; ///< empty: the view's own
+    QStringList fontFamilies; ///< the first that the machine has; none: the view's own
     double sizePoints = 12.0;
     bool bold = false;
     bool italic = false;
@@ -32,18 +33,37 @@ struct RichTextParagraph {
 
 struct RichTextDocument {
     QVector<RichTextParagraph> paragraphs;
+    bool isCut = false; ///< lacks what lay beyond a limit; the last paragraph is then "[…]"
 };
+
+/// In bytes. Word processors write pictures as text, so that terms of some pages may take a few million.
+constexpr qsizetype kMaxRichTextBytes = 16 * 1024 * 1024;
+
+/// Of a document's text, in UTF-16 units: 300 pages, which a text view still lays out within a second or two.
+constexpr qsizetype kMaxRichTextUnits = 1024 * 1024;
+
+/// Runs and paragraphs of a document. Each costs a text view as much as a line of text.
+constexpr qsizetype kMaxRichTextPieces = 100'000;
+
+/// Of a paragraph's text, in UTF-16 units. A text view measures a word that fits in no line anew for each of its lines,
+/// to the word's end; so what a paragraph costs may grow with its square.
+constexpr qsizetype kMaxParagraphUnits = 8192;
+
+/// Of a paragraph: the same, with a font to be chosen for each run of the word.
+constexpr qsizetype kMaxParagraphRuns = 512;
 
 /// Reads an RTF document, as word processors write it, into paragraphs of formatted text.
 ///
 /// Kept are fonts, sizes, bold, italic, underline, text colours, alignment, indents and spacing, list marks (as text),
 /// tables (a line for each row, a tab after each cell) and the texts of links, which lead nowhere. Left out are
-/// pictures, objects, notes, headers, footers and hidden text. Bytes are read in the code page of the document or of
-/// the font, whichever it is (`fromCodePage`); those that spell nothing there read as U+FFFD.
+/// pictures, objects, notes, headers, footers, entries of an index, hidden text and what a reviewer took out, which
+/// word processors keep in the file. Bytes are read in the code page of the document or of the font, whichever it is
+/// (`fromCodePage`); those that spell nothing there read as U+FFFD.
 ///
-/// Never fails. Of a broken or truncated document it gives what can be read; bytes that do not begin with "{\rtf" give
-/// an empty document. Whatever the bytes, it takes time in proportion to them, and memory within constant limits: what
-/// lies beyond a limit is not read. Pure.
+/// Never fails. Of a broken or truncated document it gives what can be read; bytes that do not begin with "{\rtf",
+/// behind a byte-order mark if there is one, give an empty document. Whatever the bytes, it takes time in proportion to
+/// them, and memory within constant limits. A paragraph that is too long goes on in another, without loss; what lies
+/// beyond the other limits is not read, and the document says so. Pure.
 RichTextDocument parseRichText(const QByteArray &bytes);
 
 /// The document's text: paragraphs and lines are separated by line feeds. Pure.

@@ -2,6 +2,7 @@
 
 #include "base/KYGlobalConstants.h"
 #include "base/threads.h"
+#include "platform/system_log.h"
 #include "text/localized_text.h"
 #include "text/resources.h"
 #include "text/rich_text.h"
@@ -16,6 +17,14 @@ namespace {
 void putAway(kyb::Button &button) {
     button.setTransparent(true);
     button.setEnabled(false);
+}
+
+void tellWhatIsMissing(const QString &path, const kyb::RichTextDocument &terms) {
+    if (terms.isCut) {
+        kyb::systemLog(path + QStringLiteral(": too long; the terms are shown in part, up to \"[\u2026]\""));
+    } else if (terms.paragraphs.isEmpty()) {
+        kyb::systemLog(path + QStringLiteral(": no RTF, or without text; no terms are shown"));
+    }
 }
 
 } // namespace
@@ -50,12 +59,14 @@ void KYViewController::displayLicenseView(Sender) {
 
 void KYViewController::showLicenseText() {
     QFile terms(kyb::resourcePath(QStringLiteral("License.rtf")));
-    const QByteArray data = terms.open(QIODevice::ReadOnly) ? terms.readAll() : QByteArray();
+    const QByteArray data = terms.open(QIODevice::ReadOnly) ? terms.read(kyb::kMaxRichTextBytes + 1) : QByteArray();
     if (data.isEmpty()) {
         licenseTextView->setText(QStringLiteral("License file missing!"));
         return;
     }
-    licenseTextView->setRichText(kyb::parseRichText(data));
+    const kyb::RichTextDocument document = kyb::parseRichText(data);
+    tellWhatIsMissing(terms.fileName(), document);
+    licenseTextView->setRichText(document);
 }
 
 void KYViewController::displayInstallationViewFromLicenseView() {

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <ostream>
+#include <vector>
 
 namespace kyb {
 
@@ -46,6 +47,12 @@ TEST(RichText, IsEmptyForWhatIsNotRtf) {
     EXPECT_TRUE(parseRichText("{\\rtf1}").paragraphs.isEmpty());
 }
 
+TEST(RichText, PassesOverAByteOrderMark) {
+    EXPECT_EQ(plainText(parseRichText("\xEF\xBB\xBF{\\rtf1 Terms}")), u"Terms"_qs);
+    EXPECT_TRUE(parseRichText("\xEF\xBB\xBF").paragraphs.isEmpty());
+    EXPECT_TRUE(parseRichText("\xEF\xBB\xBFTerms").paragraphs.isEmpty());
+}
+
 TEST(RichText, EndsParagraphsAtParAndAtABackslashBeforeALineEnd) {
     EXPECT_EQ(textOf("one\\par two\\\nthree\\\r\nfour"), u"one\ntwo\nthree\nfour"_qs);
     EXPECT_EQ(parsed("one\\par\\par two\\par").paragraphs.size(), 3);
@@ -79,8 +86,40 @@ TEST(RichText, JoinsTextOfOneFormat) {
     EXPECT_EQ(marked(runsOf("a{b}\\b\\b0 c")), QStringList({u":abc"_qs}));
 }
 
-TEST(RichText, LeavesOutHiddenText) {
-    EXPECT_EQ(textOf("a{\\v b}c"), u"ac"_qs);
+TEST(RichText, KnowsEachWayToUnderline) {
+    for (const char *word :
+         {"ul", "uld", "uldash", "uldashd", "uldashdd", "uldb", "ulhwave", "ulldash", "ulth", "ulthd", "ulthdash",
+          "ulthdashd", "ulthdashdd", "ulthldash", "ululdbwave", "ulw", "ulwave"}) {
+        const QByteArray on = QByteArray("\\") + word;
+        const QStringList expected{u":a"_qs, u"u:b"_qs, u":c"_qs};
+        EXPECT_EQ(marked(runsOf("a" + on + " b" + on + "0 c")), expected) << word;
+        EXPECT_EQ(marked(runsOf("a" + on + "1 b\\ul0 c")), expected) << word;
+        EXPECT_EQ(marked(runsOf("a" + on + " b\\ulnone c")), expected) << word;
+        EXPECT_EQ(marked(runsOf("a{" + on + " b}c")), expected) << word;
+    }
+}
+
+TEST(RichText, LeavesOutHiddenAndDeletedText) {
+    for (const char *word : {"v", "deleted", "mvf"}) {
+        const QByteArray on = QByteArray("\\") + word;
+        const QByteArray rows[] = {"a{" + on + " b}c",
+                                   "a{\\*" + on + " b}c",
+                                   "a" + on + " b" + on + "0 c",
+                                   "a" + on + "1 b" + on + "0c",
+                                   "a" + on + " b\\plain c",
+                                   "a{" + on + " b{\\b d}}c",
+                                   "a{" + on + "\\revauthdel1\\revdttmdel-1 b\\'e4\\emdash\\u228?\\tab\\line}c",
+                                   "a{" + on + " b\\par d\\par}c",
+                                   "a{" + on + " b\\\n}c"};
+        for (const QByteArray &row : rows) {
+            EXPECT_EQ(textOf(row), u"ac"_qs) << row.toStdString();
+        }
+    }
+}
+
+TEST(RichText, ShowsWhatAReviewerPutIn) {
+    EXPECT_EQ(textOf("a{\\revised\\revauth1 b}{\\mvt d}c"), u"abdc"_qs);
+    EXPECT_EQ(textOf("a\\deleted b\\v c\\v0 d\\deleted0 e"), u"ae"_qs); // each word ends its own
 }
 
 TEST(RichText, ReadsFontsAndSizes) {
@@ -88,40 +127,33 @@ TEST(RichText, ReadsFontsAndSizes) {
         runsOf("\\deff1{\\fonttbl{\\f0\\fnil Menlo;}{\\f1\\froman\\fcharset0 Gill Sans MT{\\*\\falt Arial};}}"
                "\\fs24 a\\f0\\fs27 b\\plain c\\f9 d");
     ASSERT_EQ(runs.size(), 4);
-    EXPECT_EQ(runs[0].fontFamily, u"Gill Sans MT"_qs);
+    EXPECT_EQ(runs[0].fontFamilies, QStringList(u"Gill Sans MT"_qs));
     EXPECT_EQ(runs[0].sizePoints, 12.0);
-    EXPECT_EQ(runs[1].fontFamily, u"Menlo"_qs);
+    EXPECT_EQ(runs[1].fontFamilies, QStringList(u"Menlo"_qs));
     EXPECT_EQ(runs[1].sizePoints, 13.5);
-    EXPECT_EQ(runs[2].fontFamily, u"Gill Sans MT"_qs);
+    EXPECT_EQ(runs[2].fontFamilies, QStringList(u"Gill Sans MT"_qs));
     EXPECT_EQ(runs[2].sizePoints, 12.0);
-    EXPECT_EQ(runs[3].fontFamily, QString());
+    EXPECT_EQ(runs[3].fontFamilies, QStringList());
 }
 
 TEST(RichText, ReadsAFontTableWithoutGroups) {
     const auto runs = runsOf("{\\fonttbl\\f0\\fswiss\\fcharset0 Helvetica;\\f1 Optima;\n}\\f0 a\\f1 b");
     ASSERT_EQ(runs.size(), 2);
-    EXPECT_EQ(runs[0].fontFamily, u"Helvetica"_qs);
-    EXPECT_EQ(runs[1].fontFamily, u"Optima"_qs);
+    EXPECT_EQ(runs[0].fontFamilies, QStringList(u"Helvetica"_qs));
+    EXPECT_EQ(runs[1].fontFamilies, QStringList(u"Optima"_qs));
 }
 
 TEST(RichText, LetsTheLaterOfTwoFontsCount) {
     const auto runs = runsOf("{\\fonttbl\\f0 Helvetica;\\f0 Optima;}\\f0 a");
     ASSERT_EQ(runs.size(), 1);
-    EXPECT_EQ(runs[0].fontFamily, u"Optima"_qs);
+    EXPECT_EQ(runs[0].fontFamilies, QStringList(u"Optima"_qs));
 }
 
-TEST(RichText, FindsTheFamilyOfAPostScriptName) {
-    const std::pair<const char *, QString> names[] = {{"Helvetica-BoldOblique", u"Helvetica"_qs},
-                                                      {"Arial-BoldMT", u"Arial"_qs},
-                                                      {"ArialMT", u"Arial"_qs},
-                                                      {"TimesNewRomanPSMT", u"Times New Roman"_qs},
-                                                      {"CourierNewPS-ItalicMT", u"Courier New"_qs},
-                                                      {"Foo-Bar", u"Foo-Bar"_qs},
-                                                      {"-Bold", u"-Bold"_qs}};
-    for (const auto &[name, family] : names) {
-        const auto runs = runsOf(QByteArray("{\\fonttbl\\f0 ") + name + ";}\\f0 a");
-        ASSERT_EQ(runs.size(), 1);
-        EXPECT_EQ(runs[0].fontFamily, family);
+TEST(RichText, TakesTheStyleOfAFaceThatTheFontTableNames) {
+    const auto runs = runsOf("{\\fonttbl\\f0 Helvetica-BoldOblique;\\f1 Helvetica;}\\f0 a\\b\\i b\\b0\\i0\\ul c\\f1 d");
+    EXPECT_EQ(marked(runs), QStringList({u"bi:a"_qs, u"bi:b"_qs, u"biu:c"_qs, u"u:d"_qs}));
+    for (const RichTextRun &run : runs) {
+        EXPECT_EQ(run.fontFamilies, QStringList(u"Helvetica"_qs));
     }
 }
 
@@ -188,7 +220,8 @@ TEST(RichText, ReadsBytesInTheFontsCodePage) {
               u"ДÄÄ"_qs);
     EXPECT_EQ(textOf("{\\fonttbl\\f0\\fcharset0\\cpg1251 A;}\\f0\\'c4"), u"Д"_qs);
     EXPECT_EQ(textOf("\\cpg1251\\'c4"), u"Ä"_qs); // counts in the font table alone
-    EXPECT_EQ(runsOf("{\\fonttbl\\f0\\fcharset128 \\'96\\'be\\'92\\'a9;}\\f0 a").first().fontFamily, u"明朝"_qs);
+    EXPECT_EQ(runsOf("{\\fonttbl\\f0\\fcharset128 \\'96\\'be\\'92\\'a9;}\\f0 a").first().fontFamilies,
+              QStringList(u"明朝"_qs));
 }
 
 TEST(RichText, KnowsTheCharsetsOfFonts) {
@@ -212,6 +245,25 @@ TEST(RichText, KnowsTheCharsetsOfFonts) {
 
 QString textInCodePage(int codePage, const QByteArray &body) {
     return plainText(parseRichText("{\\rtf1\\ansi\\ansicpg" + QByteArray::number(codePage) + " " + body + "}"));
+}
+
+TEST(RichText, ReadsBytesInAnyCodePageOfADocument) {
+    const std::tuple<int, const char *, QString> rows[] = {
+        {874, "\\'e4\\'b7\\'c2", u"ไทย"_qs},
+        {932, "\\'93\\'fa\\'96\\'7b", u"日本"_qs},
+        {936, "\\'d6\\'d0", u"中"_qs},
+        {949, "\\'c7\\'d1", u"한"_qs},
+        {950, "\\'a4\\'a4", u"中"_qs},
+        {1253, "\\'c5\\'eb\\'eb", u"Ελλ"_qs},
+        {1254, "\\'dd\\'fe\\'f0", u"İşğ"_qs},
+        {1255, "\\'f9", u"ש"_qs},
+        {1256, "\\'e3", u"م"_qs},
+        {1257, "\\'e2", u"ā"_qs},
+        {65001, "\\'c3\\'bc\\'e6\\'97\\'a5", u"ü日"_qs},
+    };
+    for (const auto &[page, bytes, text] : rows) {
+        EXPECT_EQ(textInCodePage(page, bytes), text) << page;
+    }
 }
 
 TEST(RichText, ReadsCharactersOfSeveralBytes) {
@@ -285,6 +337,11 @@ TEST(RichText, LeavesOutWhatIsNotText) {
               u"abcdefgh"_qs);
 }
 
+TEST(RichText, LeavesOutEntriesOfAnIndex) {
+    EXPECT_EQ(textOf("a{\\xe b}c{\\xe\\v d{\\txe e}{\\*\\rxe f}}g{\\tc h\\tcl2}i{\\tcn j}k{\\*\\xe{\\b l\\par}}m"),
+              u"acgikm"_qs);
+}
+
 TEST(RichText, ShowsLinksAsTheirTexts) {
     EXPECT_EQ(textOf("see {\\field{\\*\\fldinst{HYPERLINK \"file:///etc\"}}{\\fldrslt\\ul the terms}}."),
               u"see the terms."_qs);
@@ -299,6 +356,16 @@ TEST(RichText, ShowsTablesAsLines) {
     EXPECT_EQ(textOf("\\trowd\\cellx100\\cellx200\\pard\\intbl a\\cell b\\cell\\row"
                      "\\trowd\\cellx100\\cellx200\\pard\\intbl c\\cell d\\cell\\row\\pard e"),
               u"a\tb\t\nc\td\t\ne"_qs);
+}
+
+TEST(RichText, ShowsNestedTablesAsLines) {
+    const QByteArray rowEnd = "{\\*\\nesttableprops\\trowd\\cellx100\\cellx200\\nestrow}{\\nonesttables\\par }";
+    EXPECT_EQ(textOf("\\trowd\\cellx400\\pard\\intbl a\\par\\pard\\intbl\\itap2 b\\nestcell c\\nestcell" + rowEnd +
+                     "\\pard\\intbl\\itap2 d\\nestcell e\\nestcell" + rowEnd + "\\pard\\intbl f\\cell\\row\\pard g"),
+              u"a\nb\tc\t\nd\te\t\nf\t\ng"_qs);
+    EXPECT_EQ(textOf("a\\nestcell{\\*\\nesttableprops\\nestrow}b"),
+              u"a\t\nb"_qs); // by writers that leave the other out
+    EXPECT_EQ(textOf("a{\\nonesttables b\\par}c"), u"ac"_qs);
 }
 
 TEST(RichText, PassesOverBinaryData) {
@@ -363,14 +430,116 @@ qsizetype piecesOf(const RichTextDocument &document) {
     return pieces;
 }
 
-TEST(RichText, KeepsWithinItsLimits) {
-    constexpr qsizetype kMostPieces = 100'002; // the limit, and the last run and paragraph
-    constexpr qsizetype kMostUnits = 4 << 20;
-    EXPECT_LE(piecesOf(parsed(QByteArray("\\par").repeated(300'000))), kMostPieces);
-    EXPECT_LE(piecesOf(parsed(QByteArray("\\b a\\b0 b").repeated(100'000))), kMostPieces);
-    EXPECT_EQ(textOf(QByteArray(5 << 20, 'a')).size(), kMostUnits);
+/// Text of whatever length, and what is left of it without the places where lines and paragraphs end.
+struct LongText {
+    const char *name;
+    QByteArray body;
+    QString text;
+};
+
+QString withoutLineEnds(QString text) {
+    return text.remove(u'\n');
+}
+
+/// Each of one paragraph that is some hundred times too long for one.
+std::vector<LongText> longParagraphs() {
+    constexpr int kCount = 100'000;
+    const auto repeated = [](QStringView text) { return text.toString().repeated(kCount); };
+    return {
+        {"bold on and off", QByteArray("\\b a\\b0 b").repeated(kCount / 4), repeated(u"ab").first(kCount / 2)},
+        {"bold words", QByteArray("\\b a \\b0 b ").repeated(kCount / 4), repeated(u"a b ").first(kCount)},
+        {"one word", QByteArray(kCount, 'a'), repeated(u"a")},
+        {"words", QByteArray("word ").repeated(kCount), repeated(u"word ")},
+        {"lines", QByteArray("a line\\line ").repeated(kCount / 4), repeated(u"a line").first(kCount / 4 * 6)},
+        {"tabs", QByteArray(kCount, '\t'), repeated(u"\t")},
+        {"marks on a letter", "a" + QByteArray("\\u769?").repeated(kCount), u"a"_qs + repeated(u"\u0301")},
+        {"pairs", QByteArray("\\u-10179?\\u-8704?").repeated(kCount), repeated(u"\U0001F600")},
+        {"halves of pairs", QByteArray("\\u-8704?").repeated(kCount), repeated(u"\uFFFD")},
+        {"pairs in two formats", QByteArray("\\b\\u-10179?\\b0\\u-8704?").repeated(kCount / 4),
+         repeated(u"\uFFFD").first(kCount / 2)},
+    };
+}
+
+qsizetype unitsOf(const RichTextParagraph &paragraph) {
+    qsizetype units = 0;
+    for (const RichTextRun &run : paragraph.runs) {
+        units += run.text.size();
+    }
+    return units;
+}
+
+TEST(RichText, PartsLongParagraphsAndLosesNothing) {
+    for (const LongText &row : longParagraphs()) {
+        const RichTextDocument document = parsed(row.body);
+        EXPECT_FALSE(document.isCut) << row.name;
+        EXPECT_LE(document.paragraphs.size(), 150) << row.name;
+        EXPECT_EQ(withoutLineEnds(plainText(document)), row.text) << row.name;
+        for (const RichTextParagraph &paragraph : document.paragraphs) {
+            ASSERT_LE(unitsOf(paragraph), kMaxParagraphUnits) << row.name;
+            ASSERT_LE(paragraph.runs.size(), kMaxParagraphRuns) << row.name;
+        }
+    }
+}
+
+TEST(RichText, LeavesParagraphsOfUsualLengthWhole) {
+    EXPECT_EQ(parsed(QByteArray("word ").repeated(kMaxParagraphUnits / 2 / 5)).paragraphs.size(), 1);
+    EXPECT_EQ(parsed(QByteArray("\\b a \\b0 b ").repeated(kMaxParagraphRuns / 2 / 2 - 1)).paragraphs.size(), 1);
+    EXPECT_EQ(parsed(QByteArray(kMaxParagraphUnits / 2, 'a')).paragraphs.size(), 1);
+}
+
+TEST(RichText, PartsALongParagraphAtTheBestPlace) {
+    const auto secondPart = [](const QByteArray &body) {
+        const RichTextDocument document = parsed(body);
+        return document.paragraphs.size() < 2 ? QString() : document.paragraphs[1].runs.first().text;
+    };
+    const QByteArray words = QByteArray("ab ").repeated(kMaxParagraphUnits / 4 / 3 + 1);
+    EXPECT_EQ(secondPart(words + "c\\line d e"), u"d e"_qs);
+    EXPECT_TRUE(secondPart(words.repeated(3)).startsWith(u"ab "_qs));
+    EXPECT_TRUE(secondPart(QByteArray(kMaxParagraphUnits, 'a') + "\\u769?").endsWith(u"a\u0301"_qs));
+    EXPECT_EQ(secondPart(QByteArray(kMaxParagraphUnits / 4 * 3 - 1, 'a') + "\\u769?\\u769?b"), u"b"_qs);
+}
+
+TEST(RichText, APartLooksLikeTheNextLine) {
+    const auto paragraphs =
+        parsed("\\qc\\li720\\fi-360\\sb200\\sa300 " + QByteArray("word ").repeated(3000) + "\\par next").paragraphs;
+    ASSERT_EQ(paragraphs.size(), 5);
+    const qsizetype last = paragraphs.size() - 2;
+    for (qsizetype i = 0; i < paragraphs.size(); ++i) {
+        const bool isBegin = i == 0 || i > last;
+        EXPECT_EQ(paragraphs[i].alignment, RichTextAlignment::Center);
+        EXPECT_EQ(paragraphs[i].leftIndentPoints, 36.0);
+        EXPECT_EQ(paragraphs[i].firstLineIndentPoints, isBegin ? -18.0 : 0.0) << i;
+        EXPECT_EQ(paragraphs[i].spaceBeforePoints, isBegin ? 10.0 : 0.0) << i;
+        EXPECT_EQ(paragraphs[i].spaceAfterPoints, i >= last ? 15.0 : 0.0) << i;
+    }
+}
+
+TEST(RichText, KeepsWithinItsLimitsAndSaysSo) {
+    constexpr qsizetype kMostPieces = kMaxRichTextPieces + 6; // the last run and paragraph, and the mark
+    const QString mark = u"[\u2026]"_qs;
+    const QByteArray bodies[] = {
+        QByteArray("\\par").repeated(300'000),
+        QByteArray("\\b a\\b0 b").repeated(100'000),
+        QByteArray(5 << 20, 'a'),
+        "\\b " + QByteArray(3 << 20, 'a') + "\\b0 " + QByteArray(3 << 20, '\xE4'),
+        "a{\\pict " + QByteArray(kMaxRichTextBytes, 'a') + "}b",
+    };
+    for (const QByteArray &body : bodies) {
+        const RichTextDocument document = parsed(body);
+        EXPECT_TRUE(document.isCut);
+        EXPECT_LE(piecesOf(document), kMostPieces);
+        EXPECT_LE(withoutLineEnds(plainText(document)).size(), kMaxRichTextUnits + mark.size());
+        EXPECT_EQ(document.paragraphs.last().runs.first().text, mark);
+    }
+}
+
+TEST(RichText, IsNotCutAtItsLimits) {
+    EXPECT_FALSE(parsed(QByteArray(kMaxRichTextUnits, 'a')).isCut);
+    EXPECT_FALSE(parsed(QByteArray(kMaxRichTextUnits, 'a') + "{\\v b}{\\pict 00}").isCut);
+    EXPECT_TRUE(parsed(QByteArray(kMaxRichTextUnits, 'a') + "b").isCut);
+    EXPECT_FALSE(parsed("a{\\pict " + QByteArray(kMaxRichTextBytes / 2, 'a') + "}b").isCut);
+    EXPECT_FALSE(parsed("a}" + QByteArray(kMaxRichTextBytes, '\n')).isCut); // nothing but what lies behind it
     EXPECT_EQ(textOf("{\\fonttbl\\f0 " + QByteArray(5 << 20, 'a') + ";}\\f0 b"), u"b"_qs);
-    EXPECT_EQ(textOf("\\b " + QByteArray(3 << 20, 'a') + "\\b0 " + QByteArray(3 << 20, '\xE4')).size(), kMostUnits);
     EXPECT_EQ(textOf("{\\pict " + QByteArray(9 << 20, 'a') + "}b"), u"b"_qs);
 }
 
@@ -383,9 +552,9 @@ TEST(RichText, KeepsItsTablesWithinTheirLimits) {
     }
     const auto runs = runsOf("{\\fonttbl" + fonts + "}{\\colortbl" + colors + "}\\f1\\cf1 a\\f19999\\cf19999 b");
     ASSERT_EQ(runs.size(), 2);
-    EXPECT_EQ(runs[0].fontFamily, u"F"_qs);
+    EXPECT_EQ(runs[0].fontFamilies, QStringList(u"F"_qs));
     EXPECT_EQ(runs[0].colorRgb, 0x010000u);
-    EXPECT_EQ(runs[1].fontFamily, QString());
+    EXPECT_EQ(runs[1].fontFamilies, QStringList());
     EXPECT_EQ(runs[1].colorRgb, std::nullopt);
 }
 

@@ -1,5 +1,7 @@
 #include "ControllerTest.h"
 
+#include "text/rich_text.h"
+
 namespace {
 
 const QString kLicense =
@@ -69,6 +71,27 @@ TEST_F(Navigation, TheTermsScreenComesOverTheHiddenDragScreen) {
                   QStringLiteral("cancelButton hidden yes"), QStringLiteral("multipleActionsButton text \"Zurueck\""),
                   QStringLiteral("multipleActionsButton enabled yes"), QStringLiteral("licenseTextView rich text")}));
     EXPECT_EQ(screen("licenseTextView").currentText.trimmed(), QStringLiteral("Terms"));
+}
+
+TEST_F(Navigation, TermsThatAreNotAllShownAreToldToTheSystemLog) {
+    const std::pair<QByteArray, QString> rows[] = {
+        {"{\\rtf1 Terms}", QString()},
+        {"\xEF\xBB\xBF{\\rtf1 Terms}", QString()},
+        {"Terms", QStringLiteral(": no RTF, or without text; no terms are shown")},
+        {"{\\rtf1 {\\v Terms}}", QStringLiteral(": no RTF, or without text; no terms are shown")},
+        {"{\\rtf1 " + QByteArray(kyb::kMaxRichTextUnits, 'a') + "b}",
+         QStringLiteral(": too long; the terms are shown in part, up to \"[\u2026]\"")},
+        {"{\\rtf1 a{\\pict " + QByteArray(kyb::kMaxRichTextBytes, 'a') + "}b}",
+         QStringLiteral(": too long; the terms are shown in part, up to \"[\u2026]\"")},
+    };
+    for (const auto &[terms, told] : rows) {
+        machine.write(kLicense, terms);
+        const auto before = machine.systemLog().size();
+        screen("termsOfServiceButton").press();
+        const QStringList lines = machine.systemLog().mid(before);
+        EXPECT_EQ(lines.size(), told.isEmpty() ? 0 : 1) << terms.left(16).toStdString();
+        EXPECT_TRUE(told.isEmpty() || (lines.value(0).endsWith(u"License.rtf" + told))) << lines.value(0).toStdString();
+    }
 }
 
 TEST_F(Navigation, AMissingTermsFileIsSaidOnTheScreen) {

@@ -32,6 +32,15 @@ TEST_F(TermsView, ShowsStylesAndParagraphs) {
     EXPECT_EQ(view.document()->lastBlock().blockFormat().alignment(), Qt::AlignHCenter);
 }
 
+TEST_F(TermsView, TakesTheFirstFamilyThatTheMachineHas) {
+    const QString known = QFontInfo(view.font()).family();
+    show("{\\rtf1{\\fonttbl\\f0 TimesNewRomanPS-BoldMT;\\f1 " + known.toUtf8() + ";}\\f0 A\\f1 B}");
+    EXPECT_EQ(formatAt(0).fontFamilies().toStringList(),
+              QStringList({u"TimesNewRomanPS"_qs, u"Times New Roman PS"_qs, u"Times New Roman"_qs}));
+    EXPECT_EQ(formatAt(0).fontWeight(), int(QFont::Bold));
+    EXPECT_EQ(QFontInfo(formatAt(1).font()).family(), known);
+}
+
 TEST_F(TermsView, ANewTextReplacesTheOldOne) {
     show("{\\rtf1 old\\par old}");
     show("{\\rtf1 new}");
@@ -56,6 +65,24 @@ TEST_F(TermsView, TheLinesOfAListItemBeginBelowEachOther) {
     const QTextLayout &layout = *view.document()->firstBlock().layout();
     ASSERT_GT(layout.lineCount(), 1);
     EXPECT_NEAR(layout.lineAt(0).cursorToX(4), layout.lineAt(1).cursorToX(layout.lineAt(1).textStart()), 1);
+}
+
+qsizetype runsOf(const QTextBlock &block) {
+    qsizetype runs = 0;
+    for (auto run = block.begin(); !run.atEnd(); ++run) {
+        ++runs;
+    }
+    return runs;
+}
+
+TEST_F(TermsView, HoldsNoParagraphThatWouldTakeLongToLayOut) {
+    for (const QByteArray &part : {QByteArray("\\b a\\b0 b"), QByteArray("aaaaaaaaaa"), QByteArray("\\u769?")}) {
+        show("{\\rtf1 " + part.repeated(20'000) + "}");
+        for (QTextBlock block = view.document()->begin(); block.isValid(); block = block.next()) {
+            ASSERT_LE(block.length() - 1, kyb::kMaxParagraphUnits) << part.toStdString();
+            ASSERT_LE(runsOf(block), kyb::kMaxParagraphRuns) << part.toStdString();
+        }
+    }
 }
 
 TEST_F(TermsView, BeginsAtTheTop) {

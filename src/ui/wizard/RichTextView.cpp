@@ -63,8 +63,8 @@ QTextBlockFormat formatOf(const RichTextParagraph &paragraph, double pixelsPerPo
 
 QTextCharFormat formatOf(const RichTextRun &run, const QColor &ground) {
     QTextCharFormat format;
-    if (!run.fontFamily.isEmpty()) {
-        format.setFontFamilies({run.fontFamily});
+    if (!run.fontFamilies.isEmpty()) {
+        format.setFontFamilies(run.fontFamilies);
     }
     format.setFontPointSize(qBound(kSmallestPoints, run.sizePoints, kLargestPoints));
     format.setFontWeight(run.bold ? QFont::Bold : QFont::Normal);
