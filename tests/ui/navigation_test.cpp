@@ -144,9 +144,10 @@ TEST_F(Navigation, TheProgressScreenPutsEveryButtonAway) {
                      QStringLiteral("installationInProgressImageView image Package.png"),
                      QStringLiteral("cancelButton transparent yes"), QStringLiteral("cancelButton enabled no"),
                      QStringLiteral("multipleActionsButton transparent yes"),
-                     QStringLiteral("multipleActionsButton enabled no"), QStringLiteral("cancelButton display"),
-                     QStringLiteral("multipleActionsButton display"), QStringLiteral("installationView remove"),
-                     QStringLiteral("publicOrPrivateView remove"), QStringLiteral("backButton transparent yes"),
+                     QStringLiteral("multipleActionsButton enabled no"),
+                     QStringLiteral("cancelButton display if needed"),
+                     QStringLiteral("multipleActionsButton display if needed"),
+                     QStringLiteral("installationView remove"), QStringLiteral("publicOrPrivateView remove"), QStringLiteral("backButton transparent yes"),
                      QStringLiteral("backButton enabled no"), QStringLiteral("progressInfoLabel text \"\""),
                      QStringLiteral("installationBox add installationProgressView")}));
 }
