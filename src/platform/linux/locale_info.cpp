@@ -91,9 +91,8 @@ QStringList wantedTags() {
 
 QString formatted(std::chrono::system_clock::time_point time) {
     // A formatter may not be shared by threads, and to make one costs a hundred times what it costs to use it.
-    thread_local const std::unique_ptr<icu::DateFormat> formatter(
-        icu::DateFormat::createDateTimeInstance(icu::DateFormat::kShort, icu::DateFormat::kShort,
-                                                localeFor("LC_TIME")));
+    thread_local const std::unique_ptr<icu::DateFormat> formatter(icu::DateFormat::createDateTimeInstance(
+        icu::DateFormat::kShort, icu::DateFormat::kShort, localeFor("LC_TIME")));
     if (formatter == nullptr) {
         return {};
     }

@@ -4,8 +4,8 @@
 
 namespace kyb {
 
-/// A check box whose text stands beside it, as a label of its own. The gap between the two is part of the box, and takes
-/// clicks as box and label do. Main thread.
+/// A check box whose text stands beside it, as a label of its own. The gap between the two is part of the box, and
+/// takes clicks as box and label do. Main thread.
 class LabelledCheckBox : public QCheckBox {
 public:
     using QCheckBox::QCheckBox;

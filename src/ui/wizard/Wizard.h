@@ -55,7 +55,7 @@ private:
 
     WizardApplication application_;
     InterfaceTranslator interfaceTexts_;
-    QTranslator toolkitTexts_; ///< what the toolkit says in menus and panels of its own
+    QTranslator toolkitTexts_;                               ///< what the toolkit says in menus and panels of its own
     std::map<QObject *, std::unique_ptr<Control>> adapters_; ///< outlive the widgets, whose signals refer to them
     std::unique_ptr<QWidget> logWindow_;
     std::unique_ptr<WizardWindow> window_;
