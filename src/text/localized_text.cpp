@@ -42,4 +42,8 @@ QString localizedText(const QString &key) {
     return lookUp(defaultTable(), key);
 }
 
+QHash<QString, QString> localizedTable(const QString &fileName) {
+    return readTable(resourcePath(fileName));
+}
+
 } // namespace kyb

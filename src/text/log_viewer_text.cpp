@@ -66,4 +66,8 @@ QString filterLog(const QString &wholeText, const LogLines &lines, QStringView f
     return filter.size() < kShortestFilterUnits ? wholeText : lines.linesContaining(filter);
 }
 
+std::optional<qsizetype> matchCount(QStringView filter, QStringView shown) {
+    return filter.size() < kShortestFilterUnits ? std::nullopt : std::optional(shown.count(u'\n'));
+}
+
 } // namespace kyb

@@ -36,4 +36,8 @@ private:
 /// \return the matching lines, each *after* a newline, so that a text that is not empty begins with one. Pure.
 QString filterLog(const QString &wholeText, const LogLines &lines, QStringView filter);
 
+/// How many lines \p filter has left in \p shown, which `filterLog` made for it; nothing when it shows everything.
+/// Pure.
+std::optional<qsizetype> matchCount(QStringView filter, QStringView shown);
+
 } // namespace kyb

@@ -104,8 +104,8 @@ void KYViewController::displayInstallationInProgressView() {
     installationInProgressImageView->setImage({localizedText(QStringLiteral("applicationImage")), {}});
     putAway(*cancelButton);
     putAway(*multipleActionsButton);
-    cancelButton->displayNow();
-    multipleActionsButton->displayNow();
+    cancelButton->displayIfNeeded();
+    multipleActionsButton->displayIfNeeded();
     installationView->removeFromSuperview();
     publicOrPrivateView->removeFromSuperview();
     putAway(*backButton);

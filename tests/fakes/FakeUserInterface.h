@@ -28,6 +28,7 @@ public:
     bool isVisible() const override { return !hidden; }
     void setTransparent(bool value) override;
     void displayNow() override { note(QStringLiteral("display")); }
+    void displayIfNeeded() override { note(QStringLiteral("display if needed")); }
     QSize frameSize() const override { return frame; }
     void addSubview(kyb::View &view) override;
     void removeFromSuperview() override;

@@ -23,6 +23,9 @@ TEST_F(ProgressChannel, AMessageMovesTheBarAndSetsTheText) {
     controller->displayProgressInfo({42.5, QStringLiteral("Copying")});
     EXPECT_EQ(screen("installProgressIndicator").currentValue, 42.5);
     EXPECT_EQ(screen("progressInfoLabel").currentText, QStringLiteral("Copying"));
+    EXPECT_EQ(screens.journal.sliced(screens.journal.size() - 2),
+              (QStringList{QStringLiteral("installProgressIndicator display if needed"),
+                           QStringLiteral("progressInfoLabel display if needed")}));
 }
 
 TEST_F(ProgressChannel, AnEmptyTextMovesTheBarAndLeavesTheText) {

@@ -128,5 +128,16 @@ TEST(FilterLog, AgreesWithAWalkLineByLine) {
     }
 }
 
+TEST(MatchCount, CountsTheLinesThatTheFilterHasLeft) {
+    const QString text = QStringLiteral("driver\r\nDriver\n\ndrive a driver\u2028dr\n");
+    const std::pair<const char *, std::optional<qsizetype>> rows[] = {
+        {"", std::nullopt}, {"d", std::nullopt}, {"dr", 3}, {"driver", 2}, {"drive a", 1}, {"DRIVER", 0}, {"\n\n", 0},
+    };
+    for (const auto &[filter, matches] : rows) {
+        const QString typed = QString::fromLatin1(filter);
+        EXPECT_EQ(matchCount(typed, filtered(text, typed)), matches) << filter;
+    }
+}
+
 } // namespace
 } // namespace kyb

@@ -73,6 +73,9 @@ constexpr TextKey kTextKeys[] = {
     {"LogTextName"},
     {"Copy"},
     {"Select All"},
+    {"NoMatches"},
+    {"OneMatch", TextUse::Format, 1}, // the number of lines
+    {"Matches", TextUse::Format, 1},
 };
 
 /// The keys of the controls' own texts. These are shown through a format without arguments.
@@ -138,6 +141,16 @@ TEST(ShippedLanguages, AreAtLeastEnglishAndGerman) {
     const std::vector<std::string> all = languages();
     EXPECT_NE(std::find(all.begin(), all.end(), "en"), all.end());
     EXPECT_NE(std::find(all.begin(), all.end(), "de"), all.end());
+}
+
+TEST(ShippedGerman, CallsThingsByTheirUsualNames) {
+    const QString folder = QStringLiteral(KYB_RESOURCES_DIR "/de.lproj/");
+    const QString texts = QString::fromUtf8(contentsOf(folder + u"Localizable.strings"_qs) +
+                                            contentsOf(folder + u"Interface.strings"_qs));
+    for (const char16_t *stiff :
+         {u"Volume", u"volume", u"angesehen", u"nur noch etwas", u"in Gebrauch", u"gemeinsamen"}) {
+        EXPECT_FALSE(texts.contains(QString::fromUtf16(stiff))) << QString::fromUtf16(stiff).toStdString();
+    }
 }
 
 TEST_P(ShippedLanguage, HasNoBrokenLine) {

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QDrag>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QProxyStyle>
 #include <QTimer>
 #include <optional>
@@ -98,6 +99,29 @@ TEST_F(DragEnd, ThePictureGlidesHomeAndIsGone) {
         return ghost() == nullptr;
     }));
     EXPECT_LT((last - home).manhattanLength(), 100);
+}
+
+TEST_F(DragEnd, TheSoftEdgesOfThePictureAreShownOnOpaqueGround) {
+    QImage disc(40, 40, QImage::Format_ARGB32_Premultiplied);
+    disc.fill(Qt::transparent);
+    QPainter painter(&disc);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(Qt::red);
+    painter.setPen(Qt::NoPen);
+    painter.drawEllipse(5, 5, 30, 30);
+    painter.end();
+    kyb::slideBack(window_, QPixmap::fromImage(disc), QPoint(900, 900));
+    ASSERT_NE(ghost(), nullptr);
+    int soft = 0;
+    for (int place = 0; place < 40 * 40; ++place) {
+        const QPoint at(place % 40, place / 40);
+        const int alpha = qAlpha(disc.pixel(at));
+        soft += alpha > 32 && alpha < 128 ? 1 : 0;
+        EXPECT_TRUE(alpha <= 32 || ghost()->mask().contains(at)) << at.x() << ',' << at.y();
+        EXPECT_FALSE(alpha == 0 && ghost()->mask().contains(at)) << at.x() << ',' << at.y();
+    }
+    EXPECT_GT(soft, 8);
+    EXPECT_FALSE(ghost()->testAttribute(Qt::WA_TranslucentBackground));
 }
 
 TEST_F(DragEnd, AClickDoesNotGlide) {

@@ -19,6 +19,7 @@
 
 namespace {
 
+/// Says that it has begun, waits for the file "go" below the root, and gives its place back to the installer itself.
 const std::string kWaitingInstaller =
     "#!/bin/sh\n"
     "root=${0%/usr/sbin/installer}\n"
@@ -26,7 +27,7 @@ const std::string kWaitingInstaller =
     "echo 'installer:%1.000000'\n"
     "while [ ! -e \"$root/go\" ]; do sleep 0.02; done\n"
     "[ ! -e \"$root/fail\" ] || { echo 'installer: The install failed. (x)'; exit 1; }\n"
-    "echo 'installer: The install was successful.'\n";
+    "mv \"$root/usr/sbin/installer.real\" \"$0\" && exec \"$0\" \"$@\"\n";
 
 QPalette darkPalette() {
     QPalette palette(QColor(0x2b, 0x2d, 0x31));
@@ -67,6 +68,11 @@ protected:
         });
     }
 
+    void putWaitingInstaller() {
+        std::filesystem::rename(root.at("/usr/sbin/installer"), root.at("/usr/sbin/installer.real"));
+        root.putProgram("/usr/sbin/installer", kWaitingInstaller);
+    }
+
     void beginInstallation(User &user) {
         user.click(QStringLiteral("multipleActionsButton"));
         user.waitForVisible(QStringLiteral("publicOrPrivateView"));
@@ -82,7 +88,7 @@ protected:
 
 TEST_F(Screens, OfAnUpgrade) {
     installEarlierVersion();
-    root.putProgram("/usr/sbin/installer", kWaitingInstaller);
+    putWaitingInstaller();
     walk([this](User &user) {
         user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
         save(user, "1-start-earlier-version");
@@ -129,7 +135,7 @@ TEST_F(Screens, OfAnUpgrade) {
 }
 
 TEST_F(Screens, OfAFailure) {
-    root.putProgram("/usr/sbin/installer", kWaitingInstaller);
+    putWaitingInstaller();
     root.write("/fail", "");
     root.write("/go", "");
     walk([this](User &user) {

@@ -210,7 +210,19 @@ TEST_F(Walk, InAnotherLanguageTheButtonsLeadOnAsWell) {
         user.click(kForward);
         user.waitForVisible(kResult);
         EXPECT_EQ(user.text(QStringLiteral("installationResultLabel")), textOf("InstallSuccessful"));
-        user.click(kClose);
+        user.click(QStringLiteral("showLogButton"));
+        user.waitForActive(QStringLiteral("logWindow"));
+        user.keyWithControl("s");
+        user.waitFor(
+            [] {
+                const QWidget *panel = QApplication::activeModalWidget();
+                return panel != nullptr && QApplication::activeWindow() == panel;
+            },
+            "the save panel");
+        EXPECT_EQ(user.text(QStringLiteral("fileNameLabel")), QStringLiteral("Datei&name:"));
+        user.key("Escape");
+        user.waitForActive(QStringLiteral("logWindow"));
+        user.keyWithControl("q");
     });
     EXPECT_TRUE(root.exists(kDriver));
 }
@@ -335,7 +347,8 @@ TEST_F(Walk, TheLogIsShownFilteredAndSaved) {
         user.key("Return");
         user.waitFor([&] { return std::filesystem::exists(saved) && QApplication::activeModalWidget() == nullptr; },
                      "the saved log");
-        user.onMain([] { QApplication::exit(0); });
+        user.waitForActive(QStringLiteral("logWindow"));
+        user.keyWithControl("q");
     });
     EXPECT_EQ(kyb::test::contentOf(saved), controller->logFileData.toStdString());
 }

@@ -1,5 +1,6 @@
 #include "WizardTest.h"
 
+#include "FakeMachine.h"
 #include "ui/views/ImageView.h"
 #include "ui/wizard/BorderBox.h"
 #include "ui/wizard/EvenProgressBar.h"
@@ -8,14 +9,18 @@
 #include "ui/wizard/colors.h"
 
 #include <QAction>
+#include <QBuffer>
 #include <QCheckBox>
 #include <QFontDatabase>
 #include <QGroupBox>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPaintEvent>
 #include <QPushButton>
 #include <QTest>
 #include <QToolBar>
+#include <QWidgetAction>
+#include <QWindow>
 
 using kyb::Color;
 
@@ -64,6 +69,15 @@ TEST_F(WizardTest, FitsAButtonToItsTitleAndLeavesTheOthers) {
     EXPECT_GT(object("termsOfServiceButton").width(), narrow + 100);
     EXPECT_EQ(object("cancelButton").geometry(), cancel);
     EXPECT_EQ(object("multipleActionsButton").geometry(), forward);
+}
+
+TEST_F(WizardTest, TitlesOfButtonsKeepClearOfTheirFrames) {
+    const QString title = QStringLiteral("A title that is longer than any room that is left for it");
+    for (const char *name : {"showLogButton", "termsOfServiceButton", "warningSheetOKButton"}) {
+        auto &button = object<QPushButton>(name);
+        button.setText(title);
+        EXPECT_GE(button.sizeHint().width(), button.fontMetrics().horizontalAdvance(title) + 2 * 12) << name;
+    }
 }
 
 TEST_F(WizardTest, EnablesAndDisables) {
@@ -116,6 +130,28 @@ TEST_F(WizardTest, AClickOnALabelIsAClickOnItsCheckBox) {
     EXPECT_TRUE(control<kyb::CheckBox>("checkBoxButton").isChecked());
     EXPECT_EQ(clicks, 1);
     EXPECT_EQ(object("checkBoxButton").accessibleName().toStdString(), "I agree");
+}
+
+TEST_F(WizardTest, EveryPointFromABoxToItsTextTakesAClick) {
+    struct {
+        const char *box, *label, *screen;
+    } const rows[] = {{"checkBoxButton", "agreeTermsOfKYB", "installationView"},
+                      {"publicCheckBoxButton", "publicMessage", "publicOrPrivateView"},
+                      {"privateCheckBoxButton", "privateMessage", "publicOrPrivateView"}};
+    open();
+    for (const auto &row : rows) {
+        showScreen(row.screen);
+        control(row.screen).setHidden(false);
+        control<kyb::Text>(row.label).setText(QStringLiteral("A text"));
+        QCoreApplication::processEvents();
+        int &clicks = actionsOf(row.box);
+        const QPoint start = object(row.box).mapTo(wizard->window(), QPoint(4, object(row.box).height() / 2));
+        const int end = object(row.label).mapTo(wizard->window(), QPoint(4, 0)).x();
+        for (int x = start.x(); x <= end; ++x) {
+            QTest::mouseClick(wizard->window()->windowHandle(), Qt::LeftButton, {}, QPoint(x, start.y()));
+            EXPECT_EQ(clicks, x - start.x() + 1) << row.box << " at " << x;
+        }
+    }
 }
 
 TEST_F(WizardTest, APressThatLeavesTheLabelIsNoClick) {
@@ -216,6 +252,21 @@ TEST_F(WizardTest, ShowsPictures) {
     EXPECT_EQ(object<kyb::ImageView>("sourceIconView").image().size, QSize(128, 128));
 }
 
+TEST_F(WizardTest, TheWarningSheetShowsTheAlertPicture) {
+    QImage picture(64, 64, QImage::Format_ARGB32);
+    picture.fill(Qt::magenta);
+    QByteArray file;
+    QBuffer buffer(&file);
+    picture.save(&buffer, "PNG");
+    FakeMachine::instance().write(
+        QStringLiteral("/Installer Folder/Brelund Quorlix Installer.app/Contents/Resources/Alert.png"), file);
+    open();
+    control<kyb::Window>("parentWindow").beginSheet(control<kyb::Sheet>("warningSheetWindow"));
+    const QImage shown = object("warningSheetImageView").grab().toImage();
+    EXPECT_EQ(shown.pixelColor(1, 1), QColor(Qt::magenta));
+    EXPECT_EQ(shown.pixelColor(62, 62), QColor(Qt::magenta));
+}
+
 TEST_F(WizardTest, TheTermsHaveAClearBorderOrAPurelyRedOne) {
     const auto &box = object<kyb::BorderBox>("termsAndConditionsViewBox");
     EXPECT_EQ(box.borderColor().alpha(), 0);
@@ -235,10 +286,12 @@ TEST_F(WizardTest, TheRedBorderIsDrawn) {
 }
 
 TEST_F(WizardTest, ATextCanBeRedOrBlack) {
+    const auto shown = [this] { return object("packageNameLabel").palette().color(QPalette::WindowText); };
     control<kyb::Text>("packageNameLabel").setTextColor(Color::Red);
-    EXPECT_EQ(object("packageNameLabel").palette().color(QPalette::WindowText), QColor(255, 0, 0));
+    EXPECT_EQ(shown().hslHue(), 0);
+    EXPECT_GT(shown().hslSaturation(), 200);
     control<kyb::Text>("packageNameLabel").setTextColor(Color::Standard);
-    EXPECT_NE(object("packageNameLabel").palette().color(QPalette::WindowText), QColor(255, 0, 0));
+    EXPECT_EQ(shown(), QApplication::palette().color(QPalette::WindowText));
     control<kyb::Text>("warningSheetTextView").setTextColor(Color::Black);
     EXPECT_EQ(object("warningSheetTextView").palette().color(QPalette::WindowText), QColor(0, 0, 0));
     EXPECT_FALSE(object("warningSheetTextView").autoFillBackground());
@@ -251,6 +304,28 @@ TEST_F(WizardTest, BlackTextIsReadableInTheDark) {
     EXPECT_EQ(palette.color(QPalette::WindowText), QColor(0, 0, 0));
     EXPECT_EQ(palette.color(QPalette::Window), QColor(255, 255, 255));
     EXPECT_TRUE(object("warningSheetTextView").autoFillBackground());
+}
+
+TEST(ReadableColor, IsReadableOnEveryGroundAndKeepsItsHue) {
+    for (const QColor &color : {QColor(Qt::red), QColor(Qt::green), QColor(Qt::blue), QColor(128, 64, 64)}) {
+        for (int gray = 0; gray <= 255; gray += 15) {
+            const QColor shown = kyb::readableColor(color, QColor(gray, gray, gray));
+            EXPECT_GE(kyb::contrast(shown, QColor(gray, gray, gray)), 4.5) << gray;
+            EXPECT_TRUE(shown.hslSaturationF() < 0.01 || std::abs(shown.hslHue() - color.hslHue()) <= 1) << gray;
+        }
+    }
+}
+
+TEST_F(WizardTest, RedTextIsReadableInEachAppearance) {
+    const auto check = [this] {
+        const QColor red = object("packageNameLabel").palette().color(QPalette::WindowText);
+        EXPECT_GE(kyb::contrast(red, QApplication::palette().color(QPalette::Window)), 4.5);
+        EXPECT_EQ(red.hslHue(), 0);
+    };
+    control<kyb::Text>("packageNameLabel").setTextColor(Color::Red);
+    check();
+    goDark();
+    check();
 }
 
 TEST_F(WizardTest, TextsFollowTheAppearance) {
@@ -349,6 +424,43 @@ TEST_F(WizardTest, DrawsAtOnceWhenAsked) {
     EXPECT_GT(object("installProgressViewBoldLabel").width(), 100);
 }
 
+/// The parts of a widget that were drawn.
+class Drawings : public QObject {
+public:
+    explicit Drawings(QWidget &widget) { widget.installEventFilter(this); }
+    bool eventFilter(QObject *, QEvent *event) override {
+        if (event->type() == QEvent::Paint) {
+            drawn += static_cast<QPaintEvent *>(event)->region();
+        }
+        return false;
+    }
+    QRegion drawn;
+};
+
+TEST_F(WizardTest, WhatStandsBehindAControlThatIsGoneIsDrawnAtOnce) {
+    open();
+    for (const char *name : {"termsOfServiceButton", "cancelButton", "multipleActionsButton"}) {
+        QWidget &button = object(name);
+        Drawings behind(*button.parentWidget());
+        control(name).setTransparent(true);
+        EXPECT_FALSE(behind.drawn.contains(button.geometry().center())) << name;
+        control(name).displayNow();
+        EXPECT_TRUE(behind.drawn.contains(button.geometry().center())) << name;
+    }
+}
+
+TEST_F(WizardTest, WhatHasChangedIsDrawnAtOnceIfNeeded) {
+    open();
+    QCoreApplication::processEvents();
+    QWidget &button = object("cancelButton");
+    Drawings behind(*button.parentWidget());
+    control("cancelButton").displayIfNeeded();
+    EXPECT_TRUE(behind.drawn.isEmpty());
+    control("cancelButton").setTransparent(true);
+    control("cancelButton").displayIfNeeded();
+    EXPECT_TRUE(behind.drawn.contains(button.geometry().center()));
+}
+
 TEST_F(WizardTest, TheLogMenuIsThereOnceItHasSomething) {
     control<kyb::MenuItem>("showLogMenuItem"); // known to the program
     EXPECT_FALSE(control<kyb::MenuItem>("installerLog").isVisible());
@@ -408,6 +520,33 @@ TEST_F(WizardTest, TheSearchFieldReportsEachKeystroke) {
     field->setFocus();
     QTest::keyClick(field, Qt::Key_Escape);
     EXPECT_EQ(control<kyb::MenuItem>("searchItem").text().toStdString(), "");
+}
+
+TEST_F(WizardTest, TheFilterTellsItsRules) {
+    for (const char *rule : {"Case-sensitive", "two characters"}) {
+        EXPECT_TRUE(object<QAction>("searchItem").toolTip().contains(QLatin1String(rule))) << rule;
+    }
+}
+
+TEST_F(WizardTest, MatchesAreCountedBesideTheFilter) {
+    FakeMachine::instance().write(
+        QStringLiteral("/Installer Folder/Brelund Quorlix Installer.app/Contents/Resources/en.lproj/"
+                       "Localizable.strings"),
+        "\"NoMatches\" = \"none\"; \"OneMatch\" = \"just %@\"; \"Matches\" = \"%@ lines\";");
+    controller.connectOutlets(*wizard);
+    controller.logFileData = QStringLiteral("one\ntwo\nthree\nbone");
+    controller.allLinesOfLogFileData = kyb::LogLines(controller.logFileData);
+    auto &message = object<QWidgetAction>("matchesItem");
+    const auto shownFor = [&](const char *filter) {
+        control<kyb::MenuItem>("searchItem").setText(QLatin1String(filter));
+        return static_cast<QLabel *>(message.defaultWidget())->text().toStdString();
+    };
+    EXPECT_EQ(shownFor("one"), "2 lines");
+    EXPECT_EQ(shownFor("thr"), "just 1");
+    EXPECT_EQ(shownFor("ONE"), "none");
+    EXPECT_EQ(control<kyb::Text>("logTextView").text().toStdString(), "");
+    EXPECT_EQ(shownFor("o"), "");
+    EXPECT_EQ(control<kyb::Text>("logTextView").text(), controller.logFileData);
 }
 
 } // namespace

@@ -176,6 +176,15 @@ TEST_F(Keyboard, ControlQAsksToQuit) {
     EXPECT_EQ(quits, 1);
 }
 
+TEST_F(Keyboard, ControlQInTheLogWindowAsksToQuitAsWell) {
+    int &quits = actionsOf("quitMenuItem");
+    control<kyb::Window>("logWindow").makeKeyAndOrderFront();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&object("logWindow")));
+    QTest::keyClick(object("logWindow").windowHandle(), Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(quits, 1);
+    EXPECT_TRUE(control("logWindow").isVisible()); // only the action decides
+}
+
 TEST_F(Keyboard, ControlLShowsTheLogOnceThereIsOne) {
     int &shows = actionsOf("showLogMenuItem");
     QTest::keyClick(wizard->window()->windowHandle(), Qt::Key_L, Qt::ControlModifier);

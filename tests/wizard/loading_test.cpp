@@ -219,6 +219,39 @@ TEST_F(BrokenInterface, TextsThatTheProgramNeverSetsAreLookedUp) {
     EXPECT_EQ(controller_.logWindow->text().toStdString(), "Installation Log");
 }
 
+TEST_F(BrokenInterface, WhatCannotBeReadInItsTextsIsToldToTheSystemLog) {
+    FakeMachine &machine = FakeMachine::instance();
+    machine.write(QStringLiteral("/Installer Folder/Brelund Quorlix Installer.app/Contents/Resources/en.lproj/"
+                                 "Interface.strings"),
+                  "\"Save\" = \"Keep\";\n\"Filter\" \"Sieve\";\n");
+    EXPECT_EQ(load().toStdString(), "");
+    const QStringList told = machine.systemLog();
+    ASSERT_EQ(told.size(), 1);
+    EXPECT_TRUE(told[0].contains(u"en.lproj/Interface.strings:2: ")) << told[0].toStdString();
+    EXPECT_EQ(wizard_.object(QStringLiteral("saveButtonItem"))->property("text").toString().toStdString(), "Keep");
+}
+
+TEST_F(BrokenInterface, TheToolkitSpeaksTheUsersLanguage) {
+    QFile shipped(QStringLiteral(KYB_BUILT_RESOURCES "/de.lproj/Toolkit.qm"));
+    ASSERT_TRUE(shipped.open(QIODevice::ReadOnly)) << "the bundle lacks the toolkit's German texts";
+    FakeMachine &machine = FakeMachine::instance();
+    machine.languages = {QStringLiteral("de"), QStringLiteral("en")};
+    machine.write(QStringLiteral("/Installer Folder/Brelund Quorlix Installer.app/Contents/Resources/de.lproj/"
+                                 "Toolkit.qm"),
+                  shipped.readAll());
+    EXPECT_EQ(load().toStdString(), "");
+    EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Discard").toStdString(), "Verwerfen");
+    EXPECT_EQ(QCoreApplication::translate("QFileDialog", "Look in:").toStdString(), "Suchen in:");
+}
+
+TEST_F(BrokenInterface, WithoutTheToolkitsTextsItSpeaksEnglishAndSaysNothingOfIt) {
+    FakeMachine &machine = FakeMachine::instance();
+    machine.languages = {QStringLiteral("de"), QStringLiteral("en")};
+    EXPECT_EQ(load().toStdString(), "");
+    EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Discard").toStdString(), "Discard");
+    EXPECT_TRUE(machine.systemLog().isEmpty());
+}
+
 TEST_P(BrokenInterface, SaysWhichFileIsMissing) {
     ASSERT_TRUE(QFile::remove(path(GetParam())));
     const QString problem = load();

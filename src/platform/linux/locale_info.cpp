@@ -22,27 +22,14 @@ QString toText(const icu::UnicodeString &text) {
     return QString(reinterpret_cast<const QChar *>(text.getBuffer()), text.length());
 }
 
-icu::Locale readLocale() {
-    const icu::Locale system = icu::Locale::getDefault();
-    const std::string_view name = system.getBaseName();
-    // The C locale reads "en_US_POSIX"; for a user that is plain American English.
-    return name.empty() || name.find("POSIX") != std::string_view::npos ? icu::Locale::getUS()
-                                                                        : icu::Locale(system.getBaseName());
-}
-
-const icu::Locale &locale() {
-    static NoDestructor<icu::Locale> value(readLocale());
-    return *value;
-}
-
 const char *environmentText(const char *name) {
     const char *value = std::getenv(name);
     return value != nullptr ? value : "";
 }
 
-/// The locale for messages, as the C library picks it.
-std::string_view messageLocale() {
-    for (const char *name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+/// The name of the locale for \p category ("LC_TIME"), as the C library picks it.
+std::string_view localeNameFor(const char *category) {
+    for (const char *name : {"LC_ALL", category, "LANG"}) {
         if (const std::string_view value = environmentText(name); !value.empty()) {
             return value;
         }
@@ -77,9 +64,21 @@ QString tagOf(std::string_view localeName) {
     return tag.insert(endOfLanguage < 0 ? tag.size() : endOfLanguage, scriptOf(localeName));
 }
 
+/// For a user, the C locale is plain American English.
+icu::Locale localeFor(const char *category) {
+    const QByteArray tag = tagOf(localeNameFor(category)).replace(u'-', u'_').toLatin1();
+    return tag.isEmpty() ? icu::Locale::getUS() : icu::Locale(tag.constData());
+}
+
+/// The locale whose words are used.
+const icu::Locale &locale() {
+    static NoDestructor<icu::Locale> value(localeFor("LC_MESSAGES"));
+    return *value;
+}
+
 /// As the C library orders them.
 QStringList wantedTags() {
-    const QString ofLocale = tagOf(messageLocale());
+    const QString ofLocale = tagOf(localeNameFor("LC_MESSAGES"));
     if (ofLocale.isEmpty()) {
         return {}; // NB: LANGUAGE counts only where there is a locale; in the C locale the C library ignores it as well
     }
@@ -92,8 +91,8 @@ QStringList wantedTags() {
 
 QString formatted(std::chrono::system_clock::time_point time) {
     // A formatter may not be shared by threads, and to make one costs a hundred times what it costs to use it.
-    thread_local const std::unique_ptr<icu::DateFormat> formatter(
-        icu::DateFormat::createDateTimeInstance(icu::DateFormat::kShort, icu::DateFormat::kShort, locale()));
+    thread_local const std::unique_ptr<icu::DateFormat> formatter(icu::DateFormat::createDateTimeInstance(
+        icu::DateFormat::kShort, icu::DateFormat::kShort, localeFor("LC_TIME")));
     if (formatter == nullptr) {
         return {};
     }
@@ -132,7 +131,8 @@ QString twoDecimals(double value) {
     const char *end = std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed, 2).ptr;
     const icu::StringPiece plain(digits.data(), static_cast<int32_t>(end - digits.data()));
     UErrorCode status = U_ZERO_ERROR;
-    const icu::UnicodeString text = icu::number::NumberFormatter::withLocale(locale())
+    static NoDestructor<icu::Locale> numbers(localeFor("LC_NUMERIC"));
+    const icu::UnicodeString text = icu::number::NumberFormatter::withLocale(*numbers)
                                         .grouping(UNUM_GROUPING_OFF)
                                         .precision(icu::number::Precision::fixedFraction(2))
                                         .formatDecimal(plain, status)

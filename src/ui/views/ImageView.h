@@ -12,12 +12,17 @@ namespace kyb {
 /// Main thread.
 class ImageView : public QWidget, public WidgetControl, public virtual Image {
     Q_OBJECT
+    Q_PROPERTY(QString picture READ picture WRITE setPicture)
 
 public:
     explicit ImageView(QWidget *parent = nullptr);
 
     void setImage(const NamedImage &image) override;
     const NamedImage &image() const { return image_; }
+
+    // The picture that an interface description names, in its own size.
+    void setPicture(const QString &name) { setImage({name, {}}); }
+    QString picture() const { return image_.name; }
 
     QSize sizeHint() const override;
 

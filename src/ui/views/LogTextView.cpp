@@ -100,6 +100,7 @@ void LogTextView::setText(const QString &text) {
     horizontalScrollBar()->setValue(0);
     updateWidth();
     viewport()->update();
+    Q_EMIT textChanged();
 }
 
 // The layout.

@@ -45,6 +45,9 @@ public:
     /// The place of the caret when it is at \p offset, in points of the viewport; it may lie outside of it.
     QRect caretRect(qsizetype offset) const;
 
+Q_SIGNALS:
+    void textChanged();
+
 protected:
     void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;

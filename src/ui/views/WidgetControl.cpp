@@ -61,9 +61,15 @@ void WidgetControl::setReason(bool &reason, bool holds) {
     widget_.setVisible(!transparent_ && isThere);
 }
 
+/// What is not shown leaves its place to what stands behind it, which is then drawn there.
 void WidgetControl::displayNow() {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest); // what has just come has no place yet
-    widget_.repaint();
+    QWidget *drawn = &widget_;
+    QRect place = widget_.rect();
+    for (; !drawn->isVisible() && !drawn->isWindow(); drawn = drawn->parentWidget()) {
+        place.translate(drawn->pos());
+    }
+    drawn->repaint(place);
 }
 
 void WidgetControl::displayIfNeeded() {

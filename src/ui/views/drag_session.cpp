@@ -10,6 +10,7 @@
 #include <QPropertyAnimation>
 #include <QStyle>
 #include <QWindow>
+#include <algorithm>
 #include <utility>
 
 namespace kyb {
@@ -17,12 +18,24 @@ namespace {
 
 constexpr int kSlideMilliseconds = 250;
 
-/// The part of the picture that is more opaque than clear, in points. Without a compositor a translucent window is not
-/// clear where it should be; a shape is right everywhere.
+constexpr int kFaintAlpha = 24; ///< of 255: what is as clear as this is hardly seen
+
+/// The part of the picture that is seen, in points. Without a compositor a translucent window is not clear where it
+/// should be; a shape is right everywhere.
+///
+/// Why not the part that is more opaque than clear: cut there, the soft edges become steps. As they are, they run out
+/// into the ground that the window is painted with, which is much like what they pass over.
 QRegion shapeOf(const QPixmap &picture) {
     const QSize points = picture.deviceIndependentSize().toSize();
-    const QImage small = picture.toImage().scaled(points, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    return {QBitmap::fromImage(small.createAlphaMask())};
+    QImage seen = picture.toImage()
+                      .scaled(points, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                      .convertToFormat(QImage::Format_ARGB32);
+    for (int y = 0; y < seen.height(); ++y) {
+        auto *row = reinterpret_cast<QRgb *>(seen.scanLine(y));
+        std::transform(row, row + seen.width(), row,
+                       [](QRgb pixel) { return qAlpha(pixel) > kFaintAlpha ? qRgb(0, 0, 0) : qRgba(0, 0, 0, 0); });
+    }
+    return {QBitmap::fromImage(seen.createAlphaMask())};
 }
 
 /// Shapes the window under the pointer that shows the dragged picture, if the toolkit uses one (under X11).
@@ -48,7 +61,6 @@ QWidget *makeGhost(const QPixmap &picture) {
                                           Qt::WindowDoesNotAcceptFocus | Qt::BypassWindowManagerHint |
                                           Qt::NoDropShadowWindowHint);
     ghost->setObjectName(QStringLiteral("slideBack"));
-    ghost->setAttribute(Qt::WA_TranslucentBackground);
     ghost->setAttribute(Qt::WA_ShowWithoutActivating);
     ghost->setAttribute(Qt::WA_DeleteOnClose);
     ghost->setPixmap(picture);

@@ -9,6 +9,7 @@ namespace kyb {
 namespace {
 
 constexpr qreal kCornerRadius = 3;     // points
+constexpr int kTitlePadding = 12;      // points, on either side of a title
 constexpr float kOutlineGround = 0.4F; // how much of the ground shows through an outline
 constexpr float kTroughGround = 0.82F;
 constexpr qreal kDisabledOpacity = 0.5;
@@ -124,6 +125,12 @@ void BareStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *opti
     painter->setRenderHint(QPainter::Antialiasing);
     drawCheckBox(*painter, *option);
     painter->restore();
+}
+
+QSize BareStyle::sizeFromContents(ContentsType type, const QStyleOption *option, const QSize &contents,
+                                  const QWidget *widget) const {
+    const QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
+    return type == CT_PushButton ? size.grownBy({kTitlePadding, 0, kTitlePadding, 0}) : size;
 }
 
 } // namespace kyb

@@ -17,8 +17,6 @@
 namespace kyb {
 namespace {
 
-constexpr int kTitlePadding = 12; // points, on either side of what the style itself leaves
-
 using Action = std::function<void(HasText &sender)>;
 
 class ButtonControl : public WidgetControl, public virtual Button {
@@ -31,7 +29,7 @@ public:
         button_.setShortcut(shortcut);
     }
     QString text() const override { return withoutMnemonic(button_.text()); }
-    void sizeToFit() override { button_.setFixedWidth(button_.sizeHint().width() + 2 * kTitlePadding); }
+    void sizeToFit() override { button_.setFixedWidth(button_.sizeHint().width()); }
     void onAction(Action action) override {
         QObject::connect(&button_, &QAbstractButton::clicked, &button_, [this, action] { action(*this); });
     }

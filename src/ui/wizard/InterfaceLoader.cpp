@@ -8,6 +8,7 @@
 #include "ui/wizard/BorderBox.h"
 #include "ui/wizard/EvenProgressBar.h"
 #include "ui/wizard/Label.h"
+#include "ui/wizard/LabelledCheckBox.h"
 #include "ui/wizard/RichTextView.h"
 #include "ui/wizard/Spinner.h"
 #include "ui/wizard/ToolbarItems.h"
@@ -37,6 +38,7 @@ constexpr WidgetKind kWidgetKinds[] = {
     {"KYImageHelpView", make<KYImageHelpView>},
     {"KYSourceView", make<KYSourceView>},
     {"Label", make<Label>},
+    {"LabelledCheckBox", make<LabelledCheckBox>},
     {"LogTextView", make<LogTextView>},
     {"RichTextView", make<RichTextView>},
     {"Sheet", make<SheetDialog>},
@@ -75,8 +77,8 @@ QAction *InterfaceLoader::createAction(QObject *parent, const QString &name) {
     QAction *action = nullptr;
     if (name == QLatin1String("searchItem")) {
         action = new SearchItem(parent);
-    } else if (name == QLatin1String("flexibleSpace")) {
-        action = new FlexibleSpace(parent);
+    } else if (name == QLatin1String("matchesItem")) {
+        action = new MessageItem(parent);
     } else {
         return QUiLoader::createAction(parent, name);
     }

@@ -1,21 +1,14 @@
 #include "ui/wizard/InterfaceTranslator.h"
 
 #include "text/localized_text.h"
-#include "text/resources.h"
-#include "text/string_table.h"
 
 #include <QCoreApplication>
-#include <QFile>
 
 namespace kyb {
 
 void InterfaceTranslator::loadTable() {
-    const QString path = resourcePath(QStringLiteral("Interface.strings"));
-    QFile file(path);
-    if (!path.isEmpty() && file.open(QIODevice::ReadOnly)) {
-        texts_ = parseStringTable(file.readAll()).entries;
-        QCoreApplication::installTranslator(this); // NB: an empty one would not be taken
-    }
+    texts_ = localizedTable(QStringLiteral("Interface.strings"));
+    QCoreApplication::installTranslator(this); // NB: an empty one would not be taken
 }
 
 QString InterfaceTranslator::translate(const char *, const char *sourceText, const char *, int) const {

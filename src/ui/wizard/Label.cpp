@@ -65,7 +65,7 @@ void Label::applyColor() {
     const QPalette system = QApplication::palette(this);
     QPalette own;
     if (color_ == Color::Red) {
-        own.setColor(QPalette::WindowText, Qt::red);
+        own.setColor(QPalette::WindowText, readableColor(Qt::red, system.color(QPalette::Window)));
     } else if (color_ == Color::Black) {
         own.setColor(QPalette::WindowText, Qt::black);
         if (isDark(system)) {

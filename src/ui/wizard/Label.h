@@ -25,7 +25,8 @@ public:
 
     QString text() const override; ///< as it is shown
     void setText(const QString &text) override;
-    void setTextColor(Color color) override; ///< black is shown on paper when the appearance is dark
+    /// Black is shown on paper when the appearance is dark, red in a shade that can be read.
+    void setTextColor(Color color) override;
 
 protected:
     void changeEvent(QEvent *event) override;

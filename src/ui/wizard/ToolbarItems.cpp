@@ -1,5 +1,7 @@
 #include "ui/wizard/ToolbarItems.h"
 
+#include "ui/wizard/Label.h"
+
 #include <QIcon>
 #include <QLineEdit>
 #include <QShortcut>
@@ -9,6 +11,7 @@ namespace {
 
 constexpr int kFieldWidth = 280; // points
 constexpr int kFieldHeight = 28;
+constexpr int kMessageGap = 12;
 
 } // namespace
 
@@ -33,11 +36,16 @@ void SearchItem::focusField() {
     field_->selectAll();
 }
 
-FlexibleSpace::FlexibleSpace(QObject *parent) : QWidgetAction(parent) {
-    auto *space = new QWidget;
-    space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    space->setAttribute(Qt::WA_TransparentForMouseEvents);
-    setDefaultWidget(space);
+MessageItem::MessageItem(QObject *parent) : QWidgetAction(parent) {
+    auto *label = new Label;
+    label->setTextStyle(Label::TextStyle::Secondary);
+    label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    label->setContentsMargins(0, 0, kMessageGap, 0);
+    label->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    label->setMinimumWidth(1); // NB: it gives way before the items do
+    label->setAttribute(Qt::WA_TransparentForMouseEvents);
+    connect(this, &QAction::changed, label, [this, label] { label->setText(text()); });
+    setDefaultWidget(label);
 }
 
 } // namespace kyb

@@ -24,12 +24,12 @@ private:
     QAction *magnifier_;
 };
 
-/// The toolbar item that takes all the room that there is. Main thread.
-class FlexibleSpace : public QWidgetAction {
+/// The toolbar item that takes all the room that there is, and shows its text at the end of it. Main thread.
+class MessageItem : public QWidgetAction {
     Q_OBJECT
 
 public:
-    explicit FlexibleSpace(QObject *parent);
+    explicit MessageItem(QObject *parent);
 };
 
 } // namespace kyb

@@ -1,15 +1,23 @@
 #include "ui/wizard/Wizard.h"
 
 #include "controller/KYAppDelegate.h"
+#include "text/localized_text.h"
+#include "text/log_viewer_text.h"
+#include "text/resources.h"
+#include "text/string_table.h"
+#include "ui/views/LogTextView.h"
 #include "ui/views/WidgetControl.h"
 #include "ui/views/image_loading.h"
 #include "ui/wizard/Controls.h"
 #include "ui/wizard/InterfaceLoader.h"
+#include "ui/wizard/ToolbarItems.h"
 #include "ui/wizard/WizardWindow.h"
 
 #include <QAction>
 #include <QGridLayout>
 #include <QIcon>
+#include <QLineEdit>
+#include <QLocale>
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -78,6 +86,19 @@ void followAction(QAbstractButton &button, QAction &action) {
     follow();
 }
 
+/// What is said beside the filter: how many lines it has left; nothing when it shows everything.
+QString matchMessage(QStringView filter, QStringView shown) {
+    const std::optional<qsizetype> matches = matchCount(filter, shown);
+    if (!matches) {
+        return {};
+    }
+    if (*matches == 0) {
+        return localizedText(QStringLiteral("NoMatches"));
+    }
+    const QString format = localizedText(*matches == 1 ? QStringLiteral("OneMatch") : QStringLiteral("Matches"));
+    return formatWithArguments(format, {QLocale().toString(*matches)});
+}
+
 } // namespace
 
 Wizard::Wizard(int &argc, char **argv) : application_(argc, argv) {}
@@ -87,7 +108,7 @@ Wizard::~Wizard() {
 }
 
 QString Wizard::load(const QString &resourcesFolder, KYAppDelegate &delegate) {
-    translator_.loadTable();
+    loadTexts();
     using Step = QString (Wizard::*)(const QString &folder);
     for (const Step step :
          {&Wizard::loadMainWindow, &Wizard::loadScreens, &Wizard::loadSheets, &Wizard::loadLogWindow}) {
@@ -101,7 +122,16 @@ QString Wizard::load(const QString &resourcesFolder, KYAppDelegate &delegate) {
     giveIcons();
     wireAbout();
     wireLogButton();
+    wireLogWindow();
     return {};
+}
+
+void Wizard::loadTexts() {
+    interfaceTexts_.loadTable();
+    const QString path = resourcePath(QStringLiteral("Toolkit.qm"));
+    if (!path.isEmpty() && toolkitTexts_.load(path)) {
+        QCoreApplication::installTranslator(&toolkitTexts_); // NB: after ours, so that it is asked before it
+    }
 }
 
 QString Wizard::loadMainWindow(const QString &folder) {
@@ -186,6 +216,19 @@ void Wizard::wireLogButton() {
     auto *item = qobject_cast<QAction *>(object(QStringLiteral("showLogMenuItem")));
     if (button != nullptr && item != nullptr) {
         followAction(*button, *item);
+    }
+}
+
+void Wizard::wireLogWindow() {
+    if (auto *quit = qobject_cast<QAction *>(object(QStringLiteral("quitMenuItem")))) {
+        logWindow_->addAction(quit); // its keys count here as well
+    }
+    auto *view = qobject_cast<LogTextView *>(object(QStringLiteral("logTextView")));
+    auto *search = qobject_cast<SearchItem *>(object(QStringLiteral("searchItem")));
+    auto *message = qobject_cast<MessageItem *>(object(QStringLiteral("matchesItem")));
+    if (view != nullptr && search != nullptr && message != nullptr) {
+        QObject::connect(view, &LogTextView::textChanged, message,
+                         [=] { message->setText(matchMessage(search->field().text(), view->text())); });
     }
 }
 

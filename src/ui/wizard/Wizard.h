@@ -4,6 +4,7 @@
 #include "ui/wizard/InterfaceTranslator.h"
 #include "ui/wizard/WizardApplication.h"
 
+#include <QTranslator>
 #include <map>
 #include <memory>
 
@@ -45,13 +46,16 @@ private:
     QString loadSheets(const QString &folder);
     QString loadLogWindow(const QString &folder);
     Control *controlOf(QObject &object);
+    void loadTexts();
     void giveIcons();
     void wireAbout();
     void wireLogButton();
+    void wireLogWindow();
     void showAbout();
 
     WizardApplication application_;
-    InterfaceTranslator translator_;
+    InterfaceTranslator interfaceTexts_;
+    QTranslator toolkitTexts_;                               ///< what the toolkit says in menus and panels of its own
     std::map<QObject *, std::unique_ptr<Control>> adapters_; ///< outlive the widgets, whose signals refer to them
     std::unique_ptr<QWidget> logWindow_;
     std::unique_ptr<WizardWindow> window_;

@@ -75,7 +75,8 @@ void WizardWindow::keyPressEvent(QKeyEvent *event) {
     }
 }
 
-SheetDialog::SheetDialog(QWidget *parent) : QDialog(parent), WidgetControl(this) {}
+SheetDialog::SheetDialog(QWidget *parent)
+    : QDialog(parent, Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint), WidgetControl(this) {}
 
 void SheetDialog::reject() {
     pressEscapeButton(*this);

@@ -7,6 +7,7 @@ namespace kyb {
 namespace {
 
 constexpr double kReadable = 4.5; ///< the least contrast that the accessibility guidelines ask of running text
+constexpr float kStep = 0.05F;
 
 double linear(double channel) {
     return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
@@ -33,7 +34,12 @@ QColor readableColor(const QColor &color, const QColor &ground) {
         return color;
     }
     const QColor turned = QColor::fromHslF(color.hslHueF(), color.hslSaturationF(), 1 - color.lightnessF());
-    return contrast(turned, ground) > contrast(color, ground) ? turned : color;
+    QColor shown = contrast(turned, ground) > contrast(color, ground) ? turned : color;
+    const QColor best = contrast(Qt::white, ground) > contrast(Qt::black, ground) ? Qt::white : Qt::black;
+    while (contrast(shown, ground) < kReadable) { // NB: white or black is readable on any ground
+        shown = mixed(shown, best, kStep);
+    }
+    return shown;
 }
 
 } // namespace kyb

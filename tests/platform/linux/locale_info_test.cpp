@@ -30,6 +30,19 @@ TEST(LocaleInfo, SpeaksGerman) {
                 ElementsAre("de_DE", "Englisch (Vereinigte Staaten)", "14.11.23, 22:13", "1,07", "de-DE de en"));
 }
 
+TEST(LocaleInfo, WritesDatesAndNumbersAsTheirCategoriesSay) {
+    const auto dateAndNumber = [](const std::string &environment) {
+        const std::vector<std::string> lines = test::askProbe(kNoLocale + environment, "locale");
+        return lines.at(0) + " | " + lines.at(2) + " | " + lines.at(3);
+    };
+    EXPECT_EQ(dateAndNumber("LANG=de_DE.UTF-8 LC_NUMERIC=en_US.UTF-8"), "de_DE | 14.11.23, 22:13 | 1.07");
+    EXPECT_EQ(dateAndNumber("LANG=en_US.UTF-8 LC_TIME=de_DE.UTF-8"), "en_US | 14.11.23, 22:13 | 1.07");
+    EXPECT_EQ(dateAndNumber("LC_TIME=de_DE.UTF-8 LC_NUMERIC=de_DE.UTF-8"), "en_US | 14.11.23, 22:13 | 1,07");
+    EXPECT_EQ(dateAndNumber("LANG=en_US LC_TIME=fr_FR LC_NUMERIC=fr_FR LC_ALL=de_DE"),
+              "de_DE | 14.11.23, 22:13 | 1,07");
+    EXPECT_EQ(dateAndNumber("LANG=de_DE LC_MESSAGES=en_US"), "en_US | 14.11.23, 22:13 | 1,07");
+}
+
 TEST(LocaleInfo, TakesNoLocaleForAmericanEnglish) {
     for (const std::string locale : {"", "LANG=C", "LC_ALL=C.UTF-8", "LC_ALL=POSIX LANG=de_DE.UTF-8"}) {
         EXPECT_THAT(
