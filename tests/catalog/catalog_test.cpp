@@ -47,6 +47,28 @@ TEST_F(Catalog, PreparesTheFirstScreenInOrderBeforeTheScan) {
     settle();
 }
 
+TEST_F(Catalog, TheEndOfTheScanReadiesTheFirstScreenInOrder) {
+    connectScreens();
+    makeSelectedApp();
+    controller->onAppsInitializationComplete();
+    const QStringList begin{QStringLiteral("packageNameLabel text \"displayName\n(null)\""),
+                            QStringLiteral("initializationProgressIndicator stop animation"),
+                            QStringLiteral("initializationProgressIndicator hidden yes")};
+    const QStringList end{QStringLiteral("flag isInitializationComplete yes"),
+                          QStringLiteral("checkBoxButton enabled yes")};
+    const QStringList fresh = begin + QStringList{QStringLiteral("warningField hidden yes")} + end;
+    EXPECT_EQ(machine.story(), fresh);
+
+    isInitializationComplete = false;
+    controller->selectedApp->isInstalled = true;
+    controller->onAppsInitializationComplete();
+    EXPECT_EQ(machine.story().sliced(fresh.size()),
+              QStringList{QStringLiteral("flag isInitializationComplete no")} + begin +
+                  QStringList({QStringLiteral("warningField text \"AppInstalledWarningMessage\""),
+                               QStringLiteral("warningImageView image Alert.png")}) +
+                  end);
+}
+
 TEST_F(Catalog, WithoutAScreenThePictureHasNoSize) {
     putPackage();
     scan();

@@ -13,10 +13,10 @@ const QString kAsked = QStringLiteral("/asked");
 
 ControllerTest::ControllerTest() {
     static const QByteArray hostPath = qgetenv("PATH");
+    resetFlags();
     machine.reset();
     putProgram(QStringLiteral("/bin/sudo"));
     qputenv("PATH", QFile::encodeName(machine.path(QStringLiteral("/bin"))) + ':' + hostPath);
-    resetFlags();
     application_ = std::make_unique<QCoreApplication>(argc_, argv_);
     controller = std::make_unique<KYViewController>();
 }
@@ -97,6 +97,18 @@ std::optional<int> ControllerTest::runApplication(const std::function<void()> &s
     watch.stop();
     settle();
     return status == kNobodyAsked ? std::optional<int>() : status;
+}
+
+QStringList ControllerTest::storyOf(int task) const {
+    const QString number = QStringLiteral("[%1] ").arg(task);
+    QStringList events;
+    for (const QString &event : machine.story()) {
+        const bool isOfATask = event.startsWith(u'[') && !event.endsWith(u" starts");
+        if (task == 0 ? !isOfATask : isOfATask && event.startsWith(number)) {
+            events << event;
+        }
+    }
+    return events;
 }
 
 QStringList ControllerTest::wrapperLogLines() const {

@@ -45,6 +45,9 @@ protected:
     FakeControl &screen(const char *name) { return screens[QString::fromLatin1(name)]; }
     QStringList wrapperLogLines() const;
 
+    /// What one background task did of the machine's story; 0: all but what background tasks did.
+    QStringList storyOf(int task) const;
+
     FakeMachine &machine = FakeMachine::instance();
     FakeUserInterface screens;
     std::unique_ptr<KYViewController> controller;

@@ -1,5 +1,6 @@
 #include "FakeMachine.h"
 
+#include "base/KYGlobalConstants.h"
 #include "platform/activation.h"
 #include "platform/bundle.h"
 #include "platform/child_task.h"
@@ -16,6 +17,40 @@
 #include <QFile>
 #include <QFileInfo>
 #include <cstring>
+
+namespace {
+
+struct FlagRow {
+    const char *name;
+    const kyb::Flag &flag;
+};
+
+// clang-format off
+const FlagRow kFlags[] = {
+    {"isPrivateComputerAccepted",    isPrivateComputerAccepted},
+    {"installationInProgress",       installationInProgress},
+    {"uninstallationInProgress",     uninstallationInProgress},
+    {"isTermsAndConditionsAccepted", isTermsAndConditionsAccepted},
+    {"isInitializationComplete",     isInitializationComplete},
+    {"isSilentInstall",              isSilentInstall},
+    {"isUninstallationDone",         isUninstallationDone},
+    {"installFailed",                installFailed},
+};
+// clang-format on
+
+std::vector<bool> flagsNow() {
+    std::vector<bool> values;
+    for (const FlagRow &row : kFlags) {
+        values.push_back(row.flag);
+    }
+    return values;
+}
+
+thread_local int currentTask = 0; // 0: none, the main thread
+
+} // namespace
+
+FakeMachine::FakeMachine() : flags_(flagsNow()) {}
 
 FakeMachine &FakeMachine::instance() {
     static FakeMachine machine; // no thread is left at its end: every fixture waits for them
@@ -34,10 +69,15 @@ void FakeMachine::reset() {
     connectionCanBeMade = true;
     helper = nullptr;
     onSleep = nullptr;
+    onSystemLog = nullptr;
+    alsoHappened = nullptr;
     systemLog_.clear();
     journal_.clear();
     requests_.clear();
     sleeps_.clear();
+    story_.clear();
+    flags_ = flagsNow();
+    lastTask_ = 0;
     root_ = std::make_unique<QTemporaryDir>();
     QDir().mkpath(path(QStringLiteral("/var/tmp")));
     QDir().mkpath(bundle() + QStringLiteral("/Contents/Resources/en.lproj"));
@@ -87,11 +127,54 @@ std::vector<std::chrono::milliseconds> FakeMachine::sleeps() const {
 }
 
 void FakeMachine::note(const QString &what) {
+    tell(what);
     const std::lock_guard lock(mutex_);
     journal_ << what;
 }
 
+QStringList FakeMachine::story() const {
+    const std::lock_guard lock(mutex_);
+    addWhatAlsoHappened();
+    return story_;
+}
+
+void FakeMachine::tell(const QString &event) {
+    const std::lock_guard lock(mutex_);
+    addWhatAlsoHappened();
+    story_ << (currentTask == 0 ? event : QStringLiteral("[%1] %2").arg(currentTask).arg(event));
+}
+
+/// With the mutex held.
+void FakeMachine::addWhatAlsoHappened() const {
+    if (alsoHappened) {
+        story_ << alsoHappened();
+    }
+    const std::vector<bool> now = flagsNow();
+    for (std::size_t i = 0; i < now.size(); ++i) {
+        if (now[i] != flags_[i]) {
+            story_ << QStringLiteral("flag %1 %2")
+                          .arg(QLatin1String(kFlags[i].name), QLatin1String(now[i] ? "yes" : "no"));
+        }
+    }
+    flags_ = now;
+}
+
+int FakeMachine::startTask() {
+    const std::lock_guard lock(mutex_);
+    addWhatAlsoHappened();
+    story_ << QStringLiteral("[%1] starts").arg(++lastTask_);
+    return lastTask_;
+}
+
+void FakeMachine::becomeTask(int number) {
+    currentTask = number;
+}
+
 void FakeMachine::addSystemLog(const QString &line) {
+    if (onSystemLog) {
+        onSystemLog(line);
+    }
+    tell(QStringLiteral("log %1").arg(line));
     const std::lock_guard lock(mutex_);
     systemLog_ << line;
 }
@@ -102,6 +185,7 @@ void FakeMachine::addRequest(const Request &request) {
 }
 
 void FakeMachine::sleep(std::chrono::milliseconds duration) {
+    tell(QStringLiteral("sleep %1").arg(duration.count()));
     {
         const std::lock_guard lock(mutex_);
         sleeps_.push_back(duration);
@@ -137,8 +221,9 @@ QString currentUserName() {
     return machine().userName;
 }
 
-QString shortDateAndTime(std::chrono::system_clock::time_point) {
-    return machine().dateAndTime;
+QString shortDateAndTime(std::chrono::system_clock::time_point time) {
+    const auto ago = std::chrono::system_clock::now() - time;
+    return std::chrono::abs(ago) < std::chrono::minutes(1) ? machine().dateAndTime : QStringLiteral("another time");
 }
 
 QString localeIdentifier() {
@@ -157,12 +242,12 @@ QStringList preferredLanguages() {
     return machine().languages;
 }
 
-std::optional<double> freeBytesOnVolume(const QString &) {
-    return machine().freeBytes;
+std::optional<double> freeBytesOnVolume(const QString &path) {
+    return path == machine().path(QStringLiteral("/")) ? machine().freeBytes : 1e9;
 }
 
-QString displayName(const QString &) {
-    return QStringLiteral("Fake HD");
+QString displayName(const QString &path) {
+    return path == machine().path(QStringLiteral("/")) ? QStringLiteral("Fake HD") : path;
 }
 
 std::optional<QString> propertyListValue(const QString &path, const QString &key) {

@@ -22,6 +22,7 @@ public:
         QByteArray text(const char *key) const; ///< null when the message has no such key
     };
 
+    FakeMachine();
     static FakeMachine &instance();
 
     void reset();
@@ -51,6 +52,12 @@ public:
     /// Runs instead of each sleep. By default nothing does: time stands still.
     std::function<void(std::chrono::milliseconds)> onSleep;
 
+    /// Runs before each line for the system log, on the thread that writes it.
+    std::function<void(const QString &)> onSystemLog;
+
+    /// Tells what else has happened since it was last asked. Asked before each event of the story.
+    std::function<QStringList()> alsoHappened;
+
     // What the machine was asked, in order.
     QStringList systemLog() const;
     std::vector<Request> requests() const;
@@ -58,16 +65,30 @@ public:
     std::vector<std::chrono::milliseconds> sleeps() const;
     void note(const QString &what);
 
+    /// All that happened, in order: what is in the journal, "log ..." for the system log, "sleep" with milliseconds,
+    /// the orders to the controls, "[1] starts" for each background task, and "flag installFailed yes" for each change
+    /// of a process-wide flag, before the event that followed it. What a background task does bears its number: "[1]
+    /// send".
+    QStringList story() const;
+    void tell(const QString &event);
+
     // For the ports.
     void addSystemLog(const QString &line);
     void addRequest(const Request &request);
     void sleep(std::chrono::milliseconds duration);
+    int startTask();                    ///< \return the number of a background task that is about to start
+    static void becomeTask(int number); ///< what the calling thread does from now on is that task's
 
 private:
+    void addWhatAlsoHappened() const;
+
     mutable std::mutex mutex_;
     std::unique_ptr<QTemporaryDir> root_;
     QStringList systemLog_;
     QStringList journal_;
     std::vector<Request> requests_;
     std::vector<std::chrono::milliseconds> sleeps_;
+    mutable QStringList story_;
+    mutable std::vector<bool> flags_; ///< as the story left them
+    int lastTask_ = 0;
 };

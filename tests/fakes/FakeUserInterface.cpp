@@ -1,5 +1,7 @@
 #include "FakeUserInterface.h"
 
+#include "FakeMachine.h"
+
 namespace {
 
 QString word(bool yes) {
@@ -44,6 +46,7 @@ FakeControl &fake(kyb::Control &control) {
 
 void FakeControl::note(const QString &order) {
     journal_ << name + u' ' + order;
+    FakeMachine::instance().tell(journal_.constLast());
 }
 
 template <class Value> void FakeControl::set(Value &remembered, const Value &value, const char *what) {
@@ -135,4 +138,14 @@ kyb::Control *FakeUserInterface::control(const QString &objectName) {
 
 FakeControl &FakeUserInterface::operator[](const QString &objectName) {
     return controls_.try_emplace(objectName, objectName, journal).first->second;
+}
+
+QStringList FakeUserInterface::controlsWithActions() const {
+    QStringList names;
+    for (const auto &[name, control] : controls_) {
+        if (control.hasAction()) {
+            names << name;
+        }
+    }
+    return names;
 }

@@ -7,7 +7,7 @@
 #include <map>
 
 /// A control of every kind, which remembers what it is told and writes each order into a journal: "closeButton enabled
-/// no".
+/// no". The machine's story has it as well.
 class FakeControl : public kyb::CheckBox,
                     public kyb::RichText,
                     public kyb::Image,
@@ -21,6 +21,7 @@ public:
     FakeControl(QString objectName, QStringList &journal) : name(std::move(objectName)), journal_(journal) {}
 
     void press() { action_(*this); }
+    bool hasAction() const { return action_ != nullptr; }
 
     void setEnabled(bool value) override;
     bool isEnabled() const override { return enabled; }
@@ -91,6 +92,7 @@ public:
     int run() override { return 0; }
 
     FakeControl &operator[](const QString &objectName);
+    QStringList controlsWithActions() const; ///< in alphabetical order
 
     QStringList journal;
     QStringList missing;

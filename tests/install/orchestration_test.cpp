@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
+#include <atomic>
 #include <thread>
 
 namespace {
@@ -96,6 +97,113 @@ TEST_F(Orchestration, ShowsTheProgressScreenAndTakesTheWaysOutInOrder) {
                   QStringLiteral("installationProgressView display"), QStringLiteral("termsOfServiceButton hidden yes"),
                   QStringLiteral("checkBoxButton enabled no"), QStringLiteral("parentWindow close widget no")}));
     EXPECT_FALSE(isTermsAndConditionsAccepted);
+}
+
+/// Whoever works in the background logs nothing until the main thread has told its story.
+class Story : public Orchestration {
+protected:
+    Story() {
+        connectScreens();
+        putHelper();
+        machine.onSystemLog = [this](const QString &) {
+            while (!kyb::isMainThread() && isHeld_) {
+                std::this_thread::yield();
+            }
+        };
+    }
+
+    /// The orders to the progress screen when it comes, which are a story of their own.
+    static QStringList withoutTheScreenItself(QStringList story) {
+        const auto first = story.indexOf(QStringLiteral("termsOfServiceButton transparent yes"));
+        const auto last = story.indexOf(QStringLiteral("installationBox add installationProgressView"));
+        story.remove(first, std::max<qsizetype>(0, last - first));
+        return story;
+    }
+
+    void goOn() {
+        isHeld_ = false;
+        settle();
+    }
+
+private:
+    std::atomic<bool> isHeld_{true};
+};
+
+TEST_F(Story, OfAnUpgradeOnTheMainThread) {
+    controller->selectedApp->isInstalled = true;
+    controller->selectedApp->isSelectedForInstall = false;
+    isTermsAndConditionsAccepted = true;
+    installFailed = true;
+    controller->proceedWithInstallation();
+    EXPECT_EQ(withoutTheScreenItself(storyOf(0)),
+              (QStringList{
+                  QStringLiteral("flag isTermsAndConditionsAccepted yes"),
+                  QStringLiteral("flag installFailed yes"),
+                  QStringLiteral("connect com.kyb.HelperTool.xpc"),
+                  QStringLiteral("handler"),
+                  QStringLiteral("resume"),
+                  QStringLiteral("send"),
+                  QStringLiteral("release"),
+                  QStringLiteral("ask for rights"),
+                  QStringLiteral("log Authorization successful"),
+                  QStringLiteral("install helper com.kyb.InstallerHelperTool"),
+                  QStringLiteral("flag installFailed no"),
+                  QStringLiteral("installationBox add installationProgressView"),
+                  QStringLiteral("installationProgressView display"),
+                  QStringLiteral("log Preparing for Installation!!!"),
+                  QStringLiteral("termsOfServiceButton hidden yes"),
+                  QStringLiteral("checkBoxButton enabled no"),
+                  QStringLiteral("flag isTermsAndConditionsAccepted no"),
+                  QStringLiteral("parentWindow close widget no"),
+                  QStringLiteral("log Preparing for Uninstallation!!!"),
+                  QStringLiteral("installProgressViewBoldLabel text \"Uninstalling\""),
+                  QStringLiteral("progressInfoLabel text \"\""),
+                  QStringLiteral("installProgressViewBoldLabel display"),
+                  QStringLiteral("installProgressIndicator value 0"),
+                  QStringLiteral("progressInfoLabel display"),
+                  QStringLiteral("flag uninstallationInProgress yes"),
+                  QStringLiteral("[1] starts"),
+                  QStringLiteral("[2] starts"),
+              }));
+    goOn();
+    EXPECT_TRUE(storyOf(1).contains(
+        QStringLiteral("[1] log Uninstallation completed successfully: will start installation progressbar")));
+    EXPECT_EQ(storyOf(2).constFirst(), QStringLiteral("[2] log Will delete existing Brelund Quorlix Driver."));
+}
+
+TEST_F(Story, OfTheInstallationsStart) {
+    controller->startPackageInstallation();
+    EXPECT_EQ(storyOf(0), (QStringList{
+                              QStringLiteral("flag installationInProgress yes"),
+                              QStringLiteral("installProgressViewBoldLabel text \"Installing\""),
+                              QStringLiteral("installProgressViewBoldLabel display"),
+                              QStringLiteral("installProgressIndicator value 0"),
+                              QStringLiteral("progressInfoLabel hidden no"),
+                              QStringLiteral("progressInfoLabel text \"PHASE_PrepareInstall\""),
+                              QStringLiteral("parentWindow close widget no"),
+                              QStringLiteral("[1] starts"),
+                              QStringLiteral("[2] starts"),
+                          }));
+    goOn();
+    EXPECT_TRUE(storyOf(1).constFirst().startsWith(u"[1] launch /bin/sh"));
+    EXPECT_TRUE(storyOf(2).constFirst().startsWith(u"[2] log Installing "));
+}
+
+TEST_F(Story, OfTheUninstall) {
+    uninstallationInProgress = true;
+    controller->uninstallPreviousVersion();
+    EXPECT_EQ(machine.story(), (QStringList{
+                                   QStringLiteral("flag uninstallationInProgress yes"),
+                                   QStringLiteral("log Will delete existing Brelund Quorlix Driver."),
+                                   QStringLiteral("connect com.kyb.HelperTool.xpc"),
+                                   QStringLiteral("handler"),
+                                   QStringLiteral("resume"),
+                                   QStringLiteral("send"),
+                                   QStringLiteral("release"),
+                                   QStringLiteral("log Older Brelund Quorlix Driver uninstalled successfully."),
+                                   QStringLiteral("log Uninstallation finished."),
+                                   QStringLiteral("flag uninstallationInProgress no"),
+                               }));
 }
 
 TEST_F(Orchestration, WithoutAnEarlierVersionTheInstallationStartsAtOnce) {

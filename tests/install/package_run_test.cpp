@@ -1,10 +1,46 @@
 #include "ControllerTest.h"
+#include "posix/UniqueFd.h"
 
+#include <QDir>
 #include <QFile>
+#include <cstdio>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <utility>
 
 namespace {
 
 using namespace std::chrono_literals;
+
+/// Takes what the process prints as long as it lives: what has been flushed, and not what waits in a buffer.
+class TakenOutput {
+public:
+    TakenOutput() {
+        std::fflush(stdout);
+        dup2(taken_.get(), STDOUT_FILENO);
+    }
+    ~TakenOutput() {
+        std::fflush(stdout);
+        dup2(before_.get(), STDOUT_FILENO);
+    }
+    TakenOutput(const TakenOutput &) = delete;
+    TakenOutput &operator=(const TakenOutput &) = delete;
+
+    QString text() const {
+        QByteArray bytes(1 << 20, '\0');
+        bytes.truncate(pread(taken_.get(), bytes.data(), static_cast<size_t>(bytes.size()), 0));
+        return QString::fromUtf8(bytes);
+    }
+
+private:
+    const kyb::UniqueFd before_{dup(STDOUT_FILENO)};
+    const kyb::UniqueFd taken_{memfd_create("output", MFD_CLOEXEC)};
+};
+
+/// How many descriptors this process has open.
+qsizetype openDescriptors() {
+    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
+}
 
 const QString kProgress = QStringLiteral("/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log");
 
@@ -26,13 +62,23 @@ protected:
     /// The content of the progress file at each pass; the last stays. A null one removes the file.
     std::vector<QByteArray> files;
 
-    /// Runs the installation in the background, with the main thread's loop turning, and collects what it prints.
+    /// Runs the installation in the background, with the main thread's loop turning, and collects what it prints. The
+    /// story tells each line as soon as it is printed.
     void run() {
-        ::testing::internal::CaptureStdout();
+        const TakenOutput output;
+        qsizetype told = 0;
+        machine.alsoHappened = [&output, &told] {
+            const QString all = output.text();
+            const QString rest = all.sliced(std::exchange(told, all.size()));
+            return rest.isEmpty() ? QStringList() : QStringList{QStringLiteral("print ") + rest};
+        };
         kyb::inBackground([this] { returned = controller->installPackage(); });
         settle();
-        printed = QString::fromStdString(::testing::internal::GetCapturedStdout());
+        printed = output.text();
+        machine.alsoHappened = nullptr;
     }
+
+    void startOver() { next_ = 0; }
 
     QStringList printedLines() const { return printed.split(u'\n').sliced(0, printed.count(u'\n')); }
 
@@ -69,6 +115,44 @@ TEST_F(PackageRun, PrintsAPercentageAndAKeyForEachPassAndEndsAtTheLastLine) {
     EXPECT_TRUE(returned);
     EXPECT_FALSE(installFailed);
     EXPECT_FALSE(installationInProgress);
+}
+
+TEST_F(PackageRun, KeepsItsOrderAndPrintsEachLineAtOnce) {
+    controller->startMonitoringLogFile();
+    files = {"installer:PHASE:Writing files\u2026\nx\n", ending("a\n")};
+    run();
+    const QStringList story = machine.story();
+    EXPECT_EQ(
+        story.sliced(story.indexOf(QStringLiteral("[1] starts"))),
+        (QStringList{
+            QStringLiteral("[1] starts"),
+            QStringLiteral("[1] log Installing %1/Installer Folder/OSX/Brelund Quorlix Driver.pkg").arg(machine.root()),
+            QStringLiteral("print 5:PHASE_PrepareInstall\n"),
+            QStringLiteral("[1] connect com.kyb.HelperTool.xpc"),
+            QStringLiteral("[1] handler"),
+            QStringLiteral("[1] resume"),
+            QStringLiteral("[1] send"),
+            QStringLiteral("[1] release"),
+            QStringLiteral("[1] sleep 2000"),
+            QStringLiteral("[1] sleep 50"),
+            QStringLiteral("print 14:PHASE_WriteFiles\n"),
+            QStringLiteral("[1] sleep 50"),
+            QStringLiteral("print 14:\n"),
+            QStringLiteral("[1] log End of Installation"),
+            QStringLiteral("flag installationInProgress no"),
+            QStringLiteral("[1] terminate"),
+        }));
+}
+
+TEST_F(PackageRun, ClosesTheStreamsOfEachPassButTheVeryLast) {
+    for (const std::size_t passes : {1U, 2U, 8U}) {
+        files.assign(passes - 1, "installer:PHASE:Writing files\u2026\nx\n");
+        files.push_back(ending("a\n"));
+        startOver();
+        const qsizetype before = openDescriptors();
+        run();
+        EXPECT_EQ(openDescriptors(), before + 1) << passes;
+    }
 }
 
 TEST_F(PackageRun, SendsTheInstallersCommandLineWithTheProgressFile) {
@@ -292,6 +376,32 @@ TEST_F(PackageRun, InteractiveModeShowsLocalizedTextsAndPrintsNothing) {
               (QStringList{QStringLiteral("progressInfoLabel text \"Getting ready\""),
                            QStringLiteral("progressInfoLabel text \"Copying\""),
                            QStringLiteral("progressInfoLabel text \"Checking packages\u2026\n\"")}));
+}
+
+TEST_F(PackageRun, TheScreenIsPreparedBeforeTheCommandIsSentAndDrawnAtEachPass) {
+    isSilentInstall = false;
+    connectScreens();
+    machine.helper = [this](const auto &, const auto &, const auto &) {
+        kyb::onMainThreadAndWait([] {});
+        machine.tell(QStringLiteral("is sent"));
+    };
+    files = {"installer:PHASE:Writing files\u2026\nx\n", ending("a\n")};
+    run();
+    QStringList story = machine.story();
+    story.removeIf([](const QString &event) {
+        return event.startsWith(u"flag") || (event.startsWith(u'[') && event != u"[1] is sent");
+    });
+    const QStringList drawn{QStringLiteral("installProgressIndicator display if needed"),
+                            QStringLiteral("progressInfoLabel display if needed")};
+    EXPECT_EQ(story, QStringList({QStringLiteral("installProgressIndicator value 5"),
+                                  QStringLiteral("progressInfoLabel text \"PHASE_PrepareInstall\"")}) +
+                         drawn +
+                         QStringList({QStringLiteral("[1] is sent"), QStringLiteral("installProgressIndicator animate"),
+                                      QStringLiteral("installProgressIndicator value 10"),
+                                      QStringLiteral("installProgressIndicator display"),
+                                      QStringLiteral("installProgressIndicator value 14"),
+                                      QStringLiteral("progressInfoLabel text \"PHASE_WriteFiles\"")}) +
+                         drawn + QStringList({QStringLiteral("installProgressIndicator value 14")}) + drawn);
 }
 
 } // namespace

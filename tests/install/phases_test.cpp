@@ -6,10 +6,40 @@ namespace {
 
 using kyb::InstallerLine;
 
+/// The texts to their last letter, in the order of the table.
 struct PhaseRow {
     const char *text;
     const char *key;
+    const char *keyWithoutLastLetter = ""; ///< empty: there is none
 };
+
+constexpr PhaseRow kRows[] = {
+    {"Writing files", "PHASE_WriteFiles"},
+    {"Running package scripts", "PHASE_RunScripts"},
+    {"Preparing for install", "PHASE_PrepareInstall", "PHASE_PrepareInstall"},
+    {"Preparing the disk", "PHASE_PrepareDisk", "PHASE_PrepareInstall"},
+    {"Preparing", "PHASE_PrepareInstall"},
+    {"Waiting for other", "PHASE_Wait"},
+    {"Configuring", "PHASE_Configure"},
+    {"Moving items into place", "PHASE_MovingItems"},
+    {"Cleaning up", "PHASE_Cleaning"},
+    {"Writing package receipts", "PHASE_WritingPkg"},
+    {"Registering updated applications", "PHASE_Registering"},
+    {"Validating", "PHASE_ValidatePkgs"},
+    {"Running installer", "PHASE_RunInstallActions"},
+    {"Finishing the Install", "PHASE_FinishInstall"},
+    {"Optimising system", "PHASE_Optimising"},
+};
+
+TEST(Phases, EachRowCountsToItsLastLetterAndNoFurther) {
+    for (const PhaseRow &row : kRows) {
+        const QString text = QString::fromLatin1(row.text);
+        const QString cut = text.chopped(1);
+        const QString keyOfCut = QString::fromLatin1(row.keyWithoutLastLetter);
+        EXPECT_EQ(kyb::phaseKey(text), QString::fromLatin1(row.key)) << row.text;
+        EXPECT_EQ(kyb::phaseKey(cut), keyOfCut.isEmpty() ? cut : keyOfCut) << row.text;
+    }
+}
 
 TEST(Phases, TheFirstRowWhoseTextBeginsTheLineGivesTheKey) {
     const PhaseRow rows[] = {
@@ -40,6 +70,37 @@ TEST(Phases, ATextOfNoRowIsKeptAsItIs) {
          {"InstallFailed", "Checking packages\n", "writing files", " Writing files", "Prepar", "\n"}) {
         EXPECT_EQ(kyb::phaseKey(QString::fromUtf8(text)), QString::fromUtf8(text));
     }
+}
+
+/// The same of what marks a line.
+TEST(InstallerLine, EachMarkCountsToItsLastLetterAndNoFurther) {
+    struct Row {
+        const char *text;
+        InstallerLine meaning;
+        QString textWithoutLastLetter; ///< what is shown then
+    };
+    const QString failed = QStringLiteral("InstallFailed");
+    const Row rows[] = {
+        {"installer: The install failed", {failed, true}, {}},
+        {"installer: The upgrade failed", {failed, true}, {}},
+        {"installer: Certificate used to sign package is not trusted", {failed, true}, {}},
+        {"installer: Error - the package path specified was invalid:", {failed, true}, {}},
+        {"installer:PHASE:The software was successfully installed",
+         {QString(), false},
+         QStringLiteral("The software was successfully installe")},
+        {"installer:%", {QStringLiteral("PHASE_RunScripts"), false}, {}},
+    };
+    for (const Row &row : rows) {
+        const QString text = QString::fromLatin1(row.text);
+        const InstallerLine whole = kyb::readInstallerLine(text, false);
+        EXPECT_EQ(whole.phaseText, row.meaning.phaseText) << row.text;
+        EXPECT_EQ(whole.marksFailure, row.meaning.marksFailure) << row.text;
+        const InstallerLine cut = kyb::readInstallerLine(text.chopped(1), false);
+        EXPECT_EQ(cut.phaseText, row.textWithoutLastLetter) << row.text;
+        EXPECT_FALSE(cut.marksFailure) << row.text;
+    }
+    EXPECT_EQ(kyb::readInstallerLine(QStringLiteral("installer:PHASE x"), false).phaseText, QString());
+    EXPECT_EQ(kyb::readInstallerLine(QStringLiteral("installer:STATUS x"), false).phaseText, QString());
 }
 
 struct LineRow {

@@ -49,6 +49,13 @@ TEST_F(WrapperLog, StampsAnEntryWithDateAndTime) {
     EXPECT_EQ(log(), kBanner + "1/2/26, 3:04 PM : Something happened\n");
 }
 
+TEST_F(WrapperLog, KeepsNoHandleOnTheFile) {
+    controller->initLogFile();
+    QFile::remove(logFile());
+    controller->WriteLog(QStringLiteral("Something happened"));
+    EXPECT_EQ(log(), "1/2/26, 3:04 PM : Something happened\n");
+}
+
 TEST_F(WrapperLog, KeepsAFileOfExactlyTheLimit) {
     makeLog(kSizeLimitBytes);
     controller->initLogFile();

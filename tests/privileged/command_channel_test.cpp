@@ -96,13 +96,15 @@ TEST_F(CommandChannel, EachEventIsAFailureWithItsOwnText) {
     struct Row {
         ConnectionEvent event;
         const char *logged;
+        bool isToldFirst = false; ///< before the flag is set
     };
     const Row rows[] = {
         {{ConnectionEventKind::Interrupted, {}}, "XPC connection interupted.\n"},
         {{ConnectionEventKind::Invalid, {}}, "XPC connection invalid, releasing.\n"},
         {{ConnectionEventKind::OtherError, {}}, "Unexpected XPC connection error.\n"},
         {{ConnectionEventKind::NotAnError, QStringLiteral("OS_xpc_dictionary")},
-         "Unexpected XPC connection event.: OS_xpc_dictionary\n"},
+         "Unexpected XPC connection event.: OS_xpc_dictionary\n",
+         true},
     };
     for (const Row &row : rows) {
         controller->initLogFile();
@@ -110,7 +112,14 @@ TEST_F(CommandChannel, EachEventIsAFailureWithItsOwnText) {
         installFailed = false;
         sendAndGet(row.event);
         EXPECT_TRUE(installFailed) << row.logged;
-        EXPECT_EQ(controller->internalLog().sliced(before.size()), QString::fromLatin1(row.logged));
+        const QString logged = QString::fromLatin1(row.logged);
+        EXPECT_EQ(controller->internalLog().sliced(before.size()), logged);
+        const QString flag = QStringLiteral("flag installFailed yes");
+        const QString line = QStringLiteral("log ") + logged.chopped(1);
+        const QStringList story = machine.story();
+        EXPECT_EQ(story.sliced(story.lastIndexOf(QStringLiteral("send")) + 1),
+                  (row.isToldFirst ? QStringList{line, flag} : QStringList{flag, line}) +
+                      QStringList{QStringLiteral("release")});
     }
 }
 

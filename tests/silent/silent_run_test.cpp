@@ -1,6 +1,7 @@
 #include "SilentRun.h"
 
 #include <csignal>
+#include <fstream>
 
 namespace {
 
@@ -72,10 +73,30 @@ TEST_F(SilentRun, TellsTheWholeStoryInItsLog) {
     }
 }
 
-TEST_F(SilentRun, CapturesTheSystemInstallersLog) {
-    putInstaller({"--version", "1.0", "--size", "50000000"});
+/// How many processes but a root folder's helpers name \p path, of that folder, in their command lines.
+std::ptrdiff_t processesThatName(const std::string &path, const kyb::test::RootFolder &root) {
+    const std::vector<pid_t> helpers = root.helpers();
+    return std::count_if(fs::directory_iterator("/proc"), fs::directory_iterator(), [&](const auto &entry) {
+        const pid_t process = std::atoi(entry.path().filename().c_str());
+        return process > 0 && std::find(helpers.begin(), helpers.end(), process) == helpers.end() &&
+               kyb::test::contentOf(entry.path() / "cmdline").find(path) != std::string::npos;
+    });
+}
+
+TEST_F(SilentRun, CapturesWhatTheSystemInstallersLogSaysDuringTheInstallation) {
+    putInstaller();
+    root.write("/var/log/install.log", "before the installation\n");
+    root.write("/var/tmp/kyb/kyb_install.log", "of an earlier run\n");
+    root.putProgram("/usr/sbin/installer", std::string(kyb::test::kInstallerThatIsHeard) +
+                                               "say 'during the installation'\n"
+                                               "mv \"$root/var/log/install.log\" \"$root/var/log/install.log.0\"\n"
+                                               "say 'in the next log'\n"
+                                               "echo 'installer: The install was successful.'\n");
     EXPECT_EQ(run().status, 0);
-    EXPECT_TRUE(root.exists("/var/tmp/kyb/kyb_install.log"));
+    waitUntil([this] { return processesThatName(root.path(), root) == 0; });
+    std::ofstream(root.at("/var/log/install.log"), std::ios::app) << "after the installation\n";
+    const std::string captured = root.read("/var/tmp/kyb/kyb_install.log");
+    EXPECT_THAT(captured, testing::MatchesRegex("(during the installation\n)+(in the next log\n)+"));
 }
 
 TEST_F(SilentRun, AnUpgradeRemovesTheEarlierVersionFirst) {
@@ -142,16 +163,6 @@ TEST_F(SilentRun, AReaderOfTheProgressLinesMayGoAway) {
     process->closeOutput();
     root.write("/go", "");
     EXPECT_EQ(finish(*process).status, 0);
-}
-
-/// How many processes but a root folder's helpers name \p path, of that folder, in their command lines.
-std::ptrdiff_t processesThatName(const std::string &path, const kyb::test::RootFolder &root) {
-    const std::vector<pid_t> helpers = root.helpers();
-    return std::count_if(fs::directory_iterator("/proc"), fs::directory_iterator(), [&](const auto &entry) {
-        const pid_t process = std::atoi(entry.path().filename().c_str());
-        return process > 0 && std::find(helpers.begin(), helpers.end(), process) == helpers.end() &&
-               kyb::test::contentOf(entry.path() / "cmdline").find(path) != std::string::npos;
-    });
 }
 
 TEST_F(SilentRun, LeavesNoProcessBehindButTheHelper) {

@@ -82,6 +82,17 @@ private:
     std::filesystem::path root_;
 };
 
+/// The beginning of an installer that can say TEXT: in the system installer's log, again and again until the program
+/// has captured it. Its root is in $root.
+inline constexpr char kInstallerThatIsHeard[] = "#!/bin/sh\n"
+                                                "root=${0%/usr/sbin/installer}\n"
+                                                "say() {\n"
+                                                "    until grep -q \"$1\" \"$root/var/tmp/kyb/kyb_install.log\"; do\n"
+                                                "        echo \"$1\" >>\"$root/var/log/install.log\"\n"
+                                                "        sleep 0.02\n"
+                                                "    done\n"
+                                                "}\n";
+
 /// The paths of a program of the build that stands in for macOS, and of a script of tools/.
 std::string builtProgram(const std::string &name);
 std::string tool(const std::string &name);

@@ -184,10 +184,12 @@ TEST_F(Navigation, ARefusedHelperLeavesThePublicOrPrivateScreenWithInstallEnable
 
 TEST_F(Navigation, TheResultScreenShowsASuccess) {
     controller->displayInstallFinishedView();
-    EXPECT_EQ(screens.journal,
-              (QStringList{QStringLiteral("installationProgressView remove"),
+    EXPECT_EQ(storyOf(0),
+              (QStringList{QStringLiteral("[1] starts"), // the collection of the logs
+                           QStringLiteral("installationProgressView remove"),
                            QStringLiteral("installationBox add installationResultView"),
                            QStringLiteral("closeButton enabled yes"), QStringLiteral("closeButton transparent no"),
+                           QStringLiteral("log Installation successful..."),
                            QStringLiteral("installationResultLabel text \"InstallSuccessful\""),
                            QStringLiteral("installationSubResultLabel text \"InstallSuccessfulSubResult\""),
                            QStringLiteral("installationResultImageView image Success.png"),

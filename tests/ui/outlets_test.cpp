@@ -39,6 +39,28 @@ TEST(Outlets, AnOutletIsSkippedUntilItIsConnected) {
     EXPECT_EQ(journal, QStringList{QStringLiteral("box checked yes")});
 }
 
+TEST_F(ControllerTest, TheseControlsHaveAnActionAndNoOthers) {
+    connectScreens();
+    EXPECT_EQ(screens.controlsWithActions(), (QStringList{
+                                                 QStringLiteral("appsBusyWarningSheet_CancelButton"),
+                                                 QStringLiteral("backButton"),
+                                                 QStringLiteral("cancelButton"),
+                                                 QStringLiteral("checkBoxButton"),
+                                                 QStringLiteral("closeButton"),
+                                                 QStringLiteral("multipleActionsButton"),
+                                                 QStringLiteral("privateCheckBoxButton"),
+                                                 QStringLiteral("publicCheckBoxButton"),
+                                                 QStringLiteral("quitMenuItem"),
+                                                 QStringLiteral("quit_App_WarningSheet_OK"),
+                                                 QStringLiteral("saveButtonItem"),
+                                                 QStringLiteral("searchItem"),
+                                                 QStringLiteral("showLogMenuItem"),
+                                                 QStringLiteral("termsOfServiceButton"),
+                                                 QStringLiteral("warningSheetCancelButton"),
+                                                 QStringLiteral("warningSheetOKButton"),
+                                             }));
+}
+
 TEST(Outlets, AControlOfAnotherKindIsNotConnected) {
     kyb::Button button;
     kyb::Outlet<kyb::CheckBox> outlet;

@@ -43,14 +43,14 @@ TEST_F(Sheets, TheTwoOtherSheetsBeginOnTheMainWindow) {
 
 TEST_F(Sheets, OkOfTheInstallationWarningClosesItAndStartsTheInstallation) {
     machine.rightsStatus = -60006;
-    controller->warningSheetOKPressed(nullptr);
+    screen("warningSheetOKButton").press();
     EXPECT_EQ(screens.journal,
               (QStringList{QStringLiteral("warningSheetWindow end sheet"), QStringLiteral("warningSheetWindow out")}));
     EXPECT_EQ(machine.requests().size(), 1U);
 }
 
 TEST_F(Sheets, CancelOfTheInstallationWarningOnlyClosesIt) {
-    controller->warningSheetCancelPressed(nullptr);
+    screen("warningSheetCancelButton").press();
     EXPECT_EQ(screens.journal,
               (QStringList{QStringLiteral("warningSheetWindow end sheet"), QStringLiteral("warningSheetWindow out")}));
     EXPECT_TRUE(machine.requests().empty());

@@ -1,11 +1,13 @@
 #include "ui/views/KYDestinationView.h"
 
 #include "TestBundle.h"
+#include "support/PaintCounter.h"
 
 #include <QApplication>
 #include <QDragEnterEvent>
 #include <QMimeData>
 #include <QPainter>
+#include <functional>
 
 using kyb::DragOperation;
 
@@ -119,6 +121,36 @@ TEST_F(DestinationView, RefusesAForeignDragByEvents) {
     EXPECT_FALSE(move(foreign_));
     EXPECT_FALSE(drop(foreign_));
     EXPECT_EQ(posts(PerformDragOperationNotification), 0);
+}
+
+TEST_F(DestinationView, EachChangeIsFollowedByARedraw) {
+    const kyb::test::PaintCounter counter(*view_);
+    struct Row {
+        const char *what;
+        std::function<void()> act;
+        int paints;
+    };
+    const Row rows[] = {
+        {"enter", [this] { view_->draggingEntered({kType}); }, 1},
+        {"enter with another type", [this] { view_->draggingEntered({QStringLiteral("text/plain")}); }, 0},
+        {"exit", [this] { view_->draggingExited(); }, 1},
+        {"enter again", [this] { view_->draggingEntered({kType}); }, 1},
+        {"prepare", [this] { view_->prepareForDragOperation(); }, 1},
+        {"perform", [this] { view_->performDragOperation(&window_); }, 0},
+        {"conclude", [this] { view_->concludeDragOperation(); }, 1},
+        {"picture",
+         [this] {
+             view_->setImage({QStringLiteral("DestinationIcon.png"), QSize(10, 10)});
+         },
+         1},
+    };
+    for (const Row &row : rows) {
+        QCoreApplication::processEvents();
+        const int before = counter.paints();
+        row.act();
+        QCoreApplication::processEvents();
+        EXPECT_EQ(counter.paints() - before, row.paints) << row.what;
+    }
 }
 
 TEST_F(DestinationView, StrokesTheDirtyRectangleInGrayFivePointsWide) {

@@ -76,7 +76,7 @@ void User::click(const QString &objectName) {
     release();
 }
 
-void User::drag(const QString &fromObjectName, QPoint to) {
+void User::pull(const QString &fromObjectName, QPoint to) {
     const QPoint from = restingCenterOf(fromObjectName);
     moveTo(from);
     press();
@@ -85,9 +85,13 @@ void User::drag(const QString &fromObjectName, QPoint to) {
         QThread::msleep(10); // a hand is no faster
         moveTo(from + (to - from) * step / kDragSteps);
     }
+}
+
+void User::drag(const QString &fromObjectName, QPoint to) {
+    pull(fromObjectName, to);
     QThread::msleep(60);
     release();
-    waitFor([&] { return hasDragEnded(find(fromObjectName)); }, "the drag to end");
+    waitForTheDragsEnd(fromObjectName);
 }
 
 void User::strike(unsigned long keysym, unsigned long modifier) {
@@ -163,6 +167,10 @@ void User::waitForActive(const QString &objectName) {
 void User::waitForGone(const QString &objectName) {
     waitFor([&] { return find(objectName) == nullptr || !find(objectName)->isVisible(); },
             qPrintable(objectName + QStringLiteral(" to be gone")));
+}
+
+void User::waitForTheDragsEnd(const QString &fromObjectName) {
+    waitFor([&] { return hasDragEnded(find(fromObjectName)); }, "the drag to end");
 }
 
 void User::waitForText(const QString &objectName, const QString &part) {

@@ -21,7 +21,9 @@ public:
     void press();
     void release();
     void click(const QString &objectName);
-    /// Presses on one widget, moves in small steps to a place and releases there.
+    /// Presses on one widget and moves in small steps to a place.
+    void pull(const QString &fromObjectName, QPoint to);
+    /// Pulls, and releases there.
     void drag(const QString &fromObjectName, QPoint to);
 
     // Keyboard.
@@ -37,6 +39,8 @@ public:
     /// Waits until a window or sheet gets the keys.
     void waitForActive(const QString &objectName);
     void waitForGone(const QString &objectName);
+    /// Waits until no drag from that widget goes on, and no picture glides back.
+    void waitForTheDragsEnd(const QString &fromObjectName);
     void waitForText(const QString &objectName, const QString &part);
 
     bool isVisible(const QString &objectName);

@@ -3,12 +3,13 @@
 #include "base/KYGlobalConstants.h"
 #include "controller/KYViewController.h"
 #include "text/localized_text.h"
+#include "ui/views/KYDestinationView.h"
 
 #include <QApplication>
 #include <QLineEdit>
 #include <QProgressBar>
-#include <QThread>
 #include <QWindow>
+#include <algorithm>
 #include <gmock/gmock.h>
 
 namespace {
@@ -23,6 +24,8 @@ const QString kChoice = QStringLiteral("publicOrPrivateView");
 const QString kProgress = QStringLiteral("installationProgressView");
 const QString kResult = QStringLiteral("installationResultView");
 const QString kClose = QStringLiteral("closeButton");
+const QString kIcon = QStringLiteral("sourceIconView");
+const QString kDestination = QStringLiteral("destinationIconView");
 
 /// An installer that works in steps of its own pace until the file "go" is below the root.
 const std::string kWaitingInstaller = "#!/bin/sh\n"
@@ -49,7 +52,7 @@ void acceptTerms(User &user) {
 TEST_F(Walk, InstallsByDraggingTheIconOntoTheDestination) {
     const int status = walk([this](User &user) {
         acceptTerms(user);
-        user.drag(QStringLiteral("sourceIconView"), user.centerOf(QStringLiteral("destinationIconView")));
+        user.drag(kIcon, user.centerOf(kDestination));
         user.waitForVisible(kChoice);
         EXPECT_EQ(user.text(kForward), textOf("Install"));
         user.click(QStringLiteral("publicCheckBoxButton"));
@@ -87,7 +90,7 @@ TEST_F(Walk, InstallsWithTheKeyboardAlone) {
 TEST_F(Walk, TheKeyboardDragsTheIconToo) {
     walk([](User &user) {
         acceptTerms(user);
-        user.tabTo(QStringLiteral("sourceIconView"));
+        user.tabTo(kIcon);
         user.key("space");
         user.waitForVisible(kChoice);
         user.keyWithControl("q");
@@ -98,7 +101,7 @@ TEST_F(Walk, TheKeyboardDragsTheIconToo) {
 TEST_F(Walk, AnIconThatIsPressedBeforeTheTermsAreAcceptedDrawsTheRedBorder) {
     walk([this](User &user) {
         waitForTheCatalog(user);
-        user.click(QStringLiteral("sourceIconView"));
+        user.click(kIcon);
         user.waitFor([this] { return controller->termsAndConditionsViewBox.isConnected(); }, "the box");
         QImage picture;
         const QRect frame = user.frameOf(QStringLiteral("termsAndConditionsViewBox"));
@@ -144,32 +147,86 @@ TEST_F(Walk, TheTermsAreReadAndLeadBack) {
     });
 }
 
-TEST_F(Walk, AnIconDroppedElsewhereGoesBackAndChangesNothing) {
-    walk([](User &user) {
+/// Counts the pictures that glide back. Made on the main thread.
+class GlideCounter : public QObject {
+public:
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        glides_ += event->type() == QEvent::Show && watched->objectName() == u"slideBack" ? 1 : 0;
+        return QObject::eventFilter(watched, event);
+    }
+
+    void start(User &user) {
+        user.onMain([this] { qApp->installEventFilter(this); });
+    }
+    int glides(User &user) const {
+        int result = 0;
+        user.onMain([&] { result = glides_; });
+        return result;
+    }
+
+private:
+    int glides_ = 0;
+};
+
+TEST_F(Walk, AnIconDroppedElsewhereGlidesBackAndChangesNothing) {
+    GlideCounter counter;
+    walk([&counter](User &user) {
         acceptTerms(user);
-        user.drag(QStringLiteral("sourceIconView"), user.centerOf(QStringLiteral("titleDragandDropMessage")));
+        counter.start(user);
+        user.drag(kIcon, user.centerOf(QStringLiteral("titleDragandDropMessage")));
         EXPECT_TRUE(user.isVisible(kDrag));
         EXPECT_FALSE(user.isVisible(kChoice));
-        user.drag(QStringLiteral("sourceIconView"), QPoint(5, 5)); // outside the window
+        EXPECT_EQ(counter.glides(user), 1);
+        user.drag(kIcon, QPoint(5, 5)); // outside the window
         EXPECT_TRUE(user.isVisible(kDrag));
-        user.drag(QStringLiteral("sourceIconView"), user.centerOf(QStringLiteral("destinationIconView")));
+        EXPECT_EQ(counter.glides(user), 2);
+        user.drag(kIcon, user.centerOf(kDestination));
         user.waitForVisible(kChoice);
+        EXPECT_EQ(counter.glides(user), 2);
         user.keyWithControl("q");
     });
 }
 
-TEST_F(Walk, EscapeCancelsADrag) {
-    walk([](User &user) {
+TEST_F(Walk, EscapeCancelsADragOverTheDestination) {
+    GlideCounter counter;
+    walk([&counter](User &user) {
+        const auto isHighlighted = [] {
+            const auto widgets = QApplication::allWidgets();
+            return std::ranges::any_of(widgets, [](const QWidget *widget) {
+                const auto *destination = qobject_cast<const KYDestinationView *>(widget);
+                return destination != nullptr && destination->highlight();
+            });
+        };
         acceptTerms(user);
-        user.moveTo(user.centerOf(QStringLiteral("sourceIconView")));
-        user.press();
-        for (int step = 0; step < 10; ++step) {
-            QThread::msleep(10);
-            user.moveTo(user.centerOf(QStringLiteral("sourceIconView")) + QPoint(10 * step, 0));
-        }
+        counter.start(user);
+        user.pull(kIcon, user.centerOf(kDestination));
+        user.waitFor(isHighlighted, "the destination to take the icon");
         user.key("Escape");
-        QThread::msleep(100);
+        user.waitFor([&] { return !isHighlighted(); }, "the drag to leave the destination");
         user.release();
+        user.waitForTheDragsEnd(kIcon);
+        EXPECT_EQ(counter.glides(user), 1);
+        EXPECT_TRUE(user.isVisible(kDrag));
+        EXPECT_FALSE(user.isVisible(kChoice));
+        user.keyWithControl("q");
+    });
+}
+
+TEST_F(Walk, AnotherProgramIsOfferedNothing) {
+    std::vector<std::string> environment;
+    for (const char *name : {"DISPLAY", "HOME", "XDG_RUNTIME_DIR"}) {
+        environment.push_back(std::string(name) + '=' + qgetenv(name).toStdString());
+    }
+    kyb::test::Program other({KYB_DROP_ACCEPTOR, "40", "60", "200"}, environment);
+    ASSERT_TRUE(other.readUntil("shown"));
+    GlideCounter counter;
+    walk([&](User &user) {
+        acceptTerms(user);
+        counter.start(user);
+        user.drag(kIcon, QPoint(140, 160));
+        EXPECT_TRUE(other.readUntil("entered"));
+        EXPECT_EQ(other.readLine(), "left");
+        EXPECT_EQ(counter.glides(user), 1);
         EXPECT_TRUE(user.isVisible(kDrag));
         user.keyWithControl("q");
     });
@@ -314,6 +371,9 @@ TEST_F(Walk, AFailureIsShownWithItsTexts) {
 
 TEST_F(Walk, TheLogIsShownFilteredAndSaved) {
     const std::string saved = root.beside("saved.txt");
+    root.putProgram("/usr/sbin/installer", std::string(kyb::test::kInstallerThatIsHeard) +
+                                               "say 'the installer speaks'\n"
+                                               "echo 'installer: The install was successful.'\n");
     walk([&](User &user) {
         acceptTerms(user);
         user.click(kForward);
@@ -351,6 +411,7 @@ TEST_F(Walk, TheLogIsShownFilteredAndSaved) {
         user.keyWithControl("q");
     });
     EXPECT_EQ(kyb::test::contentOf(saved), controller->logFileData.toStdString());
+    EXPECT_THAT(kyb::test::contentOf(saved), testing::HasSubstr("Installer Logs:\nthe installer speaks\n"));
 }
 
 TEST_F(Walk, AMissingPackageIsSaidAndNothingCanBeDone) {
@@ -359,7 +420,7 @@ TEST_F(Walk, AMissingPackageIsSaidAndNothingCanBeDone) {
         user.waitForText(QStringLiteral("packageNameLabel"), textOf("MissingPackage"));
         EXPECT_FALSE(user.isEnabled(kBox));
         EXPECT_FALSE(user.isEnabled(kForward));
-        user.drag(QStringLiteral("sourceIconView"), user.centerOf(QStringLiteral("destinationIconView")));
+        user.drag(kIcon, user.centerOf(kDestination));
         EXPECT_TRUE(user.isVisible(kDrag));
         user.click(QStringLiteral("cancelButton"));
     });

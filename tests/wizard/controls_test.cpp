@@ -1,6 +1,7 @@
 #include "WizardTest.h"
 
 #include "FakeMachine.h"
+#include "support/PaintCounter.h"
 #include "ui/views/ImageView.h"
 #include "ui/wizard/BorderBox.h"
 #include "ui/wizard/EvenProgressBar.h"
@@ -418,10 +419,28 @@ TEST_F(WizardTest, WhatIsAwaitedGoesWithTheSpinner) {
 TEST_F(WizardTest, DrawsAtOnceWhenAsked) {
     open();
     showScreen("installationProgressView");
+    const kyb::test::PaintCounter label(object("installProgressViewBoldLabel"));
     control<kyb::Text>("installProgressViewBoldLabel").setText(QStringLiteral("Installing"));
+    EXPECT_EQ(label.paints(), 0);
     control("installationProgressView").displayNow();
+    EXPECT_EQ(label.paints(), 1);
     EXPECT_EQ(object("installationProgressView").geometry(), object("installationBox").rect());
     EXPECT_GT(object("installProgressViewBoldLabel").width(), 100);
+    control("installProgressViewBoldLabel").displayNow();
+    EXPECT_EQ(label.paints(), 2); // whether or not anything has changed
+}
+
+TEST_F(WizardTest, DrawsWhatHasChangedAtOnceWhenAsked) {
+    open();
+    showScreen("installationProgressView");
+    control("installationProgressView").displayNow();
+    const kyb::test::PaintCounter label(object("progressInfoLabel"));
+    control<kyb::Text>("progressInfoLabel").setText(QStringLiteral("Copying"));
+    EXPECT_EQ(label.paints(), 0);
+    control("progressInfoLabel").displayIfNeeded();
+    EXPECT_EQ(label.paints(), 1);
+    control("progressInfoLabel").displayIfNeeded();
+    EXPECT_EQ(label.paints(), 1);
 }
 
 /// The parts of a widget that were drawn.
