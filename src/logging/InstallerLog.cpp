@@ -91,9 +91,10 @@ void KYViewController::showLogFileSavePanel(Sender) {
     if (!path) {
         return;
     }
+    const QByteArray text = logFileData.toUtf8();
     QSaveFile file(*path);
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(logFileData.toUtf8());
+    // NB: through a buffer, QSaveFile puts half a file in place when the disk is full.
+    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(text) == text.size()) {
         file.commit();
     }
 }

@@ -187,8 +187,8 @@ TEST_F(CommandQueueTest, EndsACommandThatIsSilentForTooLong) {
 }
 
 TEST_F(CommandQueueTest, KillsACommandThatIsSilentForTooLongAndStaysAtSigterm) {
-    queue_ = CommandQueue(with(kLimits, 1s, 50ms));
-    startAndWaitFor("begun", "exec 2>/dev/null; trap 'touch " + root_.at("/asked") + "' TERM; touch " +
+    queue_ = CommandQueue(with(kLimits, 1s, 500ms));
+    startAndWaitFor("begun", "exec 2>/dev/null; trap ': >" + root_.at("/asked") + "' TERM; touch " +
                                  root_.at("/begun") + "; while :; do sleep 0.01; done");
     workToEnd();
     EXPECT_TRUE(fs::exists(root_.at("/asked")));

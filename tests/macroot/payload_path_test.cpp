@@ -1,5 +1,6 @@
 #include "payload_path.h"
 
+#include <climits>
 #include <gtest/gtest.h>
 
 namespace kyb::macroot {
@@ -22,8 +23,14 @@ TEST(PayloadPath, RefusesEveryPathThatCouldLeaveTheRoot) {
 
 TEST(PayloadPath, RefusesAZeroByteAndTooLongAPath) {
     EXPECT_EQ(payloadPath(std::string_view("a\0b", 3)), std::nullopt);
-    EXPECT_TRUE(payloadPath(std::string(kLongestPayloadPath, 'a')));
-    EXPECT_EQ(payloadPath(std::string(kLongestPayloadPath + 1, 'a')), std::nullopt);
+    std::string longest(kLongestPayloadPath, 'a');
+    for (std::size_t i = NAME_MAX; i < longest.size(); i += NAME_MAX + 1) {
+        longest[i] = '/';
+    }
+    EXPECT_TRUE(payloadPath(longest));
+    EXPECT_EQ(payloadPath(longest + 'a'), std::nullopt);
+    EXPECT_TRUE(payloadPath(std::string(NAME_MAX, 'a')));
+    EXPECT_EQ(payloadPath(std::string(NAME_MAX + 1, 'a')), std::nullopt);
 }
 
 TEST(PayloadPath, CutsAndJoins) {

@@ -17,9 +17,8 @@ const std::string kSamplePackage = (kSampleFolder / "Brelund Quorlix Driver.pkg"
 PayloadList payloadOf(const std::string &path) {
     const FlatPackage package(path);
     PayloadList list;
-    package.readArchive(package.components().front().member("Payload"), [&](archive *reader) {
-        scanPayload(reader, "", list, [](std::size_t) {});
-    });
+    package.readArchive(package.components().front().member("Payload"),
+                        [&](archive *reader) { scanPayload(reader, "", list, [](std::size_t) {}); });
     return list;
 }
 

@@ -472,7 +472,7 @@ TEST(RichText, PartsLongParagraphsAndLosesNothing) {
     for (const LongText &row : longParagraphs()) {
         const RichTextDocument document = parsed(row.body);
         EXPECT_FALSE(document.isCut) << row.name;
-        EXPECT_LE(document.paragraphs.size(), 150) << row.name;
+        EXPECT_LE(document.paragraphs.size(), 200) << row.name;
         EXPECT_EQ(withoutLineEnds(plainText(document)), row.text) << row.name;
         for (const RichTextParagraph &paragraph : document.paragraphs) {
             ASSERT_LE(unitsOf(paragraph), kMaxParagraphUnits) << row.name;

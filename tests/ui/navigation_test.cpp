@@ -90,7 +90,8 @@ TEST_F(Navigation, TermsThatAreNotAllShownAreToldToTheSystemLog) {
         screen("termsOfServiceButton").press();
         const QStringList lines = machine.systemLog().mid(before);
         EXPECT_EQ(lines.size(), told.isEmpty() ? 0 : 1) << terms.left(16).toStdString();
-        EXPECT_TRUE(told.isEmpty() || (lines.value(0).endsWith(u"License.rtf" + told))) << lines.value(0).toStdString();
+        EXPECT_TRUE(told.isEmpty() || (lines.value(0).endsWith(QStringLiteral("License.rtf") + told)))
+            << lines.value(0).toStdString();
     }
 }
 

@@ -33,7 +33,7 @@ TEST_F(TermsView, ShowsStylesAndParagraphs) {
 }
 
 TEST_F(TermsView, TakesTheFirstFamilyThatTheMachineHas) {
-    const QString known = QFontInfo(view.font()).family();
+    const QString known = QFontInfo(view.QWidget::font()).family();
     show("{\\rtf1{\\fonttbl\\f0 TimesNewRomanPS-BoldMT;\\f1 " + known.toUtf8() + ";}\\f0 A\\f1 B}");
     EXPECT_EQ(formatAt(0).fontFamilies().toStringList(),
               QStringList({u"TimesNewRomanPS"_qs, u"Times New Roman PS"_qs, u"Times New Roman"_qs}));
