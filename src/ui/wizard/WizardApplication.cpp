@@ -21,6 +21,7 @@ void refineBareStyle() {
         return;
     }
     QApplication::setStyle(new BareStyle);
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the application owns its style
     QFont font = QApplication::font();
     font.setPointSizeF(qMax(kSmallestFontPoints, font.pointSizeF()));
     QApplication::setFont(font);
