@@ -23,10 +23,10 @@ public:
     QStringList actionNames() const override { return QStringList{pressAction()} + QAccessibleWidget::actionNames(); }
 
     void doAction(const QString &name) override {
-        if (name == pressAction()) {
-            view_->performDragByKeyboard();
-        } else {
+        if (name != pressAction()) {
             QAccessibleWidget::doAction(name);
+        } else if (view_->QWidget::isEnabled() && view_->QWidget::isVisible()) { // as a mouse finds it
+            view_->performDragByKeyboard();
         }
     }
 
