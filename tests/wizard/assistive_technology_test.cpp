@@ -2,6 +2,7 @@
 
 #include "base/KYGlobalConstants.h"
 
+#include <QAbstractButton>
 #include <QAccessible>
 #include <QAction>
 #include <QLineEdit>
@@ -33,6 +34,16 @@ protected:
     }
     void toggle(const char *name) {
         act(QAccessible::queryAccessibleInterface(&object(name)), QAccessibleActionInterface::toggleAction());
+    }
+    /// Presses the button of that accessible name.
+    static void pressIn(QWidget &whole, const std::string &name) {
+        for (auto *button : whole.findChildren<QAbstractButton *>()) {
+            QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(button);
+            if (accessible->text(QAccessible::Name).toStdString() == name) {
+                return act(accessible, QAccessibleActionInterface::pressAction());
+            }
+        }
+        ADD_FAILURE() << "no button " << name;
     }
     bool isChecked(const char *name) { return control<kyb::CheckBox>(name).isChecked(); }
 
@@ -128,14 +139,20 @@ TEST_F(AssistiveTechnology, PressesToolBarItems) {
     EXPECT_EQ(presses, 1);
 }
 
-TEST_F(AssistiveTechnology, FiltersTheLog) {
+TEST_F(AssistiveTechnology, FiltersTheLogAndClearsTheFilter) {
     const int &edits = actionsOf("searchItem");
     control<kyb::ToolBar>("logToolBar").insertItem(control<kyb::MenuItem>("searchItem"), 0);
+    control<kyb::Window>("logWindow").makeKeyAndOrderFront();
     auto *field = object("logToolBar").findChild<QLineEdit *>();
     ASSERT_NE(field, nullptr);
     QAccessible::queryAccessibleInterface(field)->setText(QAccessible::Value, QStringLiteral("installer"));
     EXPECT_EQ(edits, 1);
     EXPECT_EQ(control<kyb::HasText>("searchItem").text().toStdString(), "installer");
+    pressIn(*field, "Clear Filter");
+    waitUntil([&] { return edits > 1; });
+    EXPECT_EQ(control<kyb::HasText>("searchItem").text().toStdString(), "");
+    pressIn(*field, "Filter");
+    waitUntil([&] { return field->hasFocus(); });
 }
 
 } // namespace
