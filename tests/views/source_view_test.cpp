@@ -195,6 +195,13 @@ TEST_F(SourceView, IsAButtonToAssistiveTechnology) {
     EXPECT_EQ(posts(PerformDragOperationNotification), 1);
 }
 
+TEST_F(SourceView, TellsAssistiveTechnologyThatTheTermsComeFirst) {
+    const QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(view_);
+    EXPECT_EQ(accessible->text(QAccessible::Description), QStringLiteral("SourceIconTermsFirst"));
+    letDrag();
+    EXPECT_EQ(accessible->text(QAccessible::Description), QStringLiteral("SourceIconHelp"));
+}
+
 TEST_F(SourceView, AssistiveTechnologyDropsNothingWhereAMouseCouldNot) {
     letDrag();
     QAccessibleActionInterface *actions = QAccessible::queryAccessibleInterface(view_)->actionInterface();
