@@ -67,6 +67,7 @@ constexpr TextKey kTextKeys[] = {
     // the views
     {"SourceIconName"},
     {"SourceIconHelp"},
+    {"SourceIconTermsFirst"},
     {"DestinationIconName"},
     {"DestinationIconHelp"},
     {"HelpIconName"},

@@ -195,6 +195,27 @@ TEST_F(SourceView, IsAButtonToAssistiveTechnology) {
     EXPECT_EQ(posts(PerformDragOperationNotification), 1);
 }
 
+TEST_F(SourceView, TellsAssistiveTechnologyThatTheTermsComeFirst) {
+    const QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(view_);
+    EXPECT_EQ(accessible->text(QAccessible::Description), QStringLiteral("SourceIconTermsFirst"));
+    letDrag();
+    EXPECT_EQ(accessible->text(QAccessible::Description), QStringLiteral("SourceIconHelp"));
+}
+
+TEST_F(SourceView, AssistiveTechnologyDropsNothingWhereAMouseCouldNot) {
+    letDrag();
+    QAccessibleActionInterface *actions = QAccessible::queryAccessibleInterface(view_)->actionInterface();
+    view_->QWidget::setEnabled(false);
+    actions->doAction(QAccessibleActionInterface::pressAction());
+    view_->QWidget::setEnabled(true);
+    view_->hide();
+    actions->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(posts(PerformDragOperationNotification), 0);
+    view_->show();
+    actions->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(posts(PerformDragOperationNotification), 1);
+}
+
 TEST_F(SourceView, AMissingPictureIsNotDrawn) {
     view_->setImage({QStringLiteral("Nowhere.png"), QSize(96, 80)});
     EXPECT_EQ(shot(*view_).pixelColor(48, 40).alpha(), 0);

@@ -39,6 +39,10 @@ QString textOf(const char *key) {
     return localizedText(QString::fromLatin1(key));
 }
 
+std::string environment(const char *name) {
+    return name + ("=" + qgetenv(name)).toStdString();
+}
+
 void waitForTheCatalog(User &user) {
     user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
 }
@@ -84,6 +88,18 @@ TEST_F(Walk, InstallsWithTheKeyboardAlone) {
     });
     EXPECT_EQ(status, 0);
     EXPECT_TRUE(root.exists(kDriver));
+    EXPECT_EQ(root.preference(), "NO");
+}
+
+TEST_F(Walk, InstallsThroughAssistiveTechnologyAlone) {
+    qputenv("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1"); // as a desktop does that runs a screen reader
+    const int status = walk([](User &) {
+        kyb::test::Program program({"/usr/bin/python3", KYB_ASSISTED_WALK}, {environment("DBUS_SESSION_BUS_ADDRESS")});
+        const kyb::test::Ran assisted = kyb::test::finish(program);
+        EXPECT_EQ(assisted.status, 0) << assisted.errors;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(root.installedVersion(), "4.2.0");
     EXPECT_EQ(root.preference(), "NO");
 }
 

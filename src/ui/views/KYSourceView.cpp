@@ -4,6 +4,7 @@
 #include "text/localized_text.h"
 #include "ui/views/image_loading.h"
 
+#include <QAccessible>
 #include <QDrag>
 #include <QKeyEvent>
 #include <QMimeData>
@@ -39,7 +40,6 @@ bool isActivation(const QKeyEvent &event) {
 KYSourceView::KYSourceView(QWidget *parent) : ImageView(parent) {
     setFocusPolicy(acceptsFirstResponder() ? Qt::StrongFocus : Qt::NoFocus);
     setAccessibleName(kyb::localizedText(QStringLiteral("SourceIconName")));
-    setAccessibleDescription(kyb::localizedText(QStringLiteral("SourceIconHelp")));
     KYSourceView::initWithFrame();
 }
 
@@ -48,12 +48,14 @@ void KYSourceView::initWithFrame() {
     sourceIconImage = image();
 }
 
-bool KYSourceView::passesGates() const {
+bool KYSourceView::passesGates() {
     if (!isInitializationComplete) {
         return false;
     }
     if (!isTermsAndConditionsAccepted) {
         kyb::postNotification(TermsNotAcceptedNotification);
+        QAccessibleEvent whatIsMissing(this, QAccessible::DescriptionChanged); // to who does not see the red border
+        QAccessible::updateAccessibility(&whatIsMissing);
         return false;
     }
     return true;

@@ -37,7 +37,7 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
-    bool passesGates() const;
+    bool passesGates();
     void beginDraggingSession(QPoint position);
     QDrag *makeDrag(QPoint position);
 

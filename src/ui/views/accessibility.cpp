@@ -1,5 +1,7 @@
 #include "ui/views/accessibility.h"
 
+#include "base/KYGlobalConstants.h"
+#include "text/localized_text.h"
 #include "ui/views/ImageView.h"
 #include "ui/views/KYSourceView.h"
 #include "ui/views/LogTextView.h"
@@ -20,13 +22,20 @@ class PackageIcon : public QAccessibleWidget {
 public:
     explicit PackageIcon(KYSourceView *view) : QAccessibleWidget(view, QAccessible::Button), view_(view) {}
 
+    QString text(QAccessible::Text kind) const override {
+        if (kind != QAccessible::Description) {
+            return QAccessibleWidget::text(kind);
+        }
+        return localizedText(isTermsAndConditionsAccepted ? QStringLiteral("SourceIconHelp")
+                                                          : QStringLiteral("SourceIconTermsFirst"));
+    }
     QStringList actionNames() const override { return QStringList{pressAction()} + QAccessibleWidget::actionNames(); }
 
     void doAction(const QString &name) override {
-        if (name == pressAction()) {
-            view_->performDragByKeyboard();
-        } else {
+        if (name != pressAction()) {
             QAccessibleWidget::doAction(name);
+        } else if (view_->QWidget::isEnabled() && view_->QWidget::isVisible()) { // as a mouse finds it
+            view_->performDragByKeyboard();
         }
     }
 

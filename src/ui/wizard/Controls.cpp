@@ -12,6 +12,7 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QScreen>
+#include <QSignalBlocker>
 #include <QToolBar>
 
 namespace kyb {
@@ -42,8 +43,15 @@ class CheckBoxControl : public ButtonControl, public virtual CheckBox {
 public:
     explicit CheckBoxControl(QCheckBox *box) : ButtonControl(box), box_(*box) {}
 
-    void setChecked(bool checked) override { box_.setChecked(checked); }
+    void setChecked(bool checked) override {
+        const QSignalBlocker quiet(box_);
+        box_.setChecked(checked);
+    }
     bool isChecked() const override { return box_.checkState() == Qt::Checked; } // NB: a mixed state is none
+    // NB: not `clicked`: the toolkit does not click what assistive technology toggles.
+    void onAction(Action action) override {
+        QObject::connect(&box_, &QAbstractButton::toggled, &box_, [this, action] { action(*this); });
+    }
 
 private:
     QCheckBox &box_;

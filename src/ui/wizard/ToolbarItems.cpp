@@ -2,6 +2,7 @@
 
 #include "ui/wizard/Label.h"
 
+#include <QCoreApplication>
 #include <QIcon>
 #include <QLineEdit>
 #include <QShortcut>
@@ -16,19 +17,28 @@ constexpr int kMessageGap = 12;
 } // namespace
 
 SearchItem::SearchItem(QObject *parent) : QWidgetAction(parent), field_(new QLineEdit) {
-    field_->setClearButtonEnabled(true);
     field_->setFixedSize(kFieldWidth, kFieldHeight);
+    addClearButton();
     magnifier_ = field_->addAction(QIcon(), QLineEdit::LeadingPosition);
+    connect(magnifier_, &QAction::triggered, this, &SearchItem::focusField);
     connect(this, &QAction::changed, field_, [this] {
         field_->setPlaceholderText(text());
         field_->setAccessibleName(text());
         field_->setToolTip(toolTip());
         magnifier_->setIcon(icon());
+        magnifier_->setText(text());
     });
     auto *escape = new QShortcut(Qt::Key_Escape, field_);
     escape->setContext(Qt::WidgetShortcut);
     connect(escape, &QShortcut::activated, field_, &QLineEdit::clear);
     setDefaultWidget(field_);
+}
+
+void SearchItem::addClearButton() {
+    field_->setClearButtonEnabled(true);
+    for (auto *clear : field_->findChildren<QAction *>()) { // which the toolkit leaves without a name
+        clear->setText(QCoreApplication::translate("SearchItem", "Clear Filter"));
+    }
 }
 
 void SearchItem::focusField() {

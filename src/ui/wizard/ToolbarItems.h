@@ -20,6 +20,8 @@ public Q_SLOTS:
     void focusField();
 
 private:
+    void addClearButton();
+
     QLineEdit *field_;
     QAction *magnifier_;
 };
