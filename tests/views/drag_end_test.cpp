@@ -122,6 +122,7 @@ TEST_F(DragEnd, TheSoftEdgesOfThePictureAreShownOnOpaqueGround) {
     }
     EXPECT_GT(soft, 8);
     EXPECT_FALSE(ghost()->testAttribute(Qt::WA_TranslucentBackground));
+    EXPECT_TRUE(kyb::test::turnUntil([] { return ghost() == nullptr; })); // else it is there in the next test
 }
 
 TEST_F(DragEnd, AClickDoesNotGlide) {
