@@ -18,8 +18,9 @@ constexpr std::string_view kErrorMark = "installer: Error - ";
 
 /// The last line in two pieces, of which the first does not end a run.
 constexpr std::string_view kLastLine = kInstallationDone;
-constexpr std::string_view kLastLineBegin = kLastLine.substr(0, kLastLine.find('_') + 1);
-constexpr std::string_view kLastLineRest = kLastLine.substr(kLastLineBegin.size());
+constexpr std::size_t kLastLineBeginBytes = std::char_traits<char>::length("Installation_");
+constexpr std::string_view kLastLineBegin = kLastLine.substr(0, kLastLineBeginBytes);
+constexpr std::string_view kLastLineRest = kLastLine.substr(kLastLineBeginBytes);
 
 /// The failure that \p line tells, such that the reader sees all of it; empty when it tells none.
 std::string failureIn(std::string_view line) {
