@@ -62,8 +62,7 @@ public:
     /// @{
 
     /// Prepares the working folder and the log file "/var/tmp/kyb/BrelundQuorlix.log", and writes the start banner.
-    /// Called once, before anything logs. A link in the folder's place is left alone: everybody may put one there, and
-    /// what it leads to must be neither opened to all nor written to.
+    /// Called once, before anything logs.
     void initLogFile();
 
     /// Reports \p message to the system log, to `internalLog` and, date-stamped, to the log file. The entry is on disk
@@ -309,6 +308,5 @@ private:
     std::vector<int> observations_;
     mutable kyb::Mutex internalLogMutex_;
     QString internalLog_ GUARDED_BY(internalLogMutex_);
-    bool isWorkingFolderLinked_ = false; ///< set before any other thread is started
     kyb::Mutex taskMutex_;
 };

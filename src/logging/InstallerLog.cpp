@@ -27,9 +27,6 @@ std::optional<QString> capturedText() {
 } // namespace
 
 void KYViewController::startMonitoringLogFile() {
-    if (isWorkingFolderLinked_) {
-        return;
-    }
     // What an earlier run or somebody else has left there may not be ours to truncate.
     QFile::remove(captureFile());
     // NB: the command begins with a blank.

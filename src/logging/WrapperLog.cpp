@@ -74,12 +74,6 @@ void KYViewController::initLogFile() {
         internalLog_ = QString();
     }
     const QString folder = kyb::systemPath(QString::fromLatin1(kWorkingFolder));
-    isWorkingFolderLinked_ = QFileInfo(folder).isSymLink();
-    if (isWorkingFolderLinked_) {
-        kyb::systemLog(QStringLiteral("The working folder /var/tmp/kyb is a symbolic link: it is left alone."));
-        WriteLog(startBanner());
-        return;
-    }
     if (!QFileInfo::exists(folder) && !QDir().mkdir(folder)) {
         WriteLog(QStringLiteral("Error: Create folder failed /var/tmp/kyb"));
     }
@@ -100,9 +94,7 @@ void KYViewController::WriteLog(const QString &message) {
         const kyb::MutexLock lock(internalLogMutex_);
         internalLog_ += message + QLatin1Char('\n');
     }
-    if (!isWorkingFolderLinked_) {
-        appendToFile(kyb::systemPath(QString::fromLatin1(kLogFile)), logLine(message));
-    }
+    appendToFile(kyb::systemPath(QString::fromLatin1(kLogFile)), logLine(message));
 }
 
 QString KYViewController::internalLog() const {

@@ -1,6 +1,5 @@
 #include "ControllerTest.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <csignal>
@@ -51,15 +50,6 @@ TEST_F(InstallerLog, WhatLiesInTheCapturesPlaceIsTakenAwayFirst) {
     capture("of an earlier run");
     controller->startMonitoringLogFile();
     EXPECT_FALSE(QFileInfo::exists(machine.path(QStringLiteral("/var/tmp/kyb/kyb_install.log"))));
-}
-
-TEST_F(InstallerLog, NothingIsCapturedIntoALinkedWorkingFolder) {
-    machine.write(QStringLiteral("/other/file"), "");
-    QDir().rmdir(machine.path(QStringLiteral("/var/tmp/kyb")));
-    ASSERT_TRUE(QFile::link(machine.path(QStringLiteral("/other")), machine.path(QStringLiteral("/var/tmp/kyb"))));
-    controller->initLogFile();
-    controller->startMonitoringLogFile();
-    EXPECT_TRUE(machine.journal().isEmpty());
 }
 
 TEST_F(InstallerLog, ACaptureThatIsNoFileReadsAsNull) {

@@ -172,23 +172,6 @@ TEST_F(WrapperLog, ALinkInPlaceOfTheFileIsPassedOver) {
     }
 }
 
-TEST_F(WrapperLog, ALinkInPlaceOfTheFolderIsLeftAlone) {
-    machine.write(QStringLiteral("/other/BrelundQuorlix.log"), "not ours\n");
-    const QString other = machine.path(QStringLiteral("/other"));
-    const QString file = machine.path(QStringLiteral("/other/BrelundQuorlix.log"));
-    ASSERT_EQ(chmod(QFile::encodeName(other).constData(), 0700) + chmod(QFile::encodeName(file).constData(), 0600), 0);
-    QDir().rmdir(machine.path(QStringLiteral("/var/tmp/kyb")));
-    ASSERT_TRUE(QFile::link(other, machine.path(QStringLiteral("/var/tmp/kyb"))));
-    controller->initLogFile();
-    controller->WriteLog(QStringLiteral("still here"));
-    EXPECT_EQ(modeOf(other), 0700U);
-    EXPECT_EQ(modeOf(file), 0600U);
-    EXPECT_EQ(machine.read(QStringLiteral("/other/BrelundQuorlix.log")), "not ours\n");
-    EXPECT_EQ(controller->internalLog(), QString::fromUtf8(kBanner) + QStringLiteral("still here\n"));
-    EXPECT_EQ(machine.systemLog().first(),
-              QStringLiteral("The working folder /var/tmp/kyb is a symbolic link: it is left alone."));
-}
-
 TEST_F(WrapperLog, AFifoInPlaceOfTheFileHoldsNobodyUp) {
     QDir().mkpath(machine.path(QStringLiteral("/var/tmp/kyb")));
     ASSERT_EQ(mkfifo(QFile::encodeName(logFile()).constData(), 0666), 0);

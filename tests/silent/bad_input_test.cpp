@@ -136,17 +136,6 @@ TEST_F(BadInput, AFileInPlaceOfTheWorkingFolderEndsTheRunAsFailed) {
     EXPECT_EQ(root.read("/var/tmp/kyb"), "a file");
 }
 
-TEST_F(BadInput, ALinkInPlaceOfTheWorkingFolderIsLeftAloneAndTheRunFails) {
-    putInstaller();
-    root.write("/secret/file", "x");
-    std::filesystem::permissions(root.at("/secret/file"), std::filesystem::perms(0600));
-    std::filesystem::create_directory_symlink(root.at("/secret"), root.at("/var/tmp/kyb"));
-    expectFailure();
-    const std::filesystem::directory_iterator secret(root.at("/secret"));
-    EXPECT_EQ(std::distance(begin(secret), end(secret)), 1);
-    EXPECT_EQ(std::filesystem::status(root.at("/secret/file")).permissions(), std::filesystem::perms(0600));
-}
-
 TEST_F(BadInput, AProgressFileThatIsDeletedInTheMiddleDoesNotHoldUpTheEnd) {
     putInstaller();
     root.putProgram("/usr/sbin/installer",
