@@ -278,8 +278,8 @@ TEST_F(BadInput, AQuitSignalEndsAProgramThatDoesNotAnswer) {
 }
 
 TEST_F(BadInput, TheFirstCallersLimitsDoNotBindTheHelper) {
-    putInstaller({"--version", "1.0", "--size", "3000000"});
-    startedBy = {"/bin/sh", "-c", "ulimit -S -f 1000; ulimit -S -n 64; exec \"$@\"", "sh"}; // blocks of 512 bytes
+    putInstaller({"--version", "1.0", "--size", "12000000"});
+    startedBy = {"/bin/sh", "-c", "ulimit -S -f 20000; ulimit -S -n 64; exec \"$@\"", "sh"}; // blocks of 512 bytes
     EXPECT_EQ(run().status, 0);
     EXPECT_EQ(root.installedVersion(), "1.0");
 }
