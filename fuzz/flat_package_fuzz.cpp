@@ -36,7 +36,7 @@ void readThrough(const std::string &path) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    const UniqueFd file = unnamedFile();
+    const kyb::UniqueFd file = unnamedFile();
     if (::write(file.get(), data, size) != static_cast<ssize_t>(size)) {
         return 0;
     }
