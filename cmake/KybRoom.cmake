@@ -2,7 +2,8 @@
 #
 # A room of src/ is two targets. Who links kyb_NAME may include the room: it carries the rooms that this one includes, and
 # no code. kyb_NAME_objects is the room's code, which programs bring in (all at once by kyb_core): the screens' module
-# includes rooms whose flags, threads and texts it finds in the executable, and must not bring a second set.
+# includes rooms whose flags, threads and texts it finds in the executable, and must not bring a second set. The rooms share
+# the precompiled headers of kyb_base_objects.
 
 function(kyb_add_room NAME)
   cmake_parse_arguments(ARG "" "" "ROOMS;LIBRARIES;SOURCES" ${ARGN})
