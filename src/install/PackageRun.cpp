@@ -28,9 +28,16 @@ constexpr double kLastPercent = 88.0;
 /// One line read; kept from read to read of a run, so that a read that yields nothing leaves the line before.
 using LineBuffer = std::array<char, 1024>;
 
-/// Reads one line of what \p command prints into \p line, if it prints any. \return the stream, still open; or null.
-FILE *readLine(const QString &command, LineBuffer &line) {
-    FILE *stream = popen(command.toUtf8().constData(), "r");
+/// Whether something lies at \p path that a command which reads it would wait for, or be led elsewhere by.
+bool isNoFile(const QString &path) {
+    const QFileInfo info(path);
+    return info.isSymLink() || (info.exists() && !info.isFile());
+}
+
+/// Reads one line of the last \p count lines of \p file into \p line, if there is one. \return the stream, still open;
+/// or null.
+FILE *readTail(int count, const QString &file, LineBuffer &line) {
+    FILE *stream = isNoFile(file) ? nullptr : popen(kyb::tailCommand(count, file).toUtf8().constData(), "r");
     if (stream != nullptr) {
         [[maybe_unused]] const char *unread = std::fgets(line.data(), static_cast<int>(line.size()), stream);
     }
@@ -58,9 +65,7 @@ class PollingLoop {
 public:
     using Report = std::function<void(const kyb::ProgressMessage &)>;
 
-    PollingLoop(const QString &progressFile, Report report)
-        : nextToLastLine_(kyb::tailCommand(2, progressFile)), lastLine_(kyb::tailCommand(1, progressFile)),
-          report_(std::move(report)) {}
+    PollingLoop(const QString &progressFile, Report report) : progressFile_(progressFile), report_(std::move(report)) {}
 
     void run() {
         while (!pass()) {
@@ -71,7 +76,7 @@ private:
     /// \return whether the loop ends.
     bool pass() {
         kyb::sleepFor(50ms);
-        FILE *stream = readLine(nextToLastLine_, line_);
+        FILE *stream = readTail(2, progressFile_, line_);
         const QString phaseText = phaseTextOfLine();
         percent_ = std::min(phaseText.isEmpty() ? percent_ : percent_ + kPercentStep, kLastPercent);
         const int value = static_cast<int>(percent_);
@@ -81,7 +86,7 @@ private:
         close(stream);
         report_({static_cast<double>(value), phaseText});
 
-        stream = readLine(lastLine_, line_);
+        stream = readTail(1, progressFile_, line_);
         if (saysInstallationDone(line_) || installFailed) {
             return true; // NB: the last stream stays open
         }
@@ -101,8 +106,7 @@ private:
         return isSilentInstall ? key : kyb::localizedText(key);
     }
 
-    const QString nextToLastLine_;
-    const QString lastLine_;
+    const QString progressFile_;
     const Report report_;
     LineBuffer line_{};
     double percent_ = kFirstPercent;

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <cstdio>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -269,6 +270,24 @@ TEST_F(PackageRun, AnEmptyFileKeepsTheLastLineReadToo) {
     files = {"installer:PHASE:Cleaning up\u2026\n", "", ending("a\n")};
     run();
     EXPECT_EQ(printedLines().at(2), QStringLiteral("18:PHASE_Cleaning"));
+}
+
+TEST_F(PackageRun, WhatIsNoFileInTheFilesPlaceIsPassedOver) {
+    const QByteArray path = QFile::encodeName(machine.path(kProgress));
+    machine.write(QStringLiteral("/elsewhere"), ending("installer: The install failed\n"));
+    const QByteArray elsewhere = QFile::encodeName(machine.path(QStringLiteral("/elsewhere")));
+    files = {"installer:PHASE:Writing files\nx\n", {}, {}, {}, ending("installer: The install was successful.\n")};
+    machine.onSleep = [&, show = machine.onSleep, looks = 0](std::chrono::milliseconds duration) mutable {
+        show(duration);
+        if (++looks == 2) {
+            ASSERT_EQ(mkfifo(path.constData(), 0600), 0);
+        } else if (looks == 3) {
+            ASSERT_EQ(symlink(elsewhere.constData(), path.constData()), 0);
+        }
+    };
+    run();
+    EXPECT_EQ(printed, QStringLiteral("5:PHASE_PrepareInstall\n14:PHASE_WriteFiles\n14:\n14:\n14:\n14:\n"));
+    EXPECT_FALSE(installFailed);
 }
 
 class FailureText : public PackageRun, public ::testing::WithParamInterface<const char *> {};
