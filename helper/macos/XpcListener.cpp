@@ -5,6 +5,8 @@
 #include "macos/client_trust.h"
 
 #include <dispatch/dispatch.h>
+#include <set>
+#include <unistd.h>
 
 namespace kyb::helper {
 namespace {
@@ -13,6 +15,7 @@ namespace {
 struct ListenerContext {
     std::shared_ptr<Inbox> inbox;
     std::string progressFile;
+    std::shared_ptr<std::set<uid_t>> refusedUsers = std::make_shared<std::set<uid_t>>(); ///< the listener's queue
 };
 
 /// One reference to an XPC object, shared by the copies of a `std::function`.
@@ -47,12 +50,20 @@ std::optional<std::string> stringIn(xpc_object_t message, const char *key) {
     return text == nullptr ? std::nullopt : std::optional<std::string>(text);
 }
 
+/// Cuts \p peer off. NB: its user is named once; a stranger may come as often as he likes.
+void refuse(xpc_connection_t peer, const ListenerContext &context) {
+    const uid_t user = xpc_connection_get_euid(peer);
+    if (context.refusedUsers->insert(user).second) {
+        logLine("Refused a client of the user " + std::to_string(user) + ".");
+    }
+    xpc_connection_cancel(peer);
+}
+
 void admit(xpc_connection_t peer, xpc_object_t message, const ListenerContext &context) {
     const std::optional<std::string> command = stringIn(message, kCommandKey);
     const std::optional<std::string> path = stringIn(message, kInstallerLogPathKey);
     if (!isFromTrustedClient(message) || !command || (path && *path != context.progressFile)) {
-        logLine("Refused a message.");
-        xpc_connection_cancel(peer);
+        refuse(peer, context);
         return;
     }
     context.inbox->add({.commandLine = *command, .progressFilePath = path, .answer = answerTo(peer, message)});
@@ -68,8 +79,7 @@ void receive(xpc_connection_t peer, xpc_object_t event, const ListenerContext &c
 
 void accept(xpc_connection_t peer, dispatch_queue_t queue, const ListenerContext &context) {
     if (!requireTrustedPeer(peer)) {
-        logLine("Refused a client, for the requirement cannot be set.");
-        xpc_connection_cancel(peer);
+        refuse(peer, context);
         return;
     }
     const ListenerContext copied = context; // NB: a block copies a variable, but only refers to what a reference names

@@ -212,6 +212,21 @@ TEST_P(RefusalOnMac11, RunsNothing) {
 INSTANTIATE_TEST_SUITE_P(Refusals, RefusalOnMac11, testing::ValuesIn(kRefusals),
                          [](const auto &row) { return row.param.name; });
 
+TEST_F(HelperServiceOnMac, TellsOfAStrangerOnce) {
+    fake::machine().macOSVersion = 11;
+    fake::machine().clientSatisfiesRequirement = false;
+    testing::internal::CaptureStderr();
+    start();
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_TRUE(ask({{"command_to_be_execute", "true"}}).wasInterrupted);
+    }
+    waitForEnd();
+    const std::string lines = testing::internal::GetCapturedStderr();
+    const std::string line = "Refused a client of the user 501.";
+    ASSERT_NE(lines.find(line), std::string::npos);
+    EXPECT_EQ(lines.find(line), lines.rfind(line));
+}
+
 TEST_F(HelperServiceOnMac, LeavesNothingOfACommandThatIsAskedToEnd) {
     options_.idle = 1h;
     options_.commands.killGrace = 1ms;

@@ -27,6 +27,7 @@ struct Machine {
     bool requirementTextIsValid = true; ///< whether SecRequirementCreateWithString takes the text
     bool messageHasCode = true;         ///< whether SecCodeCreateWithXPCMessage finds the sender's code
     bool clientSatisfiesRequirement = true;
+    unsigned clientUser = 501;
     std::string localeIdentifier; ///< empty: the environment's
     std::vector<std::string> preferredLanguages;
     std::map<std::string, std::string> volumeNames = {{"/", "Macintosh HD"}};

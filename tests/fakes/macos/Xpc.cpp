@@ -435,6 +435,10 @@ void *xpc_connection_get_context(xpc_connection_t connection) {
     return connection->context;
 }
 
+uid_t xpc_connection_get_euid(xpc_connection_t) {
+    return fake::machine().clientUser;
+}
+
 void xpc_connection_resume(xpc_connection_t connection) {
     fake::record("xpc_connection_resume " + connectionName(connection));
     if (connection == nullptr) {

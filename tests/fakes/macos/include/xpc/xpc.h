@@ -1,12 +1,13 @@
 #pragma once
 
 // Declarations of the system's XPC interface, as far as this program uses it, written after the pages "XPC",
-// "xpc_connection_create_mach_service", "xpc_connection_set_context",
+// "xpc_connection_create_mach_service", "xpc_connection_get_euid", "xpc_connection_set_context",
 // "xpc_connection_set_peer_code_signing_requirement" and "XPC Constants" of the system's developer documentation.
 
 #include <cstddef>
 #include <cstdint>
 #include <dispatch/dispatch.h>
+#include <sys/types.h>
 
 extern "C" {
 
@@ -51,6 +52,7 @@ int xpc_connection_set_peer_code_signing_requirement(xpc_connection_t connection
     __attribute__((availability(macos, introduced = 12.0)));
 void xpc_connection_set_context(xpc_connection_t connection, void *context);
 void *xpc_connection_get_context(xpc_connection_t connection);
+uid_t xpc_connection_get_euid(xpc_connection_t connection);
 void xpc_connection_resume(xpc_connection_t connection);
 void xpc_connection_cancel(xpc_connection_t connection);
 void xpc_connection_send_message(xpc_connection_t connection, xpc_object_t message);
