@@ -70,6 +70,7 @@ struct CharacterFormat {
     bool bold = false;
     bool italic = false;
     bool underline = false;
+    bool strikeOut = false;
     bool hidden = false;
     bool deleted = false; ///< taken out by a reviewer, and still in the file
 
@@ -339,6 +340,7 @@ private:
                         runFormat_.bold || face.bold,
                         runFormat_.italic || face.italic,
                         runFormat_.underline,
+                        runFormat_.strikeOut,
                         colors_.value(runFormat_.color)};
         run_.clear();
         paragraph_.runs.append(run);
@@ -600,6 +602,8 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"sa",           &Reader::setLength<&ParagraphFormat::afterTwips, 0>, 0, Number::Given},
     {"sb",           &Reader::setLength<&ParagraphFormat::beforeTwips, 0>, 0, Number::Given},
     {"sect",         &Reader::breakPage},
+    {"strike",       &Reader::setFlag<&CharacterFormat::strikeOut>, 1, Number::Given},
+    {"striked",      &Reader::setFlag<&CharacterFormat::strikeOut>, 1, Number::Given},
     {"stylesheet",   &Reader::skipGroup},
     {"tab",          &Reader::insert, u'\t'},
     {"tc",           &Reader::skipGroup},

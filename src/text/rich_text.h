@@ -16,6 +16,7 @@ struct RichTextRun {
     bool bold = false;
     bool italic = false;
     bool underline = false;
+    bool strikeOut = false;
     std::optional<quint32> colorRgb; ///< 0xRRGGBB; nothing: the view's own text colour
 };
 
@@ -54,9 +55,9 @@ constexpr qsizetype kMaxParagraphRuns = 512;
 
 /// Reads an RTF document, as word processors write it, into paragraphs of formatted text.
 ///
-/// Kept are fonts, sizes, bold, italic, underline, text colours, alignment, indents and spacing, list marks (as text),
-/// tables (a line for each row, a tab after each cell) and the texts of links, which lead nowhere. Left out are
-/// pictures, objects, notes, headers, footers, entries of an index, hidden text and what a reviewer took out, which
+/// Kept are fonts, sizes, bold, italic, underline, strike-out, text colours, alignment, indents and spacing, list marks
+/// (as text), tables (a line for each row, a tab after each cell) and the texts of links, which lead nowhere. Left out
+/// are pictures, objects, notes, headers, footers, entries of an index, hidden text and what a reviewer took out, which
 /// word processors keep in the file. Bytes are read in the code page of the document or of the font, whichever it is
 /// (`fromCodePage`); those that spell nothing there read as U+FFFD.
 ///

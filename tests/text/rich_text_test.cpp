@@ -35,6 +35,7 @@ QStringList marked(const QVector<RichTextRun> &runs) {
         marks += run.bold ? u"b"_qs : QString();
         marks += run.italic ? u"i"_qs : QString();
         marks += run.underline ? u"u"_qs : QString();
+        marks += run.strikeOut ? u"s"_qs : QString();
         result.append(marks + u':' + run.text);
     }
     return result;
@@ -97,6 +98,11 @@ TEST(RichText, KnowsEachWayToUnderline) {
         EXPECT_EQ(marked(runsOf("a" + on + " b\\ulnone c")), expected) << word;
         EXPECT_EQ(marked(runsOf("a{" + on + " b}c")), expected) << word;
     }
+}
+
+TEST(RichText, KeepsWhatIsStruckOut) {
+    EXPECT_EQ(marked(runsOf("a\\strike b\\strike0 c\\striked1 d\\striked0 e{\\strike f}\\strike g\\plain h")),
+              QStringList({u":a"_qs, u"s:b"_qs, u":c"_qs, u"s:d"_qs, u":e"_qs, u"s:fg"_qs, u":h"_qs}));
 }
 
 TEST(RichText, LeavesOutHiddenAndDeletedText) {

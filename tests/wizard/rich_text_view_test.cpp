@@ -22,13 +22,15 @@ protected:
 };
 
 TEST_F(TermsView, ShowsStylesAndParagraphs) {
-    show("{\\rtf1\\ansi\\fs28 A\\b B\\b0\\i C\\i0\\ul D\\par\\qc\\fs20 E}");
+    show("{\\rtf1\\ansi\\fs28 A\\b B\\b0\\i C\\i0\\ul\\strike D\\par\\qc\\fs20 E}");
     EXPECT_EQ(control<kyb::RichText>("licenseTextView").text().toStdString(), "ABCD\nE");
     EXPECT_EQ(formatAt(0).fontPointSize(), 14);
     EXPECT_EQ(formatAt(0).fontWeight(), int(QFont::Normal));
     EXPECT_EQ(formatAt(1).fontWeight(), int(QFont::Bold));
     EXPECT_TRUE(formatAt(2).fontItalic());
     EXPECT_TRUE(formatAt(3).fontUnderline());
+    EXPECT_FALSE(formatAt(2).fontStrikeOut());
+    EXPECT_TRUE(formatAt(3).fontStrikeOut());
     EXPECT_EQ(view.document()->lastBlock().blockFormat().alignment(), Qt::AlignHCenter);
 }
 

@@ -70,6 +70,7 @@ QTextCharFormat formatOf(const RichTextRun &run, const QColor &ground) {
     format.setFontWeight(run.bold ? QFont::Bold : QFont::Normal);
     format.setFontItalic(run.italic);
     format.setFontUnderline(run.underline);
+    format.setFontStrikeOut(run.strikeOut);
     if (run.colorRgb) {
         format.setForeground(readableColor(QColor::fromRgb(*run.colorRgb), ground));
     }
