@@ -76,15 +76,20 @@ void CommandQueue::endAll() {
     const std::string reason = "the helper was asked to end";
     giveUpHeld();
     for (Run &run : runs_) {
-        dropClient(run, "The client of a command that is not done is dropped.");
-        if (run.report) {
-            run.report->leaveToOthers(); // the next helper may write its own file soon
-        }
+        leave(run);
         if (run.stage == Stage::Running) {
             terminate(run, reason);
         } else if (run.stage == Stage::Waiting) {
             end(run, "Command was not started: " + reason, reason);
         }
+    }
+}
+
+/// Lets go of whoever waits for \p run, and of its file: the next helper may write one of its own soon.
+void CommandQueue::leave(Run &run) {
+    dropClient(run, "The client of a command that is not done is dropped.");
+    if (run.report) {
+        run.report->leaveToOthers();
     }
 }
 

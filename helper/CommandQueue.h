@@ -103,6 +103,7 @@ private:
     void follow(Run &run);
     void terminate(Run &run, const std::string &reason);
     void pressOn(Run &run);
+    void leave(Run &run);
     void end(Run &run, std::string reply, const std::string &failure);
     ShellCommand::Sink sinkOf(Run &run);
 

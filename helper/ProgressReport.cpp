@@ -63,17 +63,20 @@ void ProgressReport::addOutput(std::string_view bytes) {
 void ProgressReport::noteLines(std::string_view lines) {
     while (!lines.empty()) {
         const std::size_t lineEnd = std::min(lines.find('\n'), lines.size());
-        const std::string_view line = lines.substr(0, lineEnd);
-        const std::string failure = failureIn(line);
-        lastLineIsFailure_ = !failure.empty() && failure.size() == line.size() && !partialLineIsBegun_;
-        partialLineIsBegun_ = false;
-        if (!failure.empty()) {
-            ownFailureLine_ = failure;
-        }
-        if (line.starts_with(kErrorMark)) {
-            errorText_ = line.substr(kErrorMark.size(), kMaxErrorBytes);
-        }
+        noteLine(lines.substr(0, lineEnd));
         lines.remove_prefix(std::min(lineEnd + 1, lines.size()));
+    }
+}
+
+void ProgressReport::noteLine(std::string_view line) {
+    const std::string failure = failureIn(line);
+    lastLineIsFailure_ = !failure.empty() && failure.size() == line.size() && !partialLineIsBegun_;
+    partialLineIsBegun_ = false;
+    if (!failure.empty()) {
+        ownFailureLine_ = failure;
+    }
+    if (line.starts_with(kErrorMark)) {
+        errorText_ = line.substr(kErrorMark.size(), kMaxErrorBytes);
     }
 }
 

@@ -44,6 +44,7 @@ public:
 
 private:
     void noteLines(std::string_view lines);
+    void noteLine(std::string_view line);
     void endPartialLine();
     void append(std::string_view text);
 

@@ -76,6 +76,12 @@ UniqueFd openToEmpty(int folder, const std::string &name) {
     return UniqueFd(openat(folder, name.c_str(), kFolderFlags));
 }
 
+void removeEmptied(int folder, const std::string &name) {
+    if (unlinkat(folder, name.c_str(), AT_REMOVEDIR) != 0) {
+        throwLastError("cannot remove " + name);
+    }
+}
+
 /// Moves the folder \p name to \p top, under the first free number from \p number on.
 void moveUp(int from, const std::string &name, int top, std::size_t &number) {
     fchmodat(from, name.c_str(), 0700, AT_SYMLINK_NOFOLLOW); // its ".." is going to be written
@@ -98,9 +104,7 @@ void removeOneLevel(int top, const std::string &name, std::size_t &number) {
             }
         }
     }
-    if (unlinkat(top, name.c_str(), AT_REMOVEDIR) != 0) {
-        throwLastError("cannot remove " + name);
-    }
+    removeEmptied(top, name);
 }
 
 // NB: not by recursion, and not with a descriptor for each level: a script may leave any depth behind.
@@ -120,9 +124,7 @@ void removeEntry(int folder, const std::string &name) {
     if (const UniqueFd below = openToEmpty(folder, name); below) {
         emptyFolder(below.get());
     }
-    if (unlinkat(folder, name.c_str(), AT_REMOVEDIR) != 0) {
-        throwLastError("cannot remove " + name);
-    }
+    removeEmptied(folder, name);
 }
 
 /// renameat(), or what takes the same, for two places below folders.

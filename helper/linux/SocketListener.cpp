@@ -26,6 +26,16 @@ void sendReply(const UniqueFd &connection, const std::string &reply) {
     }
 }
 
+/// Answers the client at \p connection and lets go of it; without a reply it sees an interruption.
+auto answerOn(std::shared_ptr<UniqueFd> connection) {
+    return [connection = std::move(connection)](const std::optional<std::string> &reply) {
+        if (reply) {
+            sendReply(*connection, *reply);
+        }
+        connection->reset();
+    };
+}
+
 bool isSame(const struct stat &one, const struct stat &other) {
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
@@ -136,12 +146,7 @@ void SocketListener::admit(Client &client, CommandQueue &commands) const {
         request->progressFilePath = options_.systemRoot + kProgressMessageFile;
     }
     auto connection = std::make_shared<UniqueFd>();
-    request->answer = [connection](const std::optional<std::string> &reply) {
-        if (reply) {
-            sendReply(*connection, *reply);
-        }
-        connection->reset();
-    };
+    request->answer = answerOn(connection);
     // The progress file is made before the client can see its request taken, and refused before the client is let go.
     commands.add(std::move(*request));
     client.takeLastByte();

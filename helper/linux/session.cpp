@@ -11,8 +11,17 @@ namespace {
 
 constexpr std::size_t kMaxStatBytes = 4096;
 
-/// Whether the process \p stat tells of, as "/proc/<number>/stat" has it, runs in the session of \p leader.
-bool runsInSession(const std::string &stat, pid_t leader) {
+/// The process that the folder \p entry of "/proc" tells of; 0 for one that tells of none.
+pid_t processOf(const std::filesystem::directory_entry &entry) {
+    const std::string name = entry.path().filename();
+    pid_t process = 0;
+    std::from_chars(name.data(), name.data() + name.size(), process);
+    return process;
+}
+
+bool runsInSession(pid_t process, pid_t leader) {
+    const std::string path = "/proc/" + std::to_string(process) + "/stat";
+    const std::string stat = readAll(openRegularFile(path, O_RDONLY).get(), kMaxStatBytes).value_or(std::string());
     const std::size_t endOfName = stat.rfind(')'); // NB: the last one; a name may hold any character
     char state = 0;
     int session = 0;
@@ -28,14 +37,8 @@ std::vector<pid_t> othersInSession(pid_t leader) {
     std::error_code error;
     for (std::filesystem::directory_iterator entry("/proc", error), end; !error && entry != end;
          entry.increment(error)) {
-        const std::string name = entry->path().filename();
-        pid_t process = 0;
-        if (std::from_chars(name.data(), name.data() + name.size(), process).ec != std::errc() || process == leader) {
-            continue;
-        }
-        // Nothing, when it has ended meanwhile.
-        const auto stat = readAll(openRegularFile("/proc/" + name + "/stat", O_RDONLY).get(), kMaxStatBytes);
-        if (stat && runsInSession(*stat, leader)) {
+        const pid_t process = processOf(*entry);
+        if (process != 0 && process != leader && runsInSession(process, leader)) {
             others.push_back(process);
         }
     }

@@ -35,6 +35,15 @@ void endBySignal(int signal) {
     std::raise(signal);
 }
 
+/// \return whether \p flag became true before the timeout.
+bool isSoonTrue(const std::atomic<bool> &flag) {
+    const auto deadline = std::chrono::steady_clock::now() + kAnswerTimeout;
+    while (!flag && std::chrono::steady_clock::now() < deadline) {
+        poll(nullptr, 0, kAnswerPollMilliseconds);
+    }
+    return flag;
+}
+
 /// Puts the question to the main thread. One that does not answer has nothing left that could be disturbed.
 void ask(const std::function<bool()> &mayEnd, int signal) {
     auto isAnswered = std::make_shared<std::atomic<bool>>(false);
@@ -44,12 +53,8 @@ void ask(const std::function<bool()> &mayEnd, int signal) {
             endBySignal(signal);
         }
     });
-    const auto deadline = std::chrono::steady_clock::now() + kAnswerTimeout;
-    while (!*isAnswered) {
-        if (std::chrono::steady_clock::now() >= deadline) {
-            endBySignal(signal);
-        }
-        poll(nullptr, 0, kAnswerPollMilliseconds);
+    if (!isSoonTrue(*isAnswered)) {
+        endBySignal(signal);
     }
 }
 

@@ -76,6 +76,11 @@ const icu::Locale &locale() {
     return *value;
 }
 
+const icu::Locale &numberLocale() {
+    static NoDestructor<icu::Locale> value(localeFor("LC_NUMERIC"));
+    return *value;
+}
+
 /// As the C library orders them.
 QStringList wantedTags() {
     const QString ofLocale = tagOf(localeNameFor("LC_MESSAGES"));
@@ -131,8 +136,7 @@ QString twoDecimals(double value) {
     const char *end = std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed, 2).ptr;
     const icu::StringPiece plain(digits.data(), static_cast<int32_t>(end - digits.data()));
     UErrorCode status = U_ZERO_ERROR;
-    static NoDestructor<icu::Locale> numbers(localeFor("LC_NUMERIC"));
-    const icu::UnicodeString text = icu::number::NumberFormatter::withLocale(*numbers)
+    const icu::UnicodeString text = icu::number::NumberFormatter::withLocale(numberLocale())
                                         .grouping(UNUM_GROUPING_OFF)
                                         .precision(icu::number::Precision::fixedFraction(2))
                                         .formatDecimal(plain, status)
