@@ -2,12 +2,19 @@
 
 #include <csignal>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
 
 using namespace std::string_literals;
 using testing::HasSubstr;
+
+#ifdef __SANITIZE_THREAD__
+constexpr bool kHasThreadSanitizer = true;
+#else
+constexpr bool kHasThreadSanitizer = false;
+#endif
 
 const std::string kDriver = "/Library/Printers/BrelundQuorlix";
 
@@ -264,6 +271,18 @@ TEST_F(BadInput, AProgramWithoutStandardDescriptorsDoesItsWork) {
     EXPECT_EQ(root.installedVersion(), "1.0");
 }
 
+/// Sends \p signal to a thread that waits for nothing but the next task. NB: the thread sanitizer keeps a signal back
+/// as long as its thread is in system(), where the main thread is.
+void signalAnotherThread(pid_t process, int signal) {
+    for (const auto &thread : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
+        const pid_t number = std::stoi(thread.path().filename());
+        if (number != process) {
+            syscall(SYS_tgkill, process, number, signal);
+            return;
+        }
+    }
+}
+
 TEST_F(BadInput, AQuitSignalEndsAProgramThatDoesNotAnswer) {
     putInstaller();
     root.putProgram("/bin/chmod", "#!/bin/sh\nexec >/dev/null 2>&1\nroot=${0%/bin/chmod}\ntouch \"$root/asked\"\n"
@@ -271,7 +290,11 @@ TEST_F(BadInput, AQuitSignalEndsAProgramThatDoesNotAnswer) {
     environment["PATH"] = root.at("/bin:") + environment["PATH"];
     const auto process = start();
     waitUntil([this] { return root.exists("/asked"); });
-    process->sendSignal(SIGTERM);
+    if (kHasThreadSanitizer) {
+        signalAnotherThread(process->id(), SIGTERM);
+    } else {
+        process->sendSignal(SIGTERM);
+    }
     waitUntil([&process] { return kyb::test::stateOf(process->id()) == 'Z'; });
     root.remove("/asked");
     EXPECT_EQ(process->wait(), -SIGTERM);
@@ -282,6 +305,29 @@ TEST_F(BadInput, TheFirstCallersLimitsDoNotBindTheHelper) {
     startedBy = {"/bin/sh", "-c", "ulimit -S -f 20000; ulimit -S -n 64; exec \"$@\"", "sh"}; // blocks of 512 bytes
     EXPECT_EQ(run().status, 0);
     EXPECT_EQ(root.installedVersion(), "1.0");
+}
+
+TEST_F(BadInput, TheHelperLiftsTheLimitsThatMayBeLifted) {
+    putInstaller();
+    root.remove("/usr/sbin/installer");
+    root.putProgram("/usr/sbin/installer", "#!/bin/sh\nroot=${0%/usr/sbin/installer}\n"
+                                           "(ulimit -S -n; ulimit -S -f; ulimit -S -t; ulimit -S -v; ulimit -S -d)"
+                                           " >\"$root/limits\"\necho 'installer: The install was successful.'\n");
+    startedBy = {"/bin/sh", "-c", "ulimit -S -n 64 -f 4000000; ulimit -S -t 4000; ulimit -S -d 8000000; exec \"$@\"",
+                 "sh"};
+    EXPECT_EQ(run().status, 0);
+    EXPECT_EQ(root.read("/limits"), "1024\nunlimited\nunlimited\nunlimited\nunlimited\n");
+}
+
+TEST_F(BadInput, ScreensThatCanBeShownAreAndTheProgramEndsWhenAsked) {
+    putInstaller();
+    std::filesystem::create_directory_symlink(KYB_BUNDLE "/Contents/PlugIns",
+                                              installerFolder() + "/Brelund Quorlix Installer.app/Contents/PlugIns");
+    environment["QT_QPA_PLATFORM"] = "offscreen";
+    const auto process = start({});
+    waitUntil([this] { return hasLogged("MacOS Version: "); });
+    process->sendSignal(SIGTERM);
+    EXPECT_EQ(process->wait(), -SIGTERM);
 }
 
 /// A start with screens that cannot be shown.

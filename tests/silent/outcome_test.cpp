@@ -124,16 +124,20 @@ TEST_F(Outcome, ARunThatIsCutOffWithItsHelperHasFailedAndTheNextIsWell) {
     putInstaller();
     root.putProgram("/usr/sbin/installer",
                     "#!/bin/sh\nroot=${0%/usr/sbin/installer}\n"
-                    "trap 'i=0; while [ $i -lt 40 ]; do sleep 0.05; i=$((i + 1)); done; echo late; exit 1' TERM\n"
+                    "trap 'i=0; while [ $i -lt 40 ]; do sleep 0.05; i=$((i + 1)); done; echo late; echo ended "
+                    ">>\"$root/order\"; exit 1' TERM\n"
                     "echo 'installer:PHASE:Writing files'\ntouch \"$root/waiting\"\nwhile :; do sleep 0.02; done\n");
     const auto cutOff = start();
     waitUntil([this] { return root.exists("/waiting"); });
-    putNext(true);
+    root.remove("/usr/sbin/installer");
+    root.putProgram("/usr/sbin/installer", "#!/bin/sh\necho begins >>\"${0%/usr/sbin/installer}/order\"\n"
+                                           "echo 'installer: The install was successful.'\n");
     kill(root.helpers().at(0), SIGTERM);
     const auto next = start();
     EXPECT_EQ(finish(*cutOff).status, 1);
     EXPECT_EQ(finish(*next).status, 0);
     EXPECT_THAT(progress(), EndsWith("successful.\nInstallation_Done\n"));
+    EXPECT_EQ(root.read("/order"), "ended\nbegins\n");
 }
 
 TEST_F(Outcome, TheInstallerHasTheTimeToTakeEverythingBackAndNothingOfItIsLeft) {

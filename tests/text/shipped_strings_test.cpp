@@ -152,6 +152,10 @@ TEST(ShippedGerman, CallsThingsByTheirUsualNames) {
          {u"Volume", u"volume", u"angesehen", u"nur noch etwas", u"in Gebrauch", u"gemeinsamen"}) {
         EXPECT_FALSE(texts.contains(QString::fromUtf16(stiff))) << QString::fromUtf16(stiff).toStdString();
     }
+    for (const char16_t *usual : {u"Das Paket wird geprüft", u"Es dauert nur noch einen Moment.", u"Laufwerk",
+                                  u"Geöffnete Programme", u"Gemeinschaftsbüro"}) {
+        EXPECT_TRUE(texts.contains(QString::fromUtf16(usual))) << QString::fromUtf16(usual).toStdString();
+    }
 }
 
 TEST_P(ShippedLanguage, HasNoBrokenLine) {

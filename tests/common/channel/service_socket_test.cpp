@@ -63,6 +63,18 @@ TEST(ServiceSocket, IsLockedByOneOnly) {
     EXPECT_TRUE(socket->tryLock());
 }
 
+TEST(ServiceSocket, IsServedByOneOnlyWhoeverStartsOrEndsIt) {
+    const test::RootFolder root;
+    const auto socket = ServiceSocket::open(root.path(), "x");
+    const UniqueFd starting = socket->tryLock();
+    UniqueFd serving = socket->tryLockOfServer();
+    EXPECT_TRUE(serving);
+    EXPECT_FALSE(socket->tryLockOfServer());
+    EXPECT_EQ(errno, EWOULDBLOCK);
+    serving.reset();
+    EXPECT_TRUE(socket->tryLockOfServer());
+}
+
 TEST(ServiceSocket, IsNotLockedThroughALink) {
     const test::RootFolder root;
     std::ofstream(root.at("/victim")).put('\n');
