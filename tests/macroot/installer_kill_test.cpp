@@ -58,6 +58,18 @@ TEST(InstallerKill, AfterMovingIsTakenBackByTheNextRun) {
     EXPECT_EQ(root.snapshot(), before);
 }
 
+TEST(InstallerKill, LeavesNothingInTheNextRunsWayThatSomebodyStillWritesInto) {
+    const MacRoot root;
+    const std::string script = "mkdir \"$TMPDIR/a\"\ncd \"$TMPDIR/a\"\n"
+                               "(i=0; while [ ! -e \"$3/stop\" ]; do : >$i; i=$((i+1)); done) >/dev/null 2>&1 &\n"
+                               "echo $! >\"$3/pid\"\nkill -9 $PPID\n";
+    EXPECT_EQ(root.install(packageWithPostinstall(script).write(root.beside("a.pkg"))).status, -SIGKILL);
+    EXPECT_EQ(root.install(root.samplePackage({"--version", "1"})).lastLine(),
+              "installer: The install was successful.");
+    writeText(root / "stop", "");
+    waitForEndOf(std::stoi(contentOf(root / "pid")));
+}
+
 TEST(InstallerKill, EndsTheScriptAndTakesAllBackWhenAskedToEnd) {
     for (const char *const signal : {"TERM", "INT", "HUP"}) {
         const MacRoot root;

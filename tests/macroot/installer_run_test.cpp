@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <poll.h>
 #include <sys/stat.h>
 
 namespace kyb::macroot {
@@ -26,12 +25,6 @@ std::vector<std::string> linesThatBegin(const Ran &ran, std::string_view beginni
     std::ranges::copy_if(ran.lines, std::back_inserter(found),
                          [beginning](const std::string &line) { return line.starts_with(beginning); });
     return found;
-}
-
-void waitForEndOf(pid_t process) {
-    while (test::stateOf(process) != 'Z' && test::stateOf(process) != 'X') {
-        poll(nullptr, 0, 1);
-    }
 }
 
 std::string fieldOf(const fs::path &plist, const std::string &key) {

@@ -2,14 +2,20 @@
 
 #include "stage.h"
 
-#include <sys/stat.h>
-
 #include <functional>
+#include <poll.h>
 #include <sstream>
+#include <sys/stat.h>
 
 namespace kyb::macroot {
 
 namespace fs = std::filesystem;
+
+void waitForEndOf(pid_t process) {
+    while (test::stateOf(process) != 'Z' && test::stateOf(process) != 'X') {
+        poll(nullptr, 0, 1);
+    }
+}
 
 unsigned modeOf(const fs::path &path) {
     struct stat found = {};

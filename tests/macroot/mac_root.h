@@ -18,6 +18,9 @@ using test::TempFolder;
 using test::tool;
 using test::writeText;
 
+/// The test's own time limit bounds the wait.
+void waitForEndOf(pid_t process);
+
 unsigned modeOf(const std::filesystem::path &path);
 
 /// Every path below a folder, with its kind, mode and the hash of its content.

@@ -2,6 +2,8 @@
 
 #include "text/rich_text.h"
 
+#include <filesystem>
+
 namespace {
 
 const QString kLicense =
@@ -93,6 +95,14 @@ TEST_F(Navigation, TermsThatAreNotAllShownAreToldToTheSystemLog) {
         EXPECT_TRUE(told.isEmpty() || (lines.value(0).endsWith(QStringLiteral("License.rtf") + told)))
             << lines.value(0).toStdString();
     }
+}
+
+TEST_F(Navigation, OfTermsOfAnySizeNoMoreIsReadThanTheLimit) {
+    machine.write(kLicense, "{\\rtf1 Terms");
+    std::filesystem::resize_file(machine.path(kLicense).toStdString(), std::uintmax_t{1} << 40); // no machine's memory
+    screen("termsOfServiceButton").press();
+    EXPECT_TRUE(screen("licenseTextView").currentText.startsWith(QStringLiteral("Terms")));
+    EXPECT_EQ(machine.systemLog().size(), 1);
 }
 
 TEST_F(Navigation, AMissingTermsFileIsSaidOnTheScreen) {
