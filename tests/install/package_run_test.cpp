@@ -279,7 +279,8 @@ TEST_F(PackageRun, WhatIsNoFileInTheFilesPlaceIsPassedOver) {
     files = {"installer:PHASE:Writing files\nx\n", {}, {}, {}, ending("installer: The install was successful.\n")};
     machine.onSleep = [&, show = machine.onSleep, looks = 0](std::chrono::milliseconds duration) mutable {
         show(duration);
-        if (++looks == 2) {
+        looks += duration == 50ms ? 1 : 0;
+        if (looks == 2) {
             ASSERT_EQ(mkfifo(path.constData(), 0600), 0);
         } else if (looks == 3) {
             ASSERT_EQ(symlink(elsewhere.constData(), path.constData()), 0);
