@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <poll.h>
 #include <sys/stat.h>
 
 namespace kyb {
@@ -63,6 +64,11 @@ std::optional<std::string> readAll(int fd, std::size_t maxBytes) {
         }
         content.append(chunk, 0, static_cast<std::size_t>(count));
     }
+}
+
+bool waitForRoom(int fd, std::chrono::milliseconds timeout) {
+    pollfd written{fd, POLLOUT, 0};
+    return poll(&written, 1, static_cast<int>(timeout.count())) > 0;
 }
 
 bool writeAll(int fd, std::string_view bytes) {

@@ -2,6 +2,7 @@
 
 #include "posix/UniqueFd.h"
 
+#include <chrono>
 #include <fcntl.h>
 #include <limits>
 #include <optional>
@@ -39,6 +40,10 @@ inline constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
 
 /// What \p fd still gives. \return nothing when that is more than \p maxBytes or cannot be read.
 std::optional<std::string> readAll(int fd, std::size_t maxBytes);
+
+/// Waits until a write to \p fd needs not wait, and at longest for \p timeout.
+/// \return whether it does not: there is room, or nobody who could make some.
+bool waitForRoom(int fd, std::chrono::milliseconds timeout);
 
 /// Writes all of \p bytes. Where a reader is gone SIGPIPE comes, unless it is ignored.
 /// \return whether that was done; a part may have been written otherwise.

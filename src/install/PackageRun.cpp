@@ -8,6 +8,7 @@
 #include "platform/clock.h"
 #include "platform/system_log.h"
 #include "platform/system_root.h"
+#include "posix/file_io.h"
 #include "text/localized_text.h"
 #include "text/resources.h"
 
@@ -15,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <unistd.h>
 
 using kyb::systemPath;
 using namespace std::chrono_literals;
@@ -50,10 +52,22 @@ void close(FILE *stream) {
     }
 }
 
-void printProgress(int percent, const QString &phaseText) {
-    std::printf("%d:%s\n", percent, qUtf8Printable(phaseText));
-    std::fflush(stdout);
-}
+/// The progress lines on standard output. Whoever has stopped reading them does not hold up the installation: he misses
+/// lines.
+class ProgressLines {
+public:
+    void print(int percent, const QString &phaseText) {
+        isStuck_ = !kyb::waitForRoom(STDOUT_FILENO, isStuck_ ? 0ms : kReaderTimeout);
+        if (!isStuck_) {
+            std::printf("%d:%s\n", percent, qUtf8Printable(phaseText));
+            std::fflush(stdout);
+        }
+    }
+
+private:
+    static constexpr std::chrono::milliseconds kReaderTimeout = 5s;
+    bool isStuck_ = false;
+};
 
 bool saysInstallationDone(const LineBuffer &line) {
     const std::optional<QString> text = kyb::lineText(line.data());
@@ -65,7 +79,8 @@ class PollingLoop {
 public:
     using Report = std::function<void(const kyb::ProgressMessage &)>;
 
-    PollingLoop(const QString &progressFile, Report report) : progressFile_(progressFile), report_(std::move(report)) {}
+    PollingLoop(const QString &progressFile, ProgressLines &lines, Report report)
+        : progressFile_(progressFile), lines_(lines), report_(std::move(report)) {}
 
     void run() {
         while (!pass()) {
@@ -81,7 +96,7 @@ private:
         percent_ = std::min(phaseText.isEmpty() ? percent_ : percent_ + kPercentStep, kLastPercent);
         const int value = static_cast<int>(percent_);
         if (isSilentInstall) {
-            printProgress(value, phaseText);
+            lines_.print(value, phaseText);
         }
         close(stream);
         report_({static_cast<double>(value), phaseText});
@@ -107,6 +122,7 @@ private:
     }
 
     const QString progressFile_;
+    ProgressLines &lines_;
     const Report report_;
     LineBuffer line_{};
     double percent_ = kFirstPercent;
@@ -118,15 +134,16 @@ bool KYViewController::installPackage() {
     const QString package = kyb::pathBesideBundle(selectedApp->pkgName());
     WriteLog(QStringLiteral("Installing %1").arg(package));
 
+    ProgressLines lines;
     const QString preparing = QStringLiteral("PHASE_PrepareInstall");
     if (isSilentInstall) {
-        printProgress(5, preparing);
+        lines.print(5, preparing);
     } else {
         kyb::onMainThread([this, text = kyb::localizedText(preparing)] { displayProgressInfo({5, text}); });
     }
     xpcConnection(kyb::installCommand(systemPath(QStringLiteral("/usr/sbin/installer")), package), InstallerLog::Yes);
     const QString progressFile = systemPath(QString::fromLatin1(installProgressLog));
-    PollingLoop polling(progressFile, [this](const kyb::ProgressMessage &message) {
+    PollingLoop polling(progressFile, lines, [this](const kyb::ProgressMessage &message) {
         kyb::onMainThread([this, message] { displayProgressInfo(message); });
     });
     kyb::onMainThreadAndWait([this] { updatesTheInstallationProgressbar(); });

@@ -307,6 +307,16 @@ TEST_F(BadInput, TheFirstCallersLimitsDoNotBindTheHelper) {
     EXPECT_EQ(root.installedVersion(), "1.0");
 }
 
+TEST_F(BadInput, WhoeverHasStoppedReadingDoesNotHoldUpTheInstallation) {
+    putInstaller();
+    // Both outputs lead to a pipe that is full before the program begins, and stays so.
+    startedBy = {"/bin/sh", "-c", "yes | head -c 65536; exec \"$@\" 2>&1", "sh"};
+    const auto process = start();
+    waitUntil([&process] { return kyb::test::stateOf(process->id()) == 'Z'; });
+    EXPECT_EQ(process->wait(), 0);
+    EXPECT_EQ(root.installedVersion(), "1.0");
+}
+
 TEST_F(BadInput, TheHelperLiftsTheLimitsThatMayBeLifted) {
     putInstaller();
     root.remove("/usr/sbin/installer");
