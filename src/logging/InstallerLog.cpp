@@ -10,17 +10,19 @@
 
 namespace {
 
+constexpr std::size_t kMaxCaptureBytes = std::size_t{64} << 20; // a longer one is no installation's
 constexpr char kCaptureFile[] = "/var/tmp/kyb/kyb_install.log";
 
 QString captureFile() {
     return kyb::systemPath(QString::fromLatin1(kCaptureFile));
 }
 
-/// The capture file's text; nothing when it cannot be read, is not UTF-8, or is no file but what others put there.
+/// The capture file's text; nothing when it cannot be read, is too long, is not UTF-8, or is no file but what others
+/// put there.
 std::optional<QString> capturedText() {
     const kyb::UniqueFd file =
         kyb::openRegularFile(QFile::encodeName(captureFile()).toStdString(), O_RDONLY | O_NOFOLLOW);
-    const std::optional<std::string> text = kyb::readAll(file.get(), kyb::kNoLimit);
+    const std::optional<std::string> text = kyb::readAll(file.get(), kMaxCaptureBytes);
     return text ? kyb::fromUtf8(QByteArray::fromStdString(*text)) : std::nullopt;
 }
 

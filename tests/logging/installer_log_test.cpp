@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <csignal>
+#include <filesystem>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -113,6 +114,14 @@ TEST_F(InstallerLog, AMissingCaptureReadsAsNull) {
 
 TEST_F(InstallerLog, ACaptureThatIsNotUtf8ReadsAsNull) {
     capture("\xff\xfe");
+    controller->retrieveInstallationLogFromSystemLogs();
+    EXPECT_TRUE(controller->logFileData.endsWith(QStringLiteral("Installer Logs:\n(null)")));
+}
+
+TEST_F(InstallerLog, ACaptureThatIsLongerThanAnyInstallationsReadsAsNull) {
+    capture("a line\n");
+    const QString path = machine.path(QStringLiteral("/var/tmp/kyb/kyb_install.log"));
+    std::filesystem::resize_file(path.toStdString(), std::uintmax_t{1} << 40); // no machine's memory
     controller->retrieveInstallationLogFromSystemLogs();
     EXPECT_TRUE(controller->logFileData.endsWith(QStringLiteral("Installer Logs:\n(null)")));
 }
