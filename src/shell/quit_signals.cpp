@@ -3,6 +3,7 @@
 #include "base/threads.h"
 #include "posix/file_io.h"
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -58,11 +59,15 @@ void ask(const std::function<bool()> &mayEnd, int signal) {
     }
 }
 
-/// Reads the numbers of the signals that arrive, for as long as the process lives.
+/// Reads the numbers of the signals that arrive, for as long as the process lives. Of several at a time the last
+/// counts.
 void forwardSignals(const std::function<bool()> &mayEnd) {
-    unsigned char signal = 0;
-    while (read(signalReader, &signal, 1) == 1 || errno == EINTR) {
-        ask(mayEnd, signal);
+    std::array<unsigned char, 4096> signals{};
+    ssize_t count = 0;
+    while ((count = read(signalReader, signals.data(), signals.size())) > 0 || (count < 0 && errno == EINTR)) {
+        if (count > 0) {
+            ask(mayEnd, signals[static_cast<std::size_t>(count) - 1]);
+        }
     }
 }
 

@@ -90,6 +90,19 @@ TEST_F(Outcome, ARunWhoseFinishedFileIsTakenAwayAgainAndAgainEnds) {
     EXPECT_EQ(goOn(*process).status, 1);
 }
 
+TEST_F(Outcome, QuitSignalsThatWereRefusedDoNotEndTheProgramLater) {
+    putInstaller();
+    root.putProgram("/usr/sbin/installer", installerThat("echo 'installer: The install was successful.'"));
+    const auto process = start();
+    waitUntil([this] { return root.exists("/waiting"); });
+    for (int i = 0; i < 300; ++i) {
+        process->sendSignal(SIGTERM);
+        std::this_thread::sleep_for(1ms);
+    }
+    root.write("/go", "");
+    EXPECT_EQ(finish(*process).status, 0);
+}
+
 TEST_F(Outcome, AnInstallerThatSaysTheLastLineAndFailsHasFailed) {
     putInstaller();
     root.putProgram("/usr/sbin/installer", "#!/bin/sh\necho Installation_Done\nsleep 0.3\nexit 1\n");
