@@ -1,6 +1,7 @@
 #include "controller/KYViewController.h"
 
 #include "controller/UserInterface.h"
+#include "platform/system_log.h"
 
 namespace {
 
@@ -92,7 +93,11 @@ constexpr ActionRow kActions[] = {
 
 void KYViewController::connectOutlets(kyb::UserInterface &userInterface) {
     for (const OutletRow &row : kOutlets) {
-        row.connect(*this, userInterface.control(QString::fromLatin1(row.name)));
+        kyb::Control *found = userInterface.control(QString::fromLatin1(row.name));
+        if (found == nullptr) {
+            kyb::systemLog(QStringLiteral("The screens lack \"%1\".").arg(QLatin1String(row.name)));
+        }
+        row.connect(*this, found);
     }
     for (const ActionRow &row : kActions) {
         row.control(*this).onAction(

@@ -68,6 +68,7 @@ TEST_F(Construction, AMissingOutletIsSkipped) {
     controller->initializeNIB();
     EXPECT_EQ(screens.journal.size(), 27);
     EXPECT_EQ(screen("titleWindow").currentText, QStringLiteral("titleWindow"));
+    EXPECT_EQ(machine.systemLog(), QStringList{QStringLiteral("The screens lack \"cancelButton\".")});
 }
 
 TEST_F(Construction, ABrokenLineOfTheTableIsReportedWithItsNumber) {
