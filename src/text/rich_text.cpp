@@ -2,6 +2,7 @@
 
 #include "platform/code_pages.h"
 #include "text/rich_text_fonts.h"
+#include "text/rich_text_layout.h"
 
 #include <QHash>
 #include <algorithm>
@@ -21,7 +22,8 @@ constexpr qsizetype kMaxPendingBytes = 4 * kMaxRichTextUnits; ///< no character 
 constexpr int kMaxTableRows = 4096;                           ///< fonts, and colours
 constexpr qsizetype kMaxFontNameUnits = 64;
 constexpr int kMaxHalfPoints = 2 * 400;
-constexpr int kMaxTwips = 20 * 72 * 22; ///< 22 inches, as in word processors
+constexpr int kMaxTwips = 20 * 72 * 22;     ///< 22 inches, as in word processors
+constexpr int kMaxSpaceTwips = 20 * 72 * 2; ///< above and below a paragraph
 constexpr double kTwipsPerPoint = 20.0;
 
 constexpr int kWesternWindows = 1252;
@@ -293,13 +295,17 @@ private:
         if (!isTextUnit(unit)) {
             return;
         }
-        if (units_ == kMaxRichTextUnits || pieces_ >= kMaxRichTextPieces) {
+        if (isAtALimit()) {
             cut();
         } else if (unit == QChar::ParagraphSeparator) {
             endParagraph();
         } else {
             addToParagraph(unit);
         }
+    }
+
+    bool isAtALimit() const {
+        return units_ == kMaxRichTextUnits || pieces_ >= kMaxRichTextPieces || height_ >= kMaxRichTextHeightPoints;
     }
 
     void addToParagraph(char16_t unit) {
@@ -382,6 +388,7 @@ private:
         paragraph_.rightIndentPoints = format.rightTwips / kTwipsPerPoint;
         paragraph_.spaceBeforePoints = isContinuation_ ? 0 : format.beforeTwips / kTwipsPerPoint;
         paragraph_.spaceAfterPoints = format.afterTwips / kTwipsPerPoint;
+        height_ += shownHeight(paragraph_);
         document_.paragraphs.append(paragraph_);
         paragraph_ = {};
         paragraphUnits_ = 0;
@@ -455,8 +462,8 @@ private:
     void resetCharacters(int) { state().character = plain_; }
 
     void setAlignment(int value) { state().paragraph.alignment = static_cast<RichTextAlignment>(value); }
-    template <int ParagraphFormat::*Length, int Least> void setLength(int twips) {
-        state().paragraph.*Length = std::clamp(twips, Least, kMaxTwips);
+    template <int ParagraphFormat::*Length, int Least, int Most = kMaxTwips> void setLength(int twips) {
+        state().paragraph.*Length = std::clamp(twips, Least, Most);
     }
     void resetParagraph(int) { state().paragraph = {}; }
 
@@ -518,6 +525,7 @@ private:
     qsizetype paragraphUnits_ = 0;
     qsizetype units_ = 0;
     qsizetype pieces_ = 0;
+    double height_ = 0.0;
 };
 
 enum class Number {
@@ -599,8 +607,8 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"ri",           &Reader::setLength<&ParagraphFormat::rightTwips, -kMaxTwips>, 0, Number::Given},
     {"row",          &Reader::insert, 0x2029},
     {"rquote",       &Reader::insert, 0x2019},
-    {"sa",           &Reader::setLength<&ParagraphFormat::afterTwips, 0>, 0, Number::Given},
-    {"sb",           &Reader::setLength<&ParagraphFormat::beforeTwips, 0>, 0, Number::Given},
+    {"sa",           &Reader::setLength<&ParagraphFormat::afterTwips, 0, kMaxSpaceTwips>, 0, Number::Given},
+    {"sb",           &Reader::setLength<&ParagraphFormat::beforeTwips, 0, kMaxSpaceTwips>, 0, Number::Given},
     {"sect",         &Reader::breakPage},
     {"strike",       &Reader::setFlag<&CharacterFormat::strikeOut>, 1, Number::Given},
     {"striked",      &Reader::setFlag<&CharacterFormat::strikeOut>, 1, Number::Given},

@@ -29,7 +29,7 @@ struct RichTextParagraph {
     double firstLineIndentPoints = 0.0; ///< added to the left indent; negative in hanging paragraphs
     double rightIndentPoints = 0.0;
     double spaceBeforePoints = 0.0;
-    double spaceAfterPoints = 0.0;
+    double spaceAfterPoints = 0.0; ///< as the one before, 2 inches at most
 };
 
 struct RichTextDocument {
@@ -40,11 +40,15 @@ struct RichTextDocument {
 /// In bytes. Word processors write pictures as text, so that terms of some pages may take a few million.
 constexpr qsizetype kMaxRichTextBytes = 16 * 1024 * 1024;
 
-/// Of a document's text, in UTF-16 units: 300 pages, which a text view still lays out within a second or two.
+/// Of a document's text, in UTF-16 units: 300 pages.
 constexpr qsizetype kMaxRichTextUnits = 1024 * 1024;
 
 /// Runs and paragraphs of a document. Each costs a text view as much as a line of text.
 constexpr qsizetype kMaxRichTextPieces = 100'000;
+
+/// Of a document's height in the narrowest view (`shownHeight`); one paragraph more may begin. A text view that comes
+/// to 8,388,607 pixels breaks pages without end, and the estimate is a rough one. 111,000 lines at most.
+constexpr double kMaxRichTextHeightPoints = 2'000'000.0;
 
 /// Of a paragraph's text, in UTF-16 units. A text view measures a word that fits in no line anew for each of its lines,
 /// to the word's end; so what a paragraph costs may grow with its square.

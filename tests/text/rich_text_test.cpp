@@ -1,5 +1,7 @@
 #include "text/rich_text.h"
 
+#include "text/rich_text_layout.h"
+
 #include <cstring>
 #include <gtest/gtest.h>
 #include <ostream>
@@ -537,6 +539,41 @@ TEST(RichText, KeepsWithinItsLimitsAndSaysSo) {
         EXPECT_LE(withoutLineEnds(plainText(document)).size(), kMaxRichTextUnits + mark.size());
         EXPECT_EQ(document.paragraphs.last().runs.first().text, mark);
     }
+}
+
+double heightOf(const RichTextDocument &document) {
+    double height = 0;
+    for (const RichTextParagraph &paragraph : document.paragraphs) {
+        height += shownHeight(paragraph);
+    }
+    return height;
+}
+
+TEST(RichText, IsCutWhereItGrowsTooTall) {
+    constexpr double kHighestParagraph = kMaxParagraphUnits * 96 * 1.5 * 2;
+    const QByteArray bodies[] = {
+        "\\sb31680\\sa31680 " + QByteArray("a\\par ").repeated(20'000),
+        "\\fs48 " + QByteArray("a\\line ").repeated(480'000),
+        "\\li31680\\ri31680 " + QByteArray(kMaxRichTextUnits, 'a'),
+        "\\fi31680 " + QByteArray("aaaaaaaaaaaaaaaaaaaaaaaa\\par ").repeated(45'000),
+        "\\fs800 " + QByteArray(kMaxRichTextUnits, 'W'),
+        QByteArray("\\fs192 a\\fs2\\tab\\tab\\tab\\tab").repeated(40'000),
+        QByteArray("\\u65018?").repeated(kMaxRichTextUnits), // ligatures of 18 letters and more
+        QByteArray("\\u65021?").repeated(kMaxRichTextUnits),
+    };
+    for (const QByteArray &body : bodies) {
+        const RichTextDocument document = parsed(body);
+        EXPECT_TRUE(document.isCut) << body.first(40).toStdString();
+        EXPECT_EQ(document.paragraphs.last().runs.first().text, u"[\u2026]"_qs) << body.first(40).toStdString();
+        EXPECT_GE(heightOf(document), kMaxRichTextHeightPoints) << body.first(40).toStdString();
+        EXPECT_LE(heightOf(document), kMaxRichTextHeightPoints + kHighestParagraph) << body.first(40).toStdString();
+    }
+}
+
+TEST(RichText, KeepsSpacesWithinTwoInches) {
+    const RichTextParagraph paragraph = parsed("\\sb31680\\sa2881 a").paragraphs.first();
+    EXPECT_EQ(paragraph.spaceBeforePoints, 144.0);
+    EXPECT_EQ(paragraph.spaceAfterPoints, 144.0);
 }
 
 TEST(RichText, IsNotCutAtItsLimits) {
