@@ -9,7 +9,9 @@
 #include <charconv>
 #include <limits>
 #include <optional>
+#include <set>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -119,6 +121,7 @@ public:
 
 private:
     struct ControlWord;
+    using Face = std::tuple<QStringList, double, bool, bool>; ///< families, size, bold, italic
     using Handler = void (Reader::*)(int);
     static const ControlWord kControlWords[];
     static const ControlWord *controlWord(std::string_view name);
@@ -349,8 +352,19 @@ private:
                         runFormat_.strikeOut,
                         colors_.value(runFormat_.color)};
         run_.clear();
+        limitFaces(run);
         paragraph_.runs.append(run);
         ++pieces_;
+    }
+
+    void limitFaces(RichTextRun &run) {
+        const Face face(run.fontFamilies, run.sizePoints, run.bold, run.italic);
+        if (std::ssize(faces_) < kMaxRichTextFaces) {
+            faces_.insert(face);
+        } else if (!faces_.contains(face)) {
+            run.fontFamilies.clear();
+            run.sizePoints = RichTextRun().sizePoints;
+        }
     }
 
     RichTextFace faceOf(int number) {
@@ -516,6 +530,7 @@ private:
     int tableFont_ = 0;
     QVector<std::optional<quint32>> colors_;
     std::optional<quint32> tableColor_;
+    std::set<Face> faces_;
 
     RichTextDocument document_;
     RichTextParagraph paragraph_; ///< the runs that have ended

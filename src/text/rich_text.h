@@ -50,6 +50,10 @@ constexpr qsizetype kMaxRichTextPieces = 100'000;
 /// to 8,388,607 pixels breaks pages without end, and the estimate is a rough one. 111,000 lines at most.
 constexpr double kMaxRichTextHeightPoints = 2'000'000.0;
 
+/// Fonts of a document, each in each size, weight and slant. A text view searches the machine's fonts for each. Beyond
+/// them, a font that is not among them counts as none, at 12 points.
+constexpr qsizetype kMaxRichTextFaces = 128;
+
 /// Of a paragraph's text, in UTF-16 units. A text view measures a word that fits in no line anew for each of its lines,
 /// to the word's end; so what a paragraph costs may grow with its square.
 constexpr qsizetype kMaxParagraphUnits = 8192;

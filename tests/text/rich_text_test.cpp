@@ -5,6 +5,8 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <ostream>
+#include <set>
+#include <tuple>
 #include <vector>
 
 namespace kyb {
@@ -584,6 +586,55 @@ TEST(RichText, IsNotCutAtItsLimits) {
     EXPECT_FALSE(parsed("a}" + QByteArray(kMaxRichTextBytes, '\n')).isCut); // nothing but what lies behind it
     EXPECT_EQ(textOf("{\\fonttbl\\f0 " + QByteArray(5 << 20, 'a') + ";}\\f0 b"), u"b"_qs);
     EXPECT_EQ(textOf("{\\pict " + QByteArray(9 << 20, 'a') + "}b"), u"b"_qs);
+}
+
+/// A table of as many fonts.
+QByteArray fontTable(int count) {
+    QByteArray fonts;
+    for (int i = 0; i < count; ++i) {
+        fonts += "\\f" + QByteArray::number(i) + " Font " + QByteArray::number(i) + ";";
+    }
+    return "{\\fonttbl" + fonts + "}";
+}
+
+using Face = std::tuple<QStringList, double, bool, bool>;
+
+std::set<Face> facesOf(const RichTextDocument &document) {
+    std::set<Face> faces;
+    for (const RichTextParagraph &paragraph : document.paragraphs) {
+        for (const RichTextRun &run : paragraph.runs) {
+            faces.emplace(run.fontFamilies, run.sizePoints, run.bold, run.italic);
+        }
+    }
+    return faces;
+}
+
+TEST(RichText, KeepsItsFacesWithinTheirLimit) {
+    constexpr qsizetype kPlainFaces = 4; // bold or not, italic or not
+    for (const char *word : {"\\f", "\\fs", "\\b\\f", "\\i\\fs"}) {
+        QByteArray body;
+        for (int i = 0; i < 2000; ++i) {
+            body += word + QByteArray::number(i + 1) + "a";
+        }
+        const RichTextDocument document = parsed(fontTable(2002) + body + "\\plain b");
+        EXPECT_GE(std::ssize(facesOf(document)), kMaxRichTextFaces) << word;
+        EXPECT_LE(std::ssize(facesOf(document)), kMaxRichTextFaces + kPlainFaces) << word;
+        EXPECT_FALSE(document.isCut) << word;
+    }
+}
+
+TEST(RichText, KeepsTheFacesThatCameFirst) {
+    QByteArray body;
+    for (int i = 0; i < 300; ++i) {
+        body += "\\f" + QByteArray::number(i) + "\\fs30 a";
+    }
+    const auto runs = runsOf(fontTable(300) + body + "\\f7 b\\f299 c");
+    ASSERT_GT(runs.size(), 300);
+    EXPECT_EQ(runs[7].fontFamilies, QStringList(u"Font 7"_qs));
+    EXPECT_EQ(runs[7].sizePoints, 15.0);
+    EXPECT_EQ(runs[200].fontFamilies, QStringList());
+    EXPECT_EQ(runs[200].sizePoints, 12.0);
+    EXPECT_EQ(runs[300].fontFamilies, QStringList(u"Font 7"_qs));
 }
 
 TEST(RichText, KeepsItsTablesWithinTheirLimits) {
