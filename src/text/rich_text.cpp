@@ -30,6 +30,7 @@ constexpr double kTwipsPerPoint = 20.0;
 
 constexpr int kWesternWindows = 1252;
 constexpr int kMacRoman = 10000;
+constexpr int kWritersOwn = 0; ///< the code page of the machine that wrote the document, which it does not tell
 
 struct Font {
     QString name;
@@ -439,8 +440,7 @@ private:
     void skipGroup(int) { setDestination(Destination::Nowhere); }
     void nothing(int) {}
 
-    void setMacRoman(int) { codePage_ = kMacRoman; }
-    void setCodePage(int number) { codePage_ = number; }
+    void setCodePage(int number) { codePage_ = number == kWritersOwn ? kWesternWindows : number; }
     void setDefaultFont(int number) { plain_.font = state().character.font = number; }
 
     void setFont(int number) {
@@ -461,7 +461,7 @@ private:
 
     void setFontCodePage(int number) {
         if (state().destination == Destination::FontTable && fonts_.size() <= kMaxTableRows) {
-            fonts_[tableFont_].codePage = number;
+            fonts_[tableFont_].codePage = number == kWritersOwn ? std::nullopt : std::optional(number);
         }
     }
 
@@ -566,6 +566,7 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"cell",         &Reader::insert, u'\t'},
     {"cf",           &Reader::setColor, 0, Number::Given},
     {"colortbl",     &Reader::beginColorTable},
+    {"column",       &Reader::breakPage},
     {"cpg",          &Reader::setFontCodePage, kUnknownCodePage, Number::Given},
     {"deff",         &Reader::setDefaultFont, 0, Number::Given},
     {"deleted",      &Reader::setFlag<&CharacterFormat::deleted>, 1, Number::Given},
@@ -591,11 +592,13 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"headerr",      &Reader::skipGroup},
     {"i",            &Reader::setFlag<&CharacterFormat::italic>, 1, Number::Given},
     {"info",         &Reader::skipGroup},
+    {"lbr",          &Reader::insert, 0x2028},
     {"ldblquote",    &Reader::insert, 0x201C},
     {"li",           &Reader::setLength<&ParagraphFormat::leftTwips, -kMaxTwips>, 0, Number::Given},
     {"line",         &Reader::insert, 0x2028},
     {"listtext",     &Reader::nothing},
     {"lquote",       &Reader::insert, 0x2018},
+    {"ltrmark",      &Reader::insert, 0x200E},
     {"mac",          &Reader::setCodePage, kMacRoman},
     {"mvf",          &Reader::setFlag<&CharacterFormat::deleted>, 1, Number::Given},
     {"nestcell",     &Reader::insert, u'\t'},
@@ -622,9 +625,15 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"ri",           &Reader::setLength<&ParagraphFormat::rightTwips, -kMaxTwips>, 0, Number::Given},
     {"row",          &Reader::insert, 0x2029},
     {"rquote",       &Reader::insert, 0x2019},
+    {"rtlmark",      &Reader::insert, 0x200F},
     {"sa",           &Reader::setLength<&ParagraphFormat::afterTwips, 0, kMaxSpaceTwips>, 0, Number::Given},
     {"sb",           &Reader::setLength<&ParagraphFormat::beforeTwips, 0, kMaxSpaceTwips>, 0, Number::Given},
     {"sect",         &Reader::breakPage},
+    {"shpgrp",       &Reader::nothing},
+    {"shpinst",      &Reader::nothing},
+    {"shprslt",      &Reader::skipGroup},
+    {"shptxt",       &Reader::breakPage},
+    {"sp",           &Reader::skipGroup},
     {"strike",       &Reader::setFlag<&CharacterFormat::strikeOut>, 1, Number::Given},
     {"striked",      &Reader::setFlag<&CharacterFormat::strikeOut>, 1, Number::Given},
     {"stylesheet",   &Reader::skipGroup},
@@ -653,6 +662,8 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"ulwave",       &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"v",            &Reader::setFlag<&CharacterFormat::hidden>, 1, Number::Given},
     {"xe",           &Reader::skipGroup},
+    {"zwj",          &Reader::insert, 0x200D},
+    {"zwnj",         &Reader::insert, 0x200C},
 };
 // clang-format on
 
@@ -683,6 +694,11 @@ void Reader::obey(std::string_view name, std::optional<int> number) {
     }
 }
 
+qsizetype blanksBefore(QByteArrayView text) {
+    const auto isBlank = [](char byte) { return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n'; };
+    return std::find_if_not(text.begin(), text.end(), isBlank) - text.begin();
+}
+
 } // namespace
 
 RichTextDocument parseRichText(const QByteArray &bytes) {
@@ -692,6 +708,7 @@ RichTextDocument parseRichText(const QByteArray &bytes) {
     if (document.startsWith(kByteOrderMark)) {
         document = document.sliced(kByteOrderMark.size());
     }
+    document = document.sliced(blanksBefore(document));
     return document.startsWith("{\\rtf") ? Reader(document, extent).read() : RichTextDocument();
 }
 

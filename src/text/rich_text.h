@@ -64,15 +64,16 @@ constexpr qsizetype kMaxParagraphRuns = 512;
 /// Reads an RTF document, as word processors write it, into paragraphs of formatted text.
 ///
 /// Kept are fonts, sizes, bold, italic, underline, strike-out, text colours, alignment, indents and spacing, list marks
-/// (as text), tables (a line for each row, a tab after each cell) and the texts of links, which lead nowhere. Left out
-/// are pictures, objects, notes, headers, footers, entries of an index, hidden text and what a reviewer took out, which
-/// word processors keep in the file. Bytes are read in the code page of the document or of the font, whichever it is
+/// (as text), tables (a line for each row, a tab after each cell), the texts of links, which lead nowhere, and those of
+/// text boxes, as paragraphs where the boxes are anchored. Left out are pictures, objects, notes, headers, footers,
+/// entries of an index, hidden text and what a reviewer took out, which word processors keep in the file. Bytes are
+/// read in the code page of the document or of the font, whichever it is
 /// (`fromCodePage`); those that spell nothing there read as U+FFFD.
 ///
 /// Never fails. Of a broken or truncated document it gives what can be read; bytes that do not begin with "{\rtf",
-/// behind a byte-order mark if there is one, give an empty document. Whatever the bytes, it takes time in proportion to
-/// them, and memory within constant limits. A paragraph that is too long goes on in another, without loss; what lies
-/// beyond the other limits is not read, and the document says so. Pure.
+/// behind a byte-order mark, blanks and line ends if there are any, give an empty document. Whatever the bytes, it
+/// takes time in proportion to them, and memory within constant limits. A paragraph that is too long goes on in
+/// another, without loss; what lies beyond the other limits is not read, and the document says so. Pure.
 RichTextDocument parseRichText(const QByteArray &bytes);
 
 /// The document's text: paragraphs and lines are separated by line feeds. Pure.

@@ -58,6 +58,13 @@ TEST(RichText, PassesOverAByteOrderMark) {
     EXPECT_TRUE(parseRichText("\xEF\xBB\xBFTerms").paragraphs.isEmpty());
 }
 
+TEST(RichText, PassesOverBlanksBeforeTheDocument) {
+    EXPECT_EQ(plainText(parseRichText(" \r\n\t{\\rtf1 Terms}")), u"Terms"_qs);
+    EXPECT_EQ(plainText(parseRichText("\xEF\xBB\xBF\r\n{\\rtf1 Terms}")), u"Terms"_qs);
+    EXPECT_TRUE(parseRichText(" \n").paragraphs.isEmpty());
+    EXPECT_TRUE(parseRichText("\n Terms").paragraphs.isEmpty());
+}
+
 TEST(RichText, EndsParagraphsAtParAndAtABackslashBeforeALineEnd) {
     EXPECT_EQ(textOf("one\\par two\\\nthree\\\r\nfour"), u"one\ntwo\nthree\nfour"_qs);
     EXPECT_EQ(parsed("one\\par\\par two\\par").paragraphs.size(), 3);
@@ -76,6 +83,19 @@ TEST(RichText, BreaksLinesWithinAParagraph) {
 
 TEST(RichText, BreaksPagesAsParagraphs) {
     EXPECT_EQ(textOf("one\\page two\\par\\page three\\sect four"), u"one\ntwo\nthree\nfour"_qs);
+}
+
+TEST(RichText, BreaksColumnsAsPagesAndAroundPicturesAsLines) {
+    EXPECT_EQ(textOf("one\\column two\\par\\column three"), u"one\ntwo\nthree"_qs);
+    EXPECT_EQ(parsed("one\\lbr0 two\\lbr3 three").paragraphs.first().runs.first().text, u"one\u2028two\u2028three"_qs);
+}
+
+TEST(RichText, ShowsTextBoxesOnceAndAsParagraphs) {
+    const QByteArray box = "{\\shp{\\*\\shpinst\\shpleft1{\\sp{\\sn n}{\\sv 1}}{\\shptxt \\pard\\qc In a box\\par}}"
+                           "{\\shprslt{\\*\\do\\dptxbx{\\dptxbxtext \\pard In a box\\par}}}}";
+    EXPECT_EQ(textOf("before" + box + "after"), u"before\nIn a box\nafter"_qs);
+    EXPECT_EQ(textOf("{\\shpgrp{\\*\\shpinst" + box + "}}after"), u"In a box\nafter"_qs);
+    EXPECT_EQ(parsed(box + "after").paragraphs.last().alignment, RichTextAlignment::Left);
 }
 
 TEST(RichText, KeepsBoldAcrossGroups) {
@@ -212,6 +232,10 @@ TEST(RichText, ReadsSpecialCharacters) {
               u"—–‘’“”•\t\u00A0\u2011\u00AD\\{}\t"_qs);
 }
 
+TEST(RichText, ReadsMarksThatTakeNoRoom) {
+    EXPECT_EQ(textOf("a\\zwj b\\zwnj c\\ltrmark d\\rtlmark e"), u"a\u200Db\u200Cc\u200Ed\u200Fe"_qs);
+}
+
 TEST(RichText, TakesOneBlankWithAControlWord) {
     EXPECT_EQ(textOf("a\\b  b\\b0c"), u"a bc"_qs);
 }
@@ -223,6 +247,11 @@ TEST(RichText, ReadsBytesInTheDocumentsCodePage) {
     EXPECT_EQ(plainText(parseRichText("{\\rtf1\\ansi\\ansicpg1250 \\'b9}")), u"ą"_qs);
     EXPECT_EQ(plainText(parseRichText("{\\rtf1\\pc \\'81}{\\rtf1 }")), u"ü"_qs);
     EXPECT_EQ(plainText(parseRichText("{\\rtf1\\pca \\'b5}")), u"Á"_qs);
+}
+
+TEST(RichText, TakesTheWritersOwnCodePageForTheUsualOne) {
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\ansi\\ansicpg0 caf\\'e9}")), u"café"_qs);
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\ansi\\ansicpg1251{\\fonttbl\\f0\\cpg0 A;}\\f0\\'c4\\'e0}")), u"Да"_qs);
 }
 
 TEST(RichText, ReadsBytesInTheFontsCodePage) {
