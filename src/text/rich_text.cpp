@@ -241,7 +241,7 @@ private:
     /// Bytes wait for those that follow them: a character may have several, and one of them may be a letter in the
     /// file.
     void addByte(char byte) {
-        if (!isFallback() && state().destination != Destination::Nowhere) {
+        if (!isFallback() && !isLeftOut()) {
             pendingBytes_.append(byte);
         }
         if (pendingBytes_.size() == kMaxPendingBytes) {
@@ -276,7 +276,16 @@ private:
         return true;
     }
 
+    bool isLeftOut() {
+        const CharacterFormat &format = state().character;
+        return state().destination == Destination::Nowhere ||
+               (state().destination == Destination::Body && (format.hidden || format.deleted));
+    }
+
     void addToDestination(char16_t unit) {
+        if (isLeftOut()) {
+            return; // an end of a paragraph as well: what stands around it belongs together
+        }
         switch (state().destination) {
         case Destination::Body:
             addToBody(unit);
@@ -293,9 +302,6 @@ private:
     }
 
     void addToBody(char16_t unit) {
-        if (state().character.hidden || state().character.deleted) {
-            return; // an end of a paragraph as well: what stands around it belongs together
-        }
         if (!isTextUnit(unit)) {
             return;
         }

@@ -2,8 +2,11 @@
 
 #include "text/rich_text_layout.h"
 
+#include <algorithm>
 #include <cstring>
+#include <ctime>
 #include <gtest/gtest.h>
+#include <limits>
 #include <ostream>
 #include <set>
 #include <tuple>
@@ -615,6 +618,24 @@ TEST(RichText, IsNotCutAtItsLimits) {
     EXPECT_FALSE(parsed("a}" + QByteArray(kMaxRichTextBytes, '\n')).isCut); // nothing but what lies behind it
     EXPECT_EQ(textOf("{\\fonttbl\\f0 " + QByteArray(5 << 20, 'a') + ";}\\f0 b"), u"b"_qs);
     EXPECT_EQ(textOf("{\\pict " + QByteArray(9 << 20, 'a') + "}b"), u"b"_qs);
+}
+
+/// The least processor time of some that reading \p body takes.
+std::clock_t costOf(const QByteArray &body) {
+    std::clock_t least = std::numeric_limits<std::clock_t>::max();
+    for (int i = 0; i < 5; ++i) {
+        const std::clock_t begin = std::clock();
+        parsed(body);
+        least = std::min(least, std::clock() - begin);
+    }
+    return least;
+}
+
+TEST(RichText, HiddenBytesCostNoMoreThanPassedOverOnes) {
+    const QByteArray bytes = QByteArray("\\'e4\\b").repeated(50'000);
+    const std::clock_t leftOut = costOf("{\\pict" + bytes + "}");
+    EXPECT_LE(costOf("{\\v" + bytes + "}"), 4 * leftOut);
+    EXPECT_LE(costOf("{\\deleted" + bytes + "}"), 4 * leftOut);
 }
 
 /// A table of as many fonts.
