@@ -1,5 +1,5 @@
 // The terms view on documents that were made to be slow: reading and showing one that is twice as long should take
-// twice as long. Runs without a display.
+// twice as long. Then on documents that come to the limits. Runs without a display.
 
 #include "Sample.h"
 
@@ -15,6 +15,7 @@
 namespace {
 
 constexpr qsizetype kBytes = 200'000;
+constexpr qsizetype kBytesBeyondLimits = 4'000'000;
 constexpr int kRuns = 5;
 
 struct Kind {
@@ -49,6 +50,21 @@ void compare(const Kind &kind) {
                 qPrintable(twice.text("ms")), qPrintable(ratio.text("")));
 }
 
+void measureAtTheLimits(const Kind &kind) {
+    std::printf("%-22s %.0f ms\n", kind.name, showMilliseconds(kind, kBytesBeyondLimits));
+}
+
+/// A table of a thousand fonts, and a letter in each.
+QByteArray manyFonts() {
+    QByteArray table;
+    QByteArray letters;
+    for (int i = 0; i < 1000; ++i) {
+        table += "{\\f" + QByteArray::number(i) + " Font " + QByteArray::number(i) + ";}";
+        letters += "\\f" + QByteArray::number(i) + "\\fs" + QByteArray::number(8 + i % 180) + " a";
+    }
+    return "{\\fonttbl" + table + "}" + letters;
+}
+
 } // namespace
 
 int main(int argc, char *argv[]) {
@@ -70,6 +86,16 @@ int main(int argc, char *argv[]) {
     };
     for (const Kind &kind : kKinds) {
         compare(kind);
+    }
+    const Kind kKindsAtTheLimits[] = {
+        {"tall", "\\sb31680\\sa31680 a\\par "},
+        {"lines at the limits", "a\\line "},
+        {"narrow", "\\li31680\\ri31680 aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa"},
+        {"large font", "\\fs800 WWWWWWWWWWWWWWWWWWWW"},
+        {"many fonts", manyFonts()},
+    };
+    for (const Kind &kind : kKindsAtTheLimits) {
+        measureAtTheLimits(kind);
     }
     return 0;
 }

@@ -1,6 +1,7 @@
 // Terms of any bytes: whatever they are, what is read of them keeps within its limits, and the view shows all of it.
 
 #include "text/rich_text.h"
+#include "text/rich_text_layout.h"
 #include "ui/wizard/RichTextView.h"
 
 #include <QApplication>
@@ -9,6 +10,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <set>
+#include <tuple>
 
 namespace {
 
@@ -33,6 +36,21 @@ void requireSound(const kyb::RichTextParagraph &paragraph) {
         units += run.text.size();
     }
     require(units <= kyb::kMaxParagraphUnits);
+}
+
+void requireSound(const kyb::RichTextDocument &document) {
+    constexpr double kHighestParagraph = kyb::kMaxParagraphUnits * 96 * 1.5 * 2;
+    double height = 0;
+    std::set<std::tuple<QStringList, double, bool, bool>> faces;
+    for (const kyb::RichTextParagraph &paragraph : document.paragraphs) {
+        requireSound(paragraph);
+        height += kyb::shownHeight(paragraph);
+        for (const kyb::RichTextRun &run : paragraph.runs) {
+            faces.emplace(run.fontFamilies, run.sizePoints, run.bold, run.italic);
+        }
+    }
+    require(height <= kyb::kMaxRichTextHeightPoints + kHighestParagraph);
+    require(std::ssize(faces) <= kyb::kMaxRichTextFaces + 4); // and plain ones: bold or not, italic or not
 }
 
 /// On a screen that nobody sees.
@@ -61,9 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QByteArray bytes(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
     for (const QByteArray &document : {bytes, "{\\rtf1 " + bytes}) {
         const kyb::RichTextDocument read = kyb::parseRichText(document);
-        for (const kyb::RichTextParagraph &paragraph : read.paragraphs) {
-            requireSound(paragraph);
-        }
+        requireSound(read);
         require(kyb::plainText(read).size() <= document.size() + read.paragraphs.size());
         requireShown(read);
     }

@@ -2,13 +2,16 @@
 
 #include "platform/code_pages.h"
 #include "text/rich_text_fonts.h"
+#include "text/rich_text_layout.h"
 
 #include <QHash>
 #include <algorithm>
 #include <charconv>
 #include <limits>
 #include <optional>
+#include <set>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -21,11 +24,13 @@ constexpr qsizetype kMaxPendingBytes = 4 * kMaxRichTextUnits; ///< no character 
 constexpr int kMaxTableRows = 4096;                           ///< fonts, and colours
 constexpr qsizetype kMaxFontNameUnits = 64;
 constexpr int kMaxHalfPoints = 2 * 400;
-constexpr int kMaxTwips = 20 * 72 * 22; ///< 22 inches, as in word processors
+constexpr int kMaxTwips = 20 * 72 * 22;     ///< 22 inches, as in word processors
+constexpr int kMaxSpaceTwips = 20 * 72 * 2; ///< above and below a paragraph
 constexpr double kTwipsPerPoint = 20.0;
 
 constexpr int kWesternWindows = 1252;
 constexpr int kMacRoman = 10000;
+constexpr int kWritersOwn = 0; ///< the code page of the machine that wrote the document, which it does not tell
 
 struct Font {
     QString name;
@@ -117,6 +122,7 @@ public:
 
 private:
     struct ControlWord;
+    using Face = std::tuple<QStringList, double, bool, bool>; ///< families, size, bold, italic
     using Handler = void (Reader::*)(int);
     static const ControlWord kControlWords[];
     static const ControlWord *controlWord(std::string_view name);
@@ -235,7 +241,7 @@ private:
     /// Bytes wait for those that follow them: a character may have several, and one of them may be a letter in the
     /// file.
     void addByte(char byte) {
-        if (!isFallback() && state().destination != Destination::Nowhere) {
+        if (!isFallback() && !isLeftOut()) {
             pendingBytes_.append(byte);
         }
         if (pendingBytes_.size() == kMaxPendingBytes) {
@@ -270,7 +276,16 @@ private:
         return true;
     }
 
+    bool isLeftOut() {
+        const CharacterFormat &format = state().character;
+        return state().destination == Destination::Nowhere ||
+               (state().destination == Destination::Body && (format.hidden || format.deleted));
+    }
+
     void addToDestination(char16_t unit) {
+        if (isLeftOut()) {
+            return; // an end of a paragraph as well: what stands around it belongs together
+        }
         switch (state().destination) {
         case Destination::Body:
             addToBody(unit);
@@ -287,19 +302,20 @@ private:
     }
 
     void addToBody(char16_t unit) {
-        if (state().character.hidden || state().character.deleted) {
-            return; // an end of a paragraph as well: what stands around it belongs together
-        }
         if (!isTextUnit(unit)) {
             return;
         }
-        if (units_ == kMaxRichTextUnits || pieces_ >= kMaxRichTextPieces) {
+        if (isAtALimit()) {
             cut();
         } else if (unit == QChar::ParagraphSeparator) {
             endParagraph();
         } else {
             addToParagraph(unit);
         }
+    }
+
+    bool isAtALimit() const {
+        return units_ == kMaxRichTextUnits || pieces_ >= kMaxRichTextPieces || height_ >= kMaxRichTextHeightPoints;
     }
 
     void addToParagraph(char16_t unit) {
@@ -343,8 +359,19 @@ private:
                         runFormat_.strikeOut,
                         colors_.value(runFormat_.color)};
         run_.clear();
+        limitFaces(run);
         paragraph_.runs.append(run);
         ++pieces_;
+    }
+
+    void limitFaces(RichTextRun &run) {
+        const Face face(run.fontFamilies, run.sizePoints, run.bold, run.italic);
+        if (std::ssize(faces_) < kMaxRichTextFaces) {
+            faces_.insert(face);
+        } else if (!faces_.contains(face)) {
+            run.fontFamilies.clear();
+            run.sizePoints = RichTextRun().sizePoints;
+        }
     }
 
     RichTextFace faceOf(int number) {
@@ -382,6 +409,7 @@ private:
         paragraph_.rightIndentPoints = format.rightTwips / kTwipsPerPoint;
         paragraph_.spaceBeforePoints = isContinuation_ ? 0 : format.beforeTwips / kTwipsPerPoint;
         paragraph_.spaceAfterPoints = format.afterTwips / kTwipsPerPoint;
+        height_ += shownHeight(paragraph_);
         document_.paragraphs.append(paragraph_);
         paragraph_ = {};
         paragraphUnits_ = 0;
@@ -418,8 +446,7 @@ private:
     void skipGroup(int) { setDestination(Destination::Nowhere); }
     void nothing(int) {}
 
-    void setMacRoman(int) { codePage_ = kMacRoman; }
-    void setCodePage(int number) { codePage_ = number; }
+    void setCodePage(int number) { codePage_ = number == kWritersOwn ? kWesternWindows : number; }
     void setDefaultFont(int number) { plain_.font = state().character.font = number; }
 
     void setFont(int number) {
@@ -440,7 +467,7 @@ private:
 
     void setFontCodePage(int number) {
         if (state().destination == Destination::FontTable && fonts_.size() <= kMaxTableRows) {
-            fonts_[tableFont_].codePage = number;
+            fonts_[tableFont_].codePage = number == kWritersOwn ? std::nullopt : std::optional(number);
         }
     }
 
@@ -455,8 +482,8 @@ private:
     void resetCharacters(int) { state().character = plain_; }
 
     void setAlignment(int value) { state().paragraph.alignment = static_cast<RichTextAlignment>(value); }
-    template <int ParagraphFormat::*Length, int Least> void setLength(int twips) {
-        state().paragraph.*Length = std::clamp(twips, Least, kMaxTwips);
+    template <int ParagraphFormat::*Length, int Least, int Most = kMaxTwips> void setLength(int twips) {
+        state().paragraph.*Length = std::clamp(twips, Least, Most);
     }
     void resetParagraph(int) { state().paragraph = {}; }
 
@@ -509,6 +536,7 @@ private:
     int tableFont_ = 0;
     QVector<std::optional<quint32>> colors_;
     std::optional<quint32> tableColor_;
+    std::set<Face> faces_;
 
     RichTextDocument document_;
     RichTextParagraph paragraph_; ///< the runs that have ended
@@ -518,6 +546,7 @@ private:
     qsizetype paragraphUnits_ = 0;
     qsizetype units_ = 0;
     qsizetype pieces_ = 0;
+    double height_ = 0.0;
 };
 
 enum class Number {
@@ -543,6 +572,7 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"cell",         &Reader::insert, u'\t'},
     {"cf",           &Reader::setColor, 0, Number::Given},
     {"colortbl",     &Reader::beginColorTable},
+    {"column",       &Reader::breakPage},
     {"cpg",          &Reader::setFontCodePage, kUnknownCodePage, Number::Given},
     {"deff",         &Reader::setDefaultFont, 0, Number::Given},
     {"deleted",      &Reader::setFlag<&CharacterFormat::deleted>, 1, Number::Given},
@@ -568,11 +598,13 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"headerr",      &Reader::skipGroup},
     {"i",            &Reader::setFlag<&CharacterFormat::italic>, 1, Number::Given},
     {"info",         &Reader::skipGroup},
+    {"lbr",          &Reader::insert, 0x2028},
     {"ldblquote",    &Reader::insert, 0x201C},
     {"li",           &Reader::setLength<&ParagraphFormat::leftTwips, -kMaxTwips>, 0, Number::Given},
     {"line",         &Reader::insert, 0x2028},
     {"listtext",     &Reader::nothing},
     {"lquote",       &Reader::insert, 0x2018},
+    {"ltrmark",      &Reader::insert, 0x200E},
     {"mac",          &Reader::setCodePage, kMacRoman},
     {"mvf",          &Reader::setFlag<&CharacterFormat::deleted>, 1, Number::Given},
     {"nestcell",     &Reader::insert, u'\t'},
@@ -599,9 +631,15 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"ri",           &Reader::setLength<&ParagraphFormat::rightTwips, -kMaxTwips>, 0, Number::Given},
     {"row",          &Reader::insert, 0x2029},
     {"rquote",       &Reader::insert, 0x2019},
-    {"sa",           &Reader::setLength<&ParagraphFormat::afterTwips, 0>, 0, Number::Given},
-    {"sb",           &Reader::setLength<&ParagraphFormat::beforeTwips, 0>, 0, Number::Given},
+    {"rtlmark",      &Reader::insert, 0x200F},
+    {"sa",           &Reader::setLength<&ParagraphFormat::afterTwips, 0, kMaxSpaceTwips>, 0, Number::Given},
+    {"sb",           &Reader::setLength<&ParagraphFormat::beforeTwips, 0, kMaxSpaceTwips>, 0, Number::Given},
     {"sect",         &Reader::breakPage},
+    {"shpgrp",       &Reader::nothing},
+    {"shpinst",      &Reader::nothing},
+    {"shprslt",      &Reader::skipGroup},
+    {"shptxt",       &Reader::breakPage},
+    {"sp",           &Reader::skipGroup},
     {"strike",       &Reader::setFlag<&CharacterFormat::strikeOut>, 1, Number::Given},
     {"striked",      &Reader::setFlag<&CharacterFormat::strikeOut>, 1, Number::Given},
     {"stylesheet",   &Reader::skipGroup},
@@ -630,6 +668,8 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"ulwave",       &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"v",            &Reader::setFlag<&CharacterFormat::hidden>, 1, Number::Given},
     {"xe",           &Reader::skipGroup},
+    {"zwj",          &Reader::insert, 0x200D},
+    {"zwnj",         &Reader::insert, 0x200C},
 };
 // clang-format on
 
@@ -660,6 +700,11 @@ void Reader::obey(std::string_view name, std::optional<int> number) {
     }
 }
 
+qsizetype blanksBefore(QByteArrayView text) {
+    const auto isBlank = [](char byte) { return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n'; };
+    return std::find_if_not(text.begin(), text.end(), isBlank) - text.begin();
+}
+
 } // namespace
 
 RichTextDocument parseRichText(const QByteArray &bytes) {
@@ -669,6 +714,7 @@ RichTextDocument parseRichText(const QByteArray &bytes) {
     if (document.startsWith(kByteOrderMark)) {
         document = document.sliced(kByteOrderMark.size());
     }
+    document = document.sliced(blanksBefore(document));
     return document.startsWith("{\\rtf") ? Reader(document, extent).read() : RichTextDocument();
 }
 

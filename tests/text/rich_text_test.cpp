@@ -1,8 +1,15 @@
 #include "text/rich_text.h"
 
+#include "text/rich_text_layout.h"
+
+#include <algorithm>
 #include <cstring>
+#include <ctime>
 #include <gtest/gtest.h>
+#include <limits>
 #include <ostream>
+#include <set>
+#include <tuple>
 #include <vector>
 
 namespace kyb {
@@ -54,6 +61,13 @@ TEST(RichText, PassesOverAByteOrderMark) {
     EXPECT_TRUE(parseRichText("\xEF\xBB\xBFTerms").paragraphs.isEmpty());
 }
 
+TEST(RichText, PassesOverBlanksBeforeTheDocument) {
+    EXPECT_EQ(plainText(parseRichText(" \r\n\t{\\rtf1 Terms}")), u"Terms"_qs);
+    EXPECT_EQ(plainText(parseRichText("\xEF\xBB\xBF\r\n{\\rtf1 Terms}")), u"Terms"_qs);
+    EXPECT_TRUE(parseRichText(" \n").paragraphs.isEmpty());
+    EXPECT_TRUE(parseRichText("\n Terms").paragraphs.isEmpty());
+}
+
 TEST(RichText, EndsParagraphsAtParAndAtABackslashBeforeALineEnd) {
     EXPECT_EQ(textOf("one\\par two\\\nthree\\\r\nfour"), u"one\ntwo\nthree\nfour"_qs);
     EXPECT_EQ(parsed("one\\par\\par two\\par").paragraphs.size(), 3);
@@ -72,6 +86,19 @@ TEST(RichText, BreaksLinesWithinAParagraph) {
 
 TEST(RichText, BreaksPagesAsParagraphs) {
     EXPECT_EQ(textOf("one\\page two\\par\\page three\\sect four"), u"one\ntwo\nthree\nfour"_qs);
+}
+
+TEST(RichText, BreaksColumnsAsPagesAndAroundPicturesAsLines) {
+    EXPECT_EQ(textOf("one\\column two\\par\\column three"), u"one\ntwo\nthree"_qs);
+    EXPECT_EQ(parsed("one\\lbr0 two\\lbr3 three").paragraphs.first().runs.first().text, u"one\u2028two\u2028three"_qs);
+}
+
+TEST(RichText, ShowsTextBoxesOnceAndAsParagraphs) {
+    const QByteArray box = "{\\shp{\\*\\shpinst\\shpleft1{\\sp{\\sn n}{\\sv 1}}{\\shptxt \\pard\\qc In a box\\par}}"
+                           "{\\shprslt{\\*\\do\\dptxbx{\\dptxbxtext \\pard In a box\\par}}}}";
+    EXPECT_EQ(textOf("before" + box + "after"), u"before\nIn a box\nafter"_qs);
+    EXPECT_EQ(textOf("{\\shpgrp{\\*\\shpinst" + box + "}}after"), u"In a box\nafter"_qs);
+    EXPECT_EQ(parsed(box + "after").paragraphs.last().alignment, RichTextAlignment::Left);
 }
 
 TEST(RichText, KeepsBoldAcrossGroups) {
@@ -208,6 +235,10 @@ TEST(RichText, ReadsSpecialCharacters) {
               u"—–‘’“”•\t\u00A0\u2011\u00AD\\{}\t"_qs);
 }
 
+TEST(RichText, ReadsMarksThatTakeNoRoom) {
+    EXPECT_EQ(textOf("a\\zwj b\\zwnj c\\ltrmark d\\rtlmark e"), u"a\u200Db\u200Cc\u200Ed\u200Fe"_qs);
+}
+
 TEST(RichText, TakesOneBlankWithAControlWord) {
     EXPECT_EQ(textOf("a\\b  b\\b0c"), u"a bc"_qs);
 }
@@ -219,6 +250,11 @@ TEST(RichText, ReadsBytesInTheDocumentsCodePage) {
     EXPECT_EQ(plainText(parseRichText("{\\rtf1\\ansi\\ansicpg1250 \\'b9}")), u"ą"_qs);
     EXPECT_EQ(plainText(parseRichText("{\\rtf1\\pc \\'81}{\\rtf1 }")), u"ü"_qs);
     EXPECT_EQ(plainText(parseRichText("{\\rtf1\\pca \\'b5}")), u"Á"_qs);
+}
+
+TEST(RichText, TakesTheWritersOwnCodePageForTheUsualOne) {
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\ansi\\ansicpg0 caf\\'e9}")), u"café"_qs);
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\ansi\\ansicpg1251{\\fonttbl\\f0\\cpg0 A;}\\f0\\'c4\\'e0}")), u"Да"_qs);
 }
 
 TEST(RichText, ReadsBytesInTheFontsCodePage) {
@@ -539,6 +575,41 @@ TEST(RichText, KeepsWithinItsLimitsAndSaysSo) {
     }
 }
 
+double heightOf(const RichTextDocument &document) {
+    double height = 0;
+    for (const RichTextParagraph &paragraph : document.paragraphs) {
+        height += shownHeight(paragraph);
+    }
+    return height;
+}
+
+TEST(RichText, IsCutWhereItGrowsTooTall) {
+    constexpr double kHighestParagraph = kMaxParagraphUnits * 96 * 1.5 * 2;
+    const QByteArray bodies[] = {
+        "\\sb31680\\sa31680 " + QByteArray("a\\par ").repeated(20'000),
+        "\\fs48 " + QByteArray("a\\line ").repeated(480'000),
+        "\\li31680\\ri31680 " + QByteArray(kMaxRichTextUnits, 'a'),
+        "\\fi31680 " + QByteArray("aaaaaaaaaaaaaaaaaaaaaaaa\\par ").repeated(45'000),
+        "\\fs800 " + QByteArray(kMaxRichTextUnits, 'W'),
+        QByteArray("\\fs192 a\\fs2\\tab\\tab\\tab\\tab").repeated(40'000),
+        QByteArray("\\u65018?").repeated(kMaxRichTextUnits), // ligatures of 18 letters and more
+        QByteArray("\\u65021?").repeated(kMaxRichTextUnits),
+    };
+    for (const QByteArray &body : bodies) {
+        const RichTextDocument document = parsed(body);
+        EXPECT_TRUE(document.isCut) << body.first(40).toStdString();
+        EXPECT_EQ(document.paragraphs.last().runs.first().text, u"[\u2026]"_qs) << body.first(40).toStdString();
+        EXPECT_GE(heightOf(document), kMaxRichTextHeightPoints) << body.first(40).toStdString();
+        EXPECT_LE(heightOf(document), kMaxRichTextHeightPoints + kHighestParagraph) << body.first(40).toStdString();
+    }
+}
+
+TEST(RichText, KeepsSpacesWithinTwoInches) {
+    const RichTextParagraph paragraph = parsed("\\sb31680\\sa2881 a").paragraphs.first();
+    EXPECT_EQ(paragraph.spaceBeforePoints, 144.0);
+    EXPECT_EQ(paragraph.spaceAfterPoints, 144.0);
+}
+
 TEST(RichText, IsNotCutAtItsLimits) {
     EXPECT_FALSE(parsed(QByteArray(kMaxRichTextUnits, 'a')).isCut);
     EXPECT_FALSE(parsed(QByteArray(kMaxRichTextUnits, 'a') + "{\\v b}{\\pict 00}").isCut);
@@ -547,6 +618,73 @@ TEST(RichText, IsNotCutAtItsLimits) {
     EXPECT_FALSE(parsed("a}" + QByteArray(kMaxRichTextBytes, '\n')).isCut); // nothing but what lies behind it
     EXPECT_EQ(textOf("{\\fonttbl\\f0 " + QByteArray(5 << 20, 'a') + ";}\\f0 b"), u"b"_qs);
     EXPECT_EQ(textOf("{\\pict " + QByteArray(9 << 20, 'a') + "}b"), u"b"_qs);
+}
+
+/// The least processor time of some that reading \p body takes.
+std::clock_t costOf(const QByteArray &body) {
+    std::clock_t least = std::numeric_limits<std::clock_t>::max();
+    for (int i = 0; i < 5; ++i) {
+        const std::clock_t begin = std::clock();
+        parsed(body);
+        least = std::min(least, std::clock() - begin);
+    }
+    return least;
+}
+
+TEST(RichText, HiddenBytesCostNoMoreThanPassedOverOnes) {
+    const QByteArray bytes = QByteArray("\\'e4\\b").repeated(50'000);
+    const std::clock_t leftOut = costOf("{\\pict" + bytes + "}");
+    EXPECT_LE(costOf("{\\v" + bytes + "}"), 4 * leftOut);
+    EXPECT_LE(costOf("{\\deleted" + bytes + "}"), 4 * leftOut);
+}
+
+/// A table of as many fonts.
+QByteArray fontTable(int count) {
+    QByteArray fonts;
+    for (int i = 0; i < count; ++i) {
+        fonts += "\\f" + QByteArray::number(i) + " Font " + QByteArray::number(i) + ";";
+    }
+    return "{\\fonttbl" + fonts + "}";
+}
+
+using Face = std::tuple<QStringList, double, bool, bool>;
+
+std::set<Face> facesOf(const RichTextDocument &document) {
+    std::set<Face> faces;
+    for (const RichTextParagraph &paragraph : document.paragraphs) {
+        for (const RichTextRun &run : paragraph.runs) {
+            faces.emplace(run.fontFamilies, run.sizePoints, run.bold, run.italic);
+        }
+    }
+    return faces;
+}
+
+TEST(RichText, KeepsItsFacesWithinTheirLimit) {
+    constexpr qsizetype kPlainFaces = 4; // bold or not, italic or not
+    for (const char *word : {"\\f", "\\fs", "\\b\\f", "\\i\\fs"}) {
+        QByteArray body;
+        for (int i = 0; i < 2000; ++i) {
+            body += word + QByteArray::number(i + 1) + "a";
+        }
+        const RichTextDocument document = parsed(fontTable(2002) + body + "\\plain b");
+        EXPECT_GE(std::ssize(facesOf(document)), kMaxRichTextFaces) << word;
+        EXPECT_LE(std::ssize(facesOf(document)), kMaxRichTextFaces + kPlainFaces) << word;
+        EXPECT_FALSE(document.isCut) << word;
+    }
+}
+
+TEST(RichText, KeepsTheFacesThatCameFirst) {
+    QByteArray body;
+    for (int i = 0; i < 300; ++i) {
+        body += "\\f" + QByteArray::number(i) + "\\fs30 a";
+    }
+    const auto runs = runsOf(fontTable(300) + body + "\\f7 b\\f299 c");
+    ASSERT_GT(runs.size(), 300);
+    EXPECT_EQ(runs[7].fontFamilies, QStringList(u"Font 7"_qs));
+    EXPECT_EQ(runs[7].sizePoints, 15.0);
+    EXPECT_EQ(runs[200].fontFamilies, QStringList());
+    EXPECT_EQ(runs[200].sizePoints, 12.0);
+    EXPECT_EQ(runs[300].fontFamilies, QStringList(u"Font 7"_qs));
 }
 
 TEST(RichText, KeepsItsTablesWithinTheirLimits) {

@@ -1,9 +1,11 @@
 #include "WizardTest.h"
 
 #include "text/rich_text.h"
+#include "text/rich_text_layout.h"
 #include "ui/wizard/RichTextView.h"
 #include "ui/wizard/colors.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QTextBlock>
 #include <QTextLayout>
 
@@ -83,6 +85,54 @@ TEST_F(TermsView, HoldsNoParagraphThatWouldTakeLongToLayOut) {
         for (QTextBlock block = view.document()->begin(); block.isValid(); block = block.next()) {
             ASSERT_LE(block.length() - 1, kyb::kMaxParagraphUnits) << part.toStdString();
             ASSERT_LE(runsOf(block), kyb::kMaxParagraphRuns) << part.toStdString();
+        }
+    }
+}
+
+/// Documents that take much room for little text.
+QList<QByteArray> tallDocuments() {
+    return {
+        "\\sb31680\\sa31680 " + QByteArray("a\\par ").repeated(100),
+        "\\fs192 " + QByteArray(500, 'W'),
+        "\\fs192\\li31680\\ri31680 " + QByteArray(500, 'W'),
+        "\\li31680 " + QByteArray(2000, 'W'),
+        "\\fi31680 " + QByteArray("WWWWWWWWWWWWWWWWWWWWW\\par ").repeated(100),
+        "\\li31680\\fi-31680 " + QByteArray("a\\tab").repeated(500),
+        "\\fs2 " + QByteArray("a\\line ").repeated(1000),
+        QByteArray("\\fs192 a\\fs2\\tab\\tab\\tab\\tab").repeated(100),
+        QByteArray("\\par").repeated(300),
+        QByteArray("\\u26085?").repeated(2000),
+    };
+}
+
+TEST_F(TermsView, NoTextIsTallerThanItsEstimate) {
+    open();
+    showScreen("licenseView");
+    for (const QByteArray &part : tallDocuments()) {
+        const kyb::RichTextDocument document = kyb::parseRichText("{\\rtf1 " + part + "}");
+        view.setRichText(document);
+        double estimate = 2 * view.document()->documentMargin();
+        for (const kyb::RichTextParagraph &paragraph : document.paragraphs) {
+            estimate += kyb::shownHeight(paragraph) * view.logicalDpiY() / 72;
+        }
+        EXPECT_LE(view.document()->size().height(), estimate) << part.first(30).toStdString();
+    }
+}
+
+TEST_F(TermsView, NoIndentLeadsOutOfIt) {
+    open();
+    showScreen("licenseView");
+    for (const char *indents : {"\\li31680", "\\li-31680", "\\fi31680", "\\fi-31680", "\\li31680\\fi-31680\\ri31680",
+                                "\\ri31680", "\\ri-31680"}) {
+        show("{\\rtf1" + QByteArray(indents) + " " + QByteArray("word ").repeated(60) + "}");
+        view.grab();
+        const QTextBlock block = view.document()->firstBlock();
+        const QRectF place = view.document()->documentLayout()->blockBoundingRect(block);
+        for (int i = 0; i < block.layout()->lineCount(); ++i) {
+            const QRectF line = block.layout()->lineAt(i).naturalTextRect().translated(place.topLeft());
+            EXPECT_GE(line.left(), 0) << indents;
+            EXPECT_LE(line.right(), view.viewport()->width()) << indents;
+            EXPECT_GE(block.layout()->lineAt(i).width(), 72) << indents;
         }
     }
 }

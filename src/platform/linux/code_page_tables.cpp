@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstdint>
 #include <iconv.h>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
 #include <unicode/unistr.h>
+#include <unordered_map>
 
 namespace kyb {
 namespace {
@@ -30,6 +32,14 @@ constexpr Relative kRelatives[] = {
     {10008, 936},   // Mac, Chinese, simplified
     {10017, 10007}, // Mac, Ukrainian
     {10021, 874},   // Mac, Thai
+    {20932, 954},   // Japanese, as Unix writes it
+    {20936, 936},   // Chinese, simplified
+    {20949, 949},   // Korean
+    {28591, 1252},  // Western, as ISO has it
+    {28601, 874},   // Thai
+    {38598, 28598}, // Hebrew, in the order of reading
+    {51932, 954},   // Japanese, as Unix writes it
+    {51936, 936},   // Chinese, simplified
 };
 
 int knownPage(int number) {
@@ -63,15 +73,18 @@ icu::LocalUConverterPointer openConverter(int number) {
     return converter;
 }
 
-/// The converter of the page that was asked for last, since a text hardly has a second; null when there is none.
+/// Null when there is none. All that were asked for stay open, and what is missing is known: to look takes as long as
+/// to read a page of text, and there are no more of them than 16-bit numbers.
 UConverter *converterFor(int number) {
-    thread_local int openNumber = -1;
-    thread_local icu::LocalUConverterPointer open;
-    if (number != openNumber) {
-        open = openConverter(knownPage(number));
-        openNumber = number;
+    thread_local std::unordered_map<int, icu::LocalUConverterPointer> known;
+    if (number < 0 || number > std::numeric_limits<quint16>::max()) {
+        return nullptr;
     }
-    return open.getAlias();
+    const auto [row, isNew] = known.try_emplace(number);
+    if (isNew) {
+        row->second = openConverter(knownPage(number));
+    }
+    return row->second.getAlias();
 }
 
 /// By the C library: ICU has no table for Johab.

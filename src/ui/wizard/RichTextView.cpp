@@ -1,5 +1,6 @@
 #include "ui/wizard/RichTextView.h"
 
+#include "text/rich_text_layout.h"
 #include "ui/wizard/colors.h"
 
 #include <QEvent>
@@ -11,8 +12,6 @@
 namespace kyb {
 namespace {
 
-constexpr double kSmallestPoints = 4;
-constexpr double kLargestPoints = 96;
 constexpr double kPointsPerInch = 72;
 constexpr int kMargin = 12; // points
 constexpr double kMarkIndentShare = 0.3;
@@ -38,7 +37,7 @@ bool beginsWithTab(const RichTextParagraph &paragraph) {
 /// Where the tabs of a hanging paragraph lead, in points from its first line's begin: behind the list mark, to where
 /// the other lines begin. A tab before the mark moves it in a little.
 QList<QTextOption::Tab> tabsOf(const RichTextParagraph &paragraph, double pixelsPerPoint) {
-    const double hang = -paragraph.firstLineIndentPoints * pixelsPerPoint;
+    const double hang = -shownIndents(paragraph).firstLine * pixelsPerPoint;
     if (hang <= 0) {
         return {};
     }
@@ -50,12 +49,13 @@ QList<QTextOption::Tab> tabsOf(const RichTextParagraph &paragraph, double pixels
 }
 
 QTextBlockFormat formatOf(const RichTextParagraph &paragraph, double pixelsPerPoint) {
+    const RichTextIndents indents = shownIndents(paragraph);
     QTextBlockFormat format;
     format.setTabPositions(tabsOf(paragraph, pixelsPerPoint));
     format.setAlignment(alignmentOf(paragraph.alignment));
-    format.setLeftMargin(paragraph.leftIndentPoints * pixelsPerPoint);
-    format.setTextIndent(paragraph.firstLineIndentPoints * pixelsPerPoint);
-    format.setRightMargin(paragraph.rightIndentPoints * pixelsPerPoint);
+    format.setLeftMargin(indents.left * pixelsPerPoint);
+    format.setTextIndent(indents.firstLine * pixelsPerPoint);
+    format.setRightMargin(indents.right * pixelsPerPoint);
     format.setTopMargin(paragraph.spaceBeforePoints * pixelsPerPoint);
     format.setBottomMargin(paragraph.spaceAfterPoints * pixelsPerPoint);
     return format;
@@ -66,7 +66,7 @@ QTextCharFormat formatOf(const RichTextRun &run, const QColor &ground) {
     if (!run.fontFamilies.isEmpty()) {
         format.setFontFamilies(run.fontFamilies);
     }
-    format.setFontPointSize(qBound(kSmallestPoints, run.sizePoints, kLargestPoints));
+    format.setFontPointSize(shownSize(run));
     format.setFontWeight(run.bold ? QFont::Bold : QFont::Normal);
     format.setFontItalic(run.italic);
     format.setFontUnderline(run.underline);

@@ -1,6 +1,8 @@
 #include "platform/code_pages.h"
 
+#include <ctime>
 #include <gtest/gtest.h>
+#include <limits>
 
 namespace kyb {
 namespace {
@@ -30,6 +32,33 @@ TEST(CodePages, TakesARelativeForAPageWithoutATable) {
     EXPECT_EQ(fromCodePage(10008, "\xD6\xD0\xCE\xC4"), u"中文");
     EXPECT_EQ(fromCodePage(10017, "\xEC\xE8\xF0"), u"мир");
     EXPECT_EQ(fromCodePage(10021, "\xE4\xB7\xC2"), u"ไทย");
+    EXPECT_EQ(fromCodePage(20932, "\xC6\xFC\xCB\xDC"), u"日本");
+    EXPECT_EQ(fromCodePage(20936, "\xD6\xD0\xCE\xC4"), u"中文");
+    EXPECT_EQ(fromCodePage(20949, "\xC7\xD1"), u"한");
+    EXPECT_EQ(fromCodePage(28591, "caf\xE9"), u"café");
+    EXPECT_EQ(fromCodePage(28601, "\xE4\xB7\xC2"), u"ไทย");
+    EXPECT_EQ(fromCodePage(38598, "\xF9\xEC\xE5\xED"), u"שלום");
+    EXPECT_EQ(fromCodePage(51932, "\xC6\xFC\xCB\xDC"), u"日本");
+    EXPECT_EQ(fromCodePage(51936, "\xD6\xD0\xCE\xC4"), u"中文");
+}
+
+/// The least processor time of some that it takes to read a byte in one page and then in the other, again and again.
+std::clock_t costOf(int one, int other) {
+    std::clock_t least = std::numeric_limits<std::clock_t>::max();
+    for (int i = 0; i < 5; ++i) {
+        const std::clock_t begin = std::clock();
+        for (int turn = 0; turn < 1000; ++turn) {
+            fromCodePage(one, "\xE4");
+            fromCodePage(other, "\xE4");
+        }
+        least = std::min(least, std::clock() - begin);
+    }
+    return least;
+}
+
+TEST(CodePages, TwoInTurnCostWhatOneDoes) {
+    EXPECT_LE(costOf(932, 949), 4 * costOf(932, 932));
+    EXPECT_LE(costOf(20001, 20002), 4 * costOf(932, 932)); // which there are not
 }
 
 } // namespace

@@ -1,0 +1,65 @@
+#include "text/rich_text_layout.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kyb {
+namespace {
+
+constexpr double kMostLeft = 216.0;
+constexpr double kMostRight = 72.0;
+constexpr double kLeastSize = 4.0;
+constexpr double kMostSize = 96.0;
+constexpr double kViewsOwnSize = 12.0; ///< of an empty line
+constexpr double kLineHeight = 1.5;    ///< times the size
+constexpr double kMostTab = kMostLeft; ///< to the end of the mark of a hanging paragraph
+
+/// In sizes of its font. A ligature may be as wide as all of its letters; the longest is a sentence, and not taken
+/// apart.
+qsizetype widthOf(QChar unit) {
+    constexpr QChar kBasmala(0xFDFD);
+    constexpr qsizetype kMostLetters = 18;
+    if (unit == kBasmala) {
+        return kMostLetters;
+    }
+    const bool isLigature = unit.decompositionTag() > QChar::Canonical;
+    return isLigature ? std::max<qsizetype>(1, unit.decomposition().size()) : 1;
+}
+
+double widthOf(const RichTextRun &run) {
+    const double size = shownSize(run);
+    double width = 0.0;
+    for (const QChar unit : run.text) {
+        width += unit == u'\t' ? kMostTab : static_cast<double>(widthOf(unit)) * size;
+    }
+    return width;
+}
+
+} // namespace
+
+RichTextIndents shownIndents(const RichTextParagraph &paragraph) {
+    const double left = std::clamp(paragraph.leftIndentPoints, 0.0, kMostLeft);
+    const double begin = std::clamp(left + paragraph.firstLineIndentPoints, 0.0, kMostLeft);
+    return {left, begin - left, std::clamp(paragraph.rightIndentPoints, 0.0, kMostRight)};
+}
+
+double shownSize(const RichTextRun &run) {
+    return std::clamp(run.sizePoints, kLeastSize, kMostSize);
+}
+
+double shownHeight(const RichTextParagraph &paragraph) {
+    const RichTextIndents indents = shownIndents(paragraph);
+    const double column = kNarrowestViewPoints - indents.left - std::max(indents.firstLine, 0.0) - indents.right;
+    double width = 0.0;
+    double size = kViewsOwnSize;
+    double lines = 1.0;
+    for (const RichTextRun &run : paragraph.runs) {
+        width += widthOf(run);
+        size = std::max(size, shownSize(run));
+        lines += static_cast<double>(run.text.count(QChar::LineSeparator));
+    }
+    lines += std::floor(width / column);
+    return paragraph.spaceBeforePoints + lines * size * kLineHeight + paragraph.spaceAfterPoints;
+}
+
+} // namespace kyb

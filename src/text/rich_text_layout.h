@@ -1,0 +1,29 @@
+#pragma once
+
+#include "text/rich_text.h"
+
+namespace kyb {
+
+// What a view makes of a document's lengths. All of them are in points.
+
+/// No view of a document is narrower.
+constexpr double kNarrowestViewPoints = 360.0;
+
+struct RichTextIndents {
+    double left = 0.0;
+    double firstLine = 0.0; ///< added to the left one
+    double right = 0.0;
+};
+
+/// The indents of \p paragraph as a view shows them: none leads out of the view, and they leave 72 points to the text
+/// of the narrowest one. Pure.
+RichTextIndents shownIndents(const RichTextParagraph &paragraph);
+
+/// From 4 to 96. Pure.
+double shownSize(const RichTextRun &run);
+
+/// How high \p paragraph is at most in the narrowest view, if its characters are no wider than their size and its lines
+/// no higher than one and a half times that. Takes time in proportion to the text. Pure.
+double shownHeight(const RichTextParagraph &paragraph);
+
+} // namespace kyb
