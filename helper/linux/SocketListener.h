@@ -19,7 +19,8 @@ namespace kyb::helper {
 class SocketListener final : public Listener {
 public:
     struct Options {
-        /// The folder that plays "/", without a trailing slash; empty for "/" itself.
+        /// The folder that plays "/", without a trailing slash; empty for "/" itself. Leads to one and the same folder
+        /// all the time.
         std::string systemRoot;
 
         /// Whether a process of the user \p uid may have commands run.
