@@ -28,7 +28,10 @@ constexpr char kThisProgram[] = "/proc/self/exe";
 constexpr int kListeningFd = 3;
 constexpr int kMisplaced = 2;
 constexpr int kNotAlone = 3;
+
+// What a process has by default.
 constexpr rlim_t kDescriptors = 1024;
+constexpr rlim_t kStackBytes = rlim_t{8} << 20;
 
 /// What an earlier helper may need to end its command takes a part of it.
 constexpr auto kEarlierHelperTimeout = 30s;
@@ -73,10 +76,14 @@ bool hasListeningSocket() {
 }
 
 void setLimit(__rlimit_resource_t resource, rlim_t wanted) {
-    rlimit limit{.rlim_cur = wanted, .rlim_max = RLIM_INFINITY};
-    if (setrlimit(resource, &limit) != 0 && getrlimit(resource, &limit) == 0) {
-        limit.rlim_cur = std::min(wanted, limit.rlim_max); // only root may raise what was lowered for good
-        setrlimit(resource, &limit);
+    rlimit before{};
+    if (getrlimit(resource, &before) != 0) {
+        return;
+    }
+    const rlimit lifted{.rlim_cur = wanted, .rlim_max = std::max(before.rlim_max, wanted)};
+    if (setrlimit(resource, &lifted) != 0) { // only root may raise what was lowered for good
+        const rlimit possible{.rlim_cur = std::min(wanted, before.rlim_max), .rlim_max = before.rlim_max};
+        setrlimit(resource, &possible);
     }
 }
 
@@ -97,12 +104,15 @@ UniqueFd succeedEarlierHelper(const std::string &systemRoot) {
     return lock;
 }
 
-/// Takes back the limits that whoever started the first helper has set for himself, as far as the system allows.
+/// Takes back the limits that whoever started the first helper has set for himself, and his being nice, as far as the
+/// system allows.
 void liftLimits() {
     for (const auto resource : {RLIMIT_AS, RLIMIT_CPU, RLIMIT_DATA, RLIMIT_FSIZE, RLIMIT_NPROC}) {
         setLimit(resource, RLIM_INFINITY);
     }
     setLimit(RLIMIT_NOFILE, kDescriptors);
+    setLimit(RLIMIT_STACK, kStackBytes);
+    setpriority(PRIO_PROCESS, 0, 0);
 }
 
 } // namespace

@@ -376,6 +376,18 @@ TEST_F(ServiceTest, RestsWhenItHasNoDescriptorForAClient) {
     EXPECT_EQ(client.reply(), "Command finished with status 5");
 }
 
+TEST_F(ServiceTest, DropsTheClientOfAFileThatGrowsBeyondTheLimitAndGoesOn) {
+    serve();
+    EXPECT_EQ(run("true"), kSuccess);
+    rlimit small{};
+    ASSERT_EQ(prlimit(process_, RLIMIT_FSIZE, nullptr, &small), 0);
+    small.rlim_cur = 64 << 10;
+    ASSERT_EQ(prlimit(process_, RLIMIT_FSIZE, &small, nullptr), 0);
+    EXPECT_EQ(install("yes line | head -c 200000"), kDropped);
+    EXPECT_NE(log().find("cannot be written"), std::string::npos);
+    EXPECT_EQ(run("kill -XFSZ $$"), "Command was ended by signal " + std::to_string(SIGXFSZ));
+}
+
 TEST_F(ServiceTest, TrustsTheOwnerOfTheFolderThatItBeganWith) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can give a folder away";

@@ -300,23 +300,50 @@ TEST_F(BadInput, AQuitSignalEndsAProgramThatDoesNotAnswer) {
     EXPECT_EQ(process->wait(), -SIGTERM);
 }
 
+/// Whether what was lowered for good may be raised, which takes more than to be root.
+bool mayRaiseHardLimits() {
+    return kyb::test::runProgram({"/bin/sh", "-c", "ulimit -n 64; ulimit -n 65"}).status == 0;
+}
+
 TEST_F(BadInput, TheFirstCallersLimitsDoNotBindTheHelper) {
     putInstaller({"--version", "1.0", "--size", "12000000"});
     startedBy = {"/bin/sh", "-c", "ulimit -S -f 20000; ulimit -S -n 64; exec \"$@\"", "sh"}; // blocks of 512 bytes
+    if (mayRaiseHardLimits()) {
+        startedBy[2] = "ulimit -f 20000; ulimit -n 64; exec \"$@\"";
+    }
     EXPECT_EQ(run().status, 0);
     EXPECT_EQ(root.installedVersion(), "1.0");
 }
 
+/// What an installer says that the helper starts: its limits and its nice value.
+constexpr char kTellingInstaller[] = "#!/bin/sh\nroot=${0%/usr/sbin/installer}\n"
+                                     "(ulimit -S -n; ulimit -S -s; ulimit -S -f; ulimit -S -t; ulimit -S -v; "
+                                     "ulimit -S -d) >\"$root/limits\"\nnice >\"$root/nice\"\n"
+                                     "echo 'installer: The install was successful.'\n";
+
 TEST_F(BadInput, TheHelperLiftsTheLimitsThatMayBeLifted) {
     putInstaller();
-    root.remove("/usr/sbin/installer");
-    root.putProgram("/usr/sbin/installer", "#!/bin/sh\nroot=${0%/usr/sbin/installer}\n"
-                                           "(ulimit -S -n; ulimit -S -f; ulimit -S -t; ulimit -S -v; ulimit -S -d)"
-                                           " >\"$root/limits\"\necho 'installer: The install was successful.'\n");
-    startedBy = {"/bin/sh", "-c", "ulimit -S -n 64 -f 4000000; ulimit -S -t 4000; ulimit -S -d 8000000; exec \"$@\"",
-                 "sh"};
+    root.putProgram("/usr/sbin/installer", kTellingInstaller);
+    const std::string kind = mayRaiseHardLimits() ? "" : "-S ";
+    // NB: of data a thousand terabytes, or no program with the thread sanitizer would start.
+    startedBy = {"/bin/sh", "-c", "", "sh"};
+    for (const char *limit : {"-n 64", "-s 2048", "-f 4000000", "-t 4000", "-d 1000000000000"}) {
+        startedBy[2] += "ulimit " + kind + limit + "; ";
+    }
+    startedBy[2] += "exec \"$@\"";
     EXPECT_EQ(run().status, 0);
-    EXPECT_EQ(root.read("/limits"), "1024\nunlimited\nunlimited\nunlimited\nunlimited\n");
+    EXPECT_EQ(root.read("/limits"), "1024\n8192\nunlimited\nunlimited\nunlimited\nunlimited\n");
+}
+
+TEST_F(BadInput, TheHelperOfRootIsNotNice) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can become less nice";
+    }
+    putInstaller();
+    root.putProgram("/usr/sbin/installer", kTellingInstaller);
+    startedBy = {"/usr/bin/nice", "-n", "7"};
+    EXPECT_EQ(run().status, 0);
+    EXPECT_EQ(root.read("/nice"), "0\n");
 }
 
 TEST_F(BadInput, ScreensThatCanBeShownAreAndTheProgramEndsWhenAsked) {
