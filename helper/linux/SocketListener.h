@@ -47,6 +47,8 @@ private:
     void readClients(CommandQueue &commands);
     void admit(Client &client, CommandQueue &commands) const;
     bool isProgressFile(const std::string &path) const;
+    void lookAfterPlace();
+    bool isInPlace() const;
     bool removeSocket() const;
 
     const Options options_;
@@ -56,6 +58,7 @@ private:
     std::list<Client> clients_;
     std::set<uid_t> refusedUsers_;
     SteadyClock::time_point acceptAt_; ///< from when on clients are let in
+    SteadyClock::time_point lookAt_;   ///< when to look whether the socket lies at its place
 };
 
 /// Trusts root and the owner of the folder \p systemRoot (empty for "/").

@@ -129,12 +129,12 @@ int main() {
         return kMisplaced;
     }
     const std::string systemRoot = "/proc/self/fd/" + std::to_string(root.get()); // whatever its name
+    SocketListener listener(UniqueFd(kListeningFd),
+                            {.systemRoot = systemRoot, .isTrusted = trustRootAndOwner(systemRoot)});
     const UniqueFd lock = succeedEarlierHelper(systemRoot);
     if (!lock) {
         logLine("Another helper tool has not ended.");
         return kNotAlone;
     }
-    SocketListener listener(UniqueFd(kListeningFd),
-                            {.systemRoot = systemRoot, .isTrusted = trustRootAndOwner(systemRoot)});
     return serve(listener, {});
 }

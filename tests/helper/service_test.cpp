@@ -459,6 +459,17 @@ TEST_F(ServiceTest, LeavesASocketThatIsNotItsOwn) {
     EXPECT_TRUE(socket_.entry());
 }
 
+TEST_F(ServiceTest, EndsSoonOnceItsSocketIsTakenAwayAndServesWhoCameBefore) {
+    options_.idle = 2h;
+    serve();
+    EXPECT_EQ(run("true"), kSuccess);
+    const RawClient before = connect();
+    socket_.remove();
+    before.request("exit 7");
+    EXPECT_EQ(before.reply(), "Command finished with status 7");
+    EXPECT_EQ(waitForEnd(), 0);
+}
+
 TEST_F(ServiceTest, EndsTheCommandAndDropsItsClientWhenAskedToEnd) {
     serve();
     const RawClient client = connect();
