@@ -14,6 +14,7 @@ namespace kyb::helper {
 namespace {
 
 constexpr std::size_t kMaxClients = 32;
+constexpr int kMaxAcceptsPerTurn = 128; ///< strangers, who take no room, may come without end
 
 /// How long nobody is let in after the system had no descriptor for a client.
 constexpr std::chrono::milliseconds kAcceptPause(100);
@@ -87,7 +88,7 @@ SteadyClock::time_point SocketListener::deadline() const {
 
 void SocketListener::takeRequests(CommandQueue &commands) {
     readClients(commands);
-    while (hasRoom(commands) && acceptClient()) {
+    for (int accepted = 0; accepted < kMaxAcceptsPerTurn && hasRoom(commands) && acceptClient(); ++accepted) {
     }
     lookAfterPlace();
 }

@@ -376,6 +376,28 @@ TEST_F(ServiceTest, RestsWhenItHasNoDescriptorForAClient) {
     EXPECT_EQ(client.reply(), "Command finished with status 5");
 }
 
+TEST_F(ServiceTest, LeavesTheOthersTheirTurnHoweverManyStrangersCome) {
+    int strangers = 0;
+    listenerOptions_.isTrusted = [&strangers](uid_t) {
+        ++strangers;
+        return false;
+    };
+    UniqueFd listening = socket_.listen();
+    ASSERT_EQ(listen(listening.get(), 300), 0);
+    SocketListener listener(std::move(listening), listenerOptions_);
+    listener.open();
+    std::vector<UniqueFd> waiting(300);
+    for (UniqueFd &connection : waiting) {
+        connection = socket_.connect();
+    }
+    CommandQueue commands(options_.commands);
+    listener.takeRequests(commands);
+    EXPECT_EQ(strangers, 128);
+    listener.takeRequests(commands);
+    listener.takeRequests(commands);
+    EXPECT_EQ(strangers, 300);
+}
+
 TEST_F(ServiceTest, DropsTheClientOfAFileThatGrowsBeyondTheLimitAndGoesOn) {
     serve();
     EXPECT_EQ(run("true"), kSuccess);
