@@ -47,6 +47,7 @@ int watchSignals() {
         handle(signal, onSignal);
     }
     handle(SIGPIPE, SIG_IGN);
+    handle(SIGXFSZ, SIG_IGN); // a file that may not grow is one that cannot be written
     return wakeReader;
 }
 

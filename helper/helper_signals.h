@@ -3,7 +3,8 @@
 namespace kyb::helper {
 
 /// From now on a child's end (SIGCHLD) and a request to stop (SIGTERM, SIGINT, SIGHUP) make the returned
-/// descriptor readable, and SIGPIPE is ignored. Once per process, before it has a second thread; -1 when it cannot be.
+/// descriptor readable, and SIGPIPE and SIGXFSZ are ignored. Once per process, before it has a second thread; -1 when
+/// it cannot be.
 int watchSignals();
 
 enum class StopRequest { None, Received };

@@ -75,7 +75,7 @@ UniqueFd ServiceSocket::tryLock() const {
 }
 
 UniqueFd ServiceSocket::tryLockOfServer() const {
-    return tryLockOn(name_ + ".server");
+    return tryLockOn("../" + name_ + ".server"); // whoever clears the sockets' folder must not end it
 }
 
 UniqueFd ServiceSocket::tryLockOn(const std::string &fileName) const {

@@ -27,7 +27,8 @@ public:
     /// `errno` set, when it cannot be had: EWOULDBLOCK while somebody else holds it.
     UniqueFd tryLock() const;
 
-    /// The lock that the one process which serves holds until it has ended. None, with `errno` set, as above.
+    /// The lock that the one process which serves holds until it has ended. It lies above the socket's folder, which
+    /// others may clear meanwhile. None, with `errno` set, as above.
     UniqueFd tryLockOfServer() const;
 
     /// What lies at the socket's place; nothing when nothing does.

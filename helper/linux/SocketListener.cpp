@@ -14,9 +14,13 @@ namespace kyb::helper {
 namespace {
 
 constexpr std::size_t kMaxClients = 32;
+constexpr int kMaxAcceptsPerTurn = 128; ///< strangers, who take no room, may come without end
 
 /// How long nobody is let in after the system had no descriptor for a client.
 constexpr std::chrono::milliseconds kAcceptPause(100);
+
+/// From look to look whether the socket still lies at its place.
+constexpr std::chrono::milliseconds kLookInterval(500);
 
 /// Sends \p reply as a client's one answer. A client that is gone does not get it.
 void sendReply(const UniqueFd &connection, const std::string &reply) {
@@ -71,6 +75,9 @@ std::vector<int> SocketListener::descriptors(const CommandQueue &commands) const
 
 SteadyClock::time_point SocketListener::deadline() const {
     auto next = SteadyClock::now() < acceptAt_ ? acceptAt_ : SteadyClock::time_point::max();
+    if (listening_) {
+        next = std::min(next, lookAt_);
+    }
     for (const Client &client : clients_) {
         next = std::min(next, client.deadline());
     }
@@ -81,8 +88,9 @@ SteadyClock::time_point SocketListener::deadline() const {
 
 void SocketListener::takeRequests(CommandQueue &commands) {
     readClients(commands);
-    while (hasRoom(commands) && acceptClient()) {
+    for (int accepted = 0; accepted < kMaxAcceptsPerTurn && hasRoom(commands) && acceptClient(); ++accepted) {
     }
+    lookAfterPlace();
 }
 
 bool SocketListener::hasRoom(const CommandQueue &commands) const {
@@ -167,6 +175,16 @@ void SocketListener::closeNow() {
     clients_.clear();
 }
 
+/// Whoever comes next finds no socket, or another's, and starts a helper that waits for the end of this one.
+void SocketListener::lookAfterPlace() {
+    if (listening_ && SteadyClock::now() >= lookAt_) {
+        lookAt_ = SteadyClock::now() + kLookInterval;
+        if (place_ && !isInPlace()) {
+            close();
+        }
+    }
+}
+
 /// Those who came before the socket was shut are served, and those who come later find nobody and start a new helper.
 void SocketListener::close() {
     const UniqueFd lock = place_ ? place_->tryLock() : UniqueFd();
@@ -184,10 +202,14 @@ void SocketListener::close() {
     }
 }
 
+bool SocketListener::isInPlace() const {
+    const std::optional<struct stat> there = place_ ? place_->entry() : std::nullopt;
+    return there && myEntry_ && isSame(*there, *myEntry_);
+}
+
 /// \return whether the socket that was at its place was this service's.
 bool SocketListener::removeSocket() const {
-    const std::optional<struct stat> there = place_ ? place_->entry() : std::nullopt;
-    const bool isMine = there && myEntry_ && isSame(*there, *myEntry_);
+    const bool isMine = isInPlace();
     if (isMine) {
         place_->remove();
     }

@@ -19,7 +19,8 @@ namespace kyb::helper {
 class SocketListener final : public Listener {
 public:
     struct Options {
-        /// The folder that plays "/", without a trailing slash; empty for "/" itself.
+        /// The folder that plays "/", without a trailing slash; empty for "/" itself. Leads to one and the same folder
+        /// all the time.
         std::string systemRoot;
 
         /// Whether a process of the user \p uid may have commands run.
@@ -46,6 +47,8 @@ private:
     void readClients(CommandQueue &commands);
     void admit(Client &client, CommandQueue &commands) const;
     bool isProgressFile(const std::string &path) const;
+    void lookAfterPlace();
+    bool isInPlace() const;
     bool removeSocket() const;
 
     const Options options_;
@@ -55,6 +58,7 @@ private:
     std::list<Client> clients_;
     std::set<uid_t> refusedUsers_;
     SteadyClock::time_point acceptAt_; ///< from when on clients are let in
+    SteadyClock::time_point lookAt_;   ///< when to look whether the socket lies at its place
 };
 
 /// Trusts root and the owner of the folder \p systemRoot (empty for "/").

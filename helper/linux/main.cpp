@@ -4,17 +4,19 @@
 #include "linux/SocketListener.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
 #include <optional>
 #include <poll.h>
 #include <string>
-#include <string_view>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
+#include <utility>
 
 using namespace kyb;
 using namespace kyb::helper;
@@ -22,30 +24,45 @@ using namespace std::chrono_literals;
 
 namespace {
 
+constexpr char kThisProgram[] = "/proc/self/exe";
 constexpr int kListeningFd = 3;
 constexpr int kMisplaced = 2;
 constexpr int kNotAlone = 3;
+
+// What a process has by default.
 constexpr rlim_t kDescriptors = 1024;
+constexpr rlim_t kStackBytes = rlim_t{8} << 20;
 
 /// What an earlier helper may need to end its command takes a part of it.
 constexpr auto kEarlierHelperTimeout = 30s;
 constexpr std::chrono::duration<int, std::milli> kEarlierHelperInterval = 5ms;
 
-/// The folder that plays "/": the one below which this program lies at its registered place.
-std::optional<std::string> systemRootOfThisProgram() {
-    std::array<char, PATH_MAX> target{};
-    const ssize_t length = readlink("/proc/self/exe", target.data(), target.size());
-    std::string program(target.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
-    constexpr std::string_view replaced =
-        " (deleted)"; // what the system adds when a newer file took the program's place
-    if (program.ends_with(replaced)) {
-        program.resize(program.size() - replaced.size());
-    }
+UniqueFd openFolder(const UniqueFd &folder, const char *name) {
+    return UniqueFd(openat(folder.get(), name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+/// Whether this program lies at its registered place below \p root. No link leads there: it might lead anywhere.
+bool isRegisteredBelow(const UniqueFd &root) {
+    const UniqueFd tools = openFolder(openFolder(root, "Library"), "PrivilegedHelperTools");
+    struct stat registered {};
+    struct stat running {};
+    return fstatat(tools.get(), kHelperLabel, &registered, AT_SYMLINK_NOFOLLOW) == 0 &&
+           stat(kThisProgram, &running) == 0 && registered.st_dev == running.st_dev &&
+           registered.st_ino == running.st_ino;
+}
+
+/// The folder that plays "/": the one below which this program lies at its registered place; none when it lies
+/// elsewhere. It is held from here on, for another folder may get its name.
+UniqueFd openRootOfThisProgram() {
+    std::error_code error;
+    const std::string program = std::filesystem::read_symlink(kThisProgram, error);
     const std::string place = std::string("/Library/PrivilegedHelperTools/") + kHelperLabel;
     if (!program.ends_with(place)) {
         return {};
     }
-    return program.substr(0, program.size() - place.size());
+    const std::string path = program.substr(0, program.size() - place.size()) + "/";
+    UniqueFd root(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return isRegisteredBelow(root) ? std::move(root) : UniqueFd();
 }
 
 /// Whether whoever started the program handed a listening socket to it. The client makes the socket, so that its
@@ -59,10 +76,14 @@ bool hasListeningSocket() {
 }
 
 void setLimit(__rlimit_resource_t resource, rlim_t wanted) {
-    rlimit limit{.rlim_cur = wanted, .rlim_max = RLIM_INFINITY};
-    if (setrlimit(resource, &limit) != 0 && getrlimit(resource, &limit) == 0) {
-        limit.rlim_cur = std::min(wanted, limit.rlim_max); // only root may raise what was lowered for good
-        setrlimit(resource, &limit);
+    rlimit before{};
+    if (getrlimit(resource, &before) != 0) {
+        return;
+    }
+    const rlimit lifted{.rlim_cur = wanted, .rlim_max = std::max(before.rlim_max, wanted)};
+    if (setrlimit(resource, &lifted) != 0) { // only root may raise what was lowered for good
+        const rlimit possible{.rlim_cur = std::min(wanted, before.rlim_max), .rlim_max = before.rlim_max};
+        setrlimit(resource, &possible);
     }
 }
 
@@ -73,26 +94,33 @@ UniqueFd succeedEarlierHelper(const std::string &systemRoot) {
     const std::optional<ServiceSocket> place = ServiceSocket::open(systemRoot, kHelperServiceName);
     const auto deadline = SteadyClock::now() + kEarlierHelperTimeout;
     UniqueFd lock;
+    bool isTold = false;
     while (place && !(lock = place->tryLockOfServer()) && errno == EWOULDBLOCK && SteadyClock::now() < deadline) {
+        if (!std::exchange(isTold, true)) {
+            logLine("Waits for an earlier helper tool to end.");
+        }
         poll(nullptr, 0, kEarlierHelperInterval.count());
     }
     return lock;
 }
 
-/// Takes back the limits that whoever started the first helper has set for himself, as far as the system allows.
+/// Takes back the limits that whoever started the first helper has set for himself, and his being nice, as far as the
+/// system allows.
 void liftLimits() {
     for (const auto resource : {RLIMIT_AS, RLIMIT_CPU, RLIMIT_DATA, RLIMIT_FSIZE, RLIMIT_NPROC}) {
         setLimit(resource, RLIM_INFINITY);
     }
     setLimit(RLIMIT_NOFILE, kDescriptors);
+    setLimit(RLIMIT_STACK, kStackBytes);
+    setpriority(PRIO_PROCESS, 0, 0);
 }
 
 } // namespace
 
 int main() {
     liftLimits();
-    const std::optional<std::string> systemRoot = systemRootOfThisProgram();
-    if (!systemRoot) {
+    const UniqueFd root = openRootOfThisProgram();
+    if (!root) {
         logLine("The helper tool does not lie at its registered place.");
         return kMisplaced;
     }
@@ -100,12 +128,13 @@ int main() {
         logLine("The helper tool is started on demand only, with a listening socket.");
         return kMisplaced;
     }
-    const UniqueFd lock = succeedEarlierHelper(*systemRoot);
+    const std::string systemRoot = "/proc/self/fd/" + std::to_string(root.get()); // whatever its name
+    SocketListener listener(UniqueFd(kListeningFd),
+                            {.systemRoot = systemRoot, .isTrusted = trustRootAndOwner(systemRoot)});
+    const UniqueFd lock = succeedEarlierHelper(systemRoot);
     if (!lock) {
         logLine("Another helper tool has not ended.");
         return kNotAlone;
     }
-    SocketListener listener(UniqueFd(kListeningFd),
-                            {.systemRoot = *systemRoot, .isTrusted = trustRootAndOwner(*systemRoot)});
     return serve(listener, {});
 }

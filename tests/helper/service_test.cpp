@@ -3,6 +3,7 @@
 #include "channel/ServiceSocket.h"
 #include "channel/channel_message.h"
 #include "channel/message_keys.h"
+#include "posix/spawn.h"
 #include "support/Program.h"
 #include "support/RootFolder.h"
 
@@ -139,6 +140,18 @@ protected:
         const RawClient client = connect();
         client.install(commandLine, root_.progressFile());
         return client.reply();
+    }
+
+    /// Whether a client of another user, which only root can become, is dropped and its command not run.
+    bool refuses(uid_t user) const {
+        const pid_t stranger = fork();
+        if (stranger == 0) {
+            const bool isSomebodyElse = setuid(user) == 0;
+            _exit(isSomebodyElse && run("touch " + root_.beside("ran").string()) == kDropped ? 0 : 1);
+        }
+        int status = -1;
+        waitpid(stranger, &status, 0);
+        return status == 0 && !fs::exists(root_.beside("ran"));
     }
 
     std::string log() const { return test::contentOf(root_.at("/var/log/service.log")); }
@@ -363,6 +376,40 @@ TEST_F(ServiceTest, RestsWhenItHasNoDescriptorForAClient) {
     EXPECT_EQ(client.reply(), "Command finished with status 5");
 }
 
+TEST_F(ServiceTest, LeavesTheOthersTheirTurnHoweverManyStrangersCome) {
+    int strangers = 0;
+    listenerOptions_.isTrusted = [&strangers](uid_t) {
+        ++strangers;
+        return false;
+    };
+    UniqueFd listening = socket_.listen();
+    ASSERT_EQ(listen(listening.get(), 300), 0);
+    SocketListener listener(std::move(listening), listenerOptions_);
+    listener.open();
+    std::vector<UniqueFd> waiting(300);
+    for (UniqueFd &connection : waiting) {
+        connection = socket_.connect();
+    }
+    CommandQueue commands(options_.commands);
+    listener.takeRequests(commands);
+    EXPECT_EQ(strangers, 128);
+    listener.takeRequests(commands);
+    listener.takeRequests(commands);
+    EXPECT_EQ(strangers, 300);
+}
+
+TEST_F(ServiceTest, DropsTheClientOfAFileThatGrowsBeyondTheLimitAndGoesOn) {
+    serve();
+    EXPECT_EQ(run("true"), kSuccess);
+    rlimit small{};
+    ASSERT_EQ(prlimit(process_, RLIMIT_FSIZE, nullptr, &small), 0);
+    small.rlim_cur = 64 << 10;
+    ASSERT_EQ(prlimit(process_, RLIMIT_FSIZE, &small, nullptr), 0);
+    EXPECT_EQ(install("yes line | head -c 200000"), kDropped);
+    EXPECT_NE(log().find("cannot be written"), std::string::npos);
+    EXPECT_EQ(run("kill -XFSZ $$"), "Command was ended by signal " + std::to_string(SIGXFSZ));
+}
+
 TEST_F(ServiceTest, TrustsTheOwnerOfTheFolderThatItBeganWith) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can give a folder away";
@@ -391,18 +438,9 @@ TEST_F(ServiceTest, SeesWhoTheClientReallyIs) {
     serve();
     fs::permissions(root_.path(), fs::perms(0755));
     EXPECT_EQ(run("true"), kSuccess);
-    if (geteuid() != 0) {
-        return;
+    if (geteuid() == 0) {
+        EXPECT_TRUE(refuses(65534));
     }
-    const pid_t stranger = fork();
-    if (stranger == 0) {
-        const bool isSomebodyElse = setuid(65534) == 0;
-        _exit(isSomebodyElse && run("touch " + root_.at("/ran")) == kDropped ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(stranger, &status, 0);
-    EXPECT_EQ(status, 0);
-    EXPECT_FALSE(fs::exists(root_.at("/ran")));
 }
 
 TEST_F(ServiceTest, EndsWithNothingToDo) {
@@ -443,6 +481,17 @@ TEST_F(ServiceTest, LeavesASocketThatIsNotItsOwn) {
     EXPECT_TRUE(socket_.entry());
 }
 
+TEST_F(ServiceTest, EndsSoonOnceItsSocketIsTakenAwayAndServesWhoCameBefore) {
+    options_.idle = 2h;
+    serve();
+    EXPECT_EQ(run("true"), kSuccess);
+    const RawClient before = connect();
+    socket_.remove();
+    before.request("exit 7");
+    EXPECT_EQ(before.reply(), "Command finished with status 7");
+    EXPECT_EQ(waitForEnd(), 0);
+}
+
 TEST_F(ServiceTest, EndsTheCommandAndDropsItsClientWhenAskedToEnd) {
     serve();
     const RawClient client = connect();
@@ -477,6 +526,56 @@ TEST_F(ServiceTest, EndsAtOnceWhenAskedWithNothingToDo) {
     EXPECT_EQ(run("true"), kSuccess);
     kill(process_, SIGTERM);
     EXPECT_EQ(waitForEnd(), 0);
+}
+
+/// The registered program, which waits for an earlier helper to end.
+class SecondHelper : public ServiceTest {
+protected:
+    SecondHelper() {
+        root_.registerHelper(KYB_HELPER_PROGRAM);
+        const UniqueFd listening = socket_.listen();
+        const UniqueFd errors(open(root_.at("/var/log/service.log").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+        process_ = *spawn({.arguments = {root_.helperFile()},
+                           .environment = {{"LISTEN_FDS=1"}},
+                           .descriptors = {kDevNull, kDevNull, errors.get(), listening.get()}});
+        waitUntil([this] { return log().find("Waits for an earlier helper") != std::string::npos; });
+    }
+
+    /// Gives the root folder another name. \return its path.
+    std::string moveRoot() const {
+        fs::rename(root_.path(), root_.beside("moved"));
+        return root_.beside("moved");
+    }
+
+    UniqueFd earlier_ = socket_.tryLockOfServer();
+};
+
+TEST_F(SecondHelper, TrustsTheOwnerOfTheFolderThatItWasStartedIn) {
+    moveRoot();
+    if (geteuid() == 0) {
+        fs::create_directory(root_.path());
+        ASSERT_EQ(chown(root_.path().c_str(), 4711, 4711), 0);
+    }
+    earlier_.reset();
+    EXPECT_EQ(run("true"), kSuccess);
+    if (geteuid() == 0) {
+        EXPECT_TRUE(refuses(4711));
+    }
+}
+
+TEST_F(SecondHelper, WritesTheProgressFileInTheFolderThatItWasStartedInWhateverItsName) {
+    earlier_.reset();
+    EXPECT_EQ(run("true"), kSuccess);
+    const std::string moved = moveRoot();
+    root_.clear(); // another folder of the old name
+    const RawClient mistaken = connect();
+    mistaken.install("echo line", root_.progressFile());
+    EXPECT_EQ(mistaken.reply(), kDropped);
+    const RawClient client = connect();
+    client.install("echo line", moved + kProgressMessageFile);
+    EXPECT_EQ(client.reply(), kSuccess);
+    EXPECT_EQ(test::contentOf(moved + kProgressMessageFile), "line\nInstallation_Done\n");
+    EXPECT_FALSE(fs::exists(root_.progressFile()));
 }
 
 /// What two readers of the file hear that look at its last two lines as the program does, `delay` after the request.

@@ -271,12 +271,19 @@ TEST_F(BadInput, AProgramWithoutStandardDescriptorsDoesItsWork) {
     EXPECT_EQ(root.installedVersion(), "1.0");
 }
 
+/// Whether the thread that the folder \p thread tells of does not take \p signal.
+bool blocks(const std::filesystem::path &thread, int signal) {
+    constexpr std::string_view kKey = "SigBlk:";
+    const std::string status = kyb::test::contentOf(thread / "status");
+    return (std::stoull(status.substr(status.find(kKey) + kKey.size()), nullptr, 16) >> (signal - 1) & 1U) != 0;
+}
+
 /// Sends \p signal to a thread that waits for nothing but the next task. NB: the thread sanitizer keeps a signal back
-/// as long as its thread is in system(), where the main thread is.
+/// as long as its thread is in system(), where the main thread is, and has a thread of its own that takes none.
 void signalAnotherThread(pid_t process, int signal) {
     for (const auto &thread : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
         const pid_t number = std::stoi(thread.path().filename());
-        if (number != process) {
+        if (number != process && !blocks(thread.path(), signal)) {
             syscall(SYS_tgkill, process, number, signal);
             return;
         }
@@ -300,9 +307,17 @@ TEST_F(BadInput, AQuitSignalEndsAProgramThatDoesNotAnswer) {
     EXPECT_EQ(process->wait(), -SIGTERM);
 }
 
+/// Whether what was lowered for good may be raised, which takes more than to be root.
+bool mayRaiseHardLimits() {
+    return kyb::test::runProgram({"/bin/sh", "-c", "ulimit -n 64; ulimit -n 65"}).status == 0;
+}
+
 TEST_F(BadInput, TheFirstCallersLimitsDoNotBindTheHelper) {
     putInstaller({"--version", "1.0", "--size", "12000000"});
     startedBy = {"/bin/sh", "-c", "ulimit -S -f 20000; ulimit -S -n 64; exec \"$@\"", "sh"}; // blocks of 512 bytes
+    if (mayRaiseHardLimits()) {
+        startedBy[2] = "ulimit -f 20000; ulimit -n 64; exec \"$@\"";
+    }
     EXPECT_EQ(run().status, 0);
     EXPECT_EQ(root.installedVersion(), "1.0");
 }
@@ -317,16 +332,35 @@ TEST_F(BadInput, WhoeverHasStoppedReadingDoesNotHoldUpTheInstallation) {
     EXPECT_EQ(root.installedVersion(), "1.0");
 }
 
+/// What an installer says that the helper starts: its limits and its nice value.
+constexpr char kTellingInstaller[] = "#!/bin/sh\nroot=${0%/usr/sbin/installer}\n"
+                                     "(ulimit -S -n; ulimit -S -s; ulimit -S -f; ulimit -S -t; ulimit -S -v; "
+                                     "ulimit -S -d) >\"$root/limits\"\nnice >\"$root/nice\"\n"
+                                     "echo 'installer: The install was successful.'\n";
+
 TEST_F(BadInput, TheHelperLiftsTheLimitsThatMayBeLifted) {
     putInstaller();
-    root.remove("/usr/sbin/installer");
-    root.putProgram("/usr/sbin/installer", "#!/bin/sh\nroot=${0%/usr/sbin/installer}\n"
-                                           "(ulimit -S -n; ulimit -S -f; ulimit -S -t; ulimit -S -v; ulimit -S -d)"
-                                           " >\"$root/limits\"\necho 'installer: The install was successful.'\n");
-    startedBy = {"/bin/sh", "-c", "ulimit -S -n 64 -f 4000000; ulimit -S -t 4000; ulimit -S -d 8000000; exec \"$@\"",
-                 "sh"};
+    root.putProgram("/usr/sbin/installer", kTellingInstaller);
+    const std::string kind = mayRaiseHardLimits() ? "" : "-S ";
+    // NB: of data a thousand terabytes, or no program with the thread sanitizer would start.
+    startedBy = {"/bin/sh", "-c", "", "sh"};
+    for (const char *limit : {"-n 64", "-s 2048", "-f 4000000", "-t 4000", "-d 1000000000000"}) {
+        startedBy[2] += "ulimit " + kind + limit + "; ";
+    }
+    startedBy[2] += "exec \"$@\"";
     EXPECT_EQ(run().status, 0);
-    EXPECT_EQ(root.read("/limits"), "1024\nunlimited\nunlimited\nunlimited\nunlimited\n");
+    EXPECT_EQ(root.read("/limits"), "1024\n8192\nunlimited\nunlimited\nunlimited\nunlimited\n");
+}
+
+TEST_F(BadInput, TheHelperOfRootIsNotNice) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can become less nice";
+    }
+    putInstaller();
+    root.putProgram("/usr/sbin/installer", kTellingInstaller);
+    startedBy = {"/usr/bin/nice", "-n", "7"};
+    EXPECT_EQ(run().status, 0);
+    EXPECT_EQ(root.read("/nice"), "0\n");
 }
 
 TEST_F(BadInput, ScreensThatCanBeShownAreAndTheProgramEndsWhenAsked) {

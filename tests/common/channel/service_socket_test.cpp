@@ -75,6 +75,19 @@ TEST(ServiceSocket, IsServedByOneOnlyWhoeverStartsOrEndsIt) {
     EXPECT_TRUE(socket->tryLockOfServer());
 }
 
+TEST(ServiceSocket, IsServedByOneOnlyAlthoughItsFolderIsCleared) {
+    const test::RootFolder root;
+    UniqueFd serving = ServiceSocket::open(root.path(), "x")->tryLockOfServer();
+    EXPECT_TRUE(serving);
+    for (const auto &entry : std::filesystem::directory_iterator(root.at("/var/run"))) {
+        std::filesystem::remove(entry);
+    }
+    EXPECT_FALSE(ServiceSocket::open(root.path(), "x")->tryLockOfServer());
+    EXPECT_EQ(errno, EWOULDBLOCK);
+    serving.reset();
+    EXPECT_TRUE(ServiceSocket::open(root.path(), "x")->tryLockOfServer());
+}
+
 TEST(ServiceSocket, IsNotLockedThroughALink) {
     const test::RootFolder root;
     std::ofstream(root.at("/victim")).put('\n');
