@@ -67,8 +67,8 @@ constexpr qsizetype kMaxParagraphRuns = 512;
 /// (as text), tables (a line for each row, a tab after each cell), the texts of links, which lead nowhere, and those of
 /// text boxes, as paragraphs where the boxes are anchored. Left out are pictures, objects, notes, headers, footers,
 /// entries of an index, hidden text and what a reviewer took out, which word processors keep in the file. Bytes are
-/// read in the code page of the document or of the font, whichever it is
-/// (`fromCodePage`); those that spell nothing there read as U+FFFD.
+/// read in the code page of the document or of the font, whichever it is (`fromCodePage`); those that spell nothing
+/// there read as U+FFFD.
 ///
 /// Never fails. Of a broken or truncated document it gives what can be read; bytes that do not begin with "{\rtf",
 /// behind a byte-order mark, blanks and line ends if there are any, give an empty document. Whatever the bytes, it
