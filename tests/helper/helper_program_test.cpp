@@ -33,6 +33,15 @@ TEST(HelperProgram, DoesNotRunFromAnotherPlace) {
     EXPECT_NE(ended.errors.find("does not lie at its registered place"), std::string::npos) << ended.errors;
 }
 
+TEST(HelperProgram, DoesNotRunOnceAnotherFileLiesAtItsPlace) {
+    const test::RootFolder root;
+    root.registerHelper(KYB_HELPER_PROGRAM);
+    const std::string file = "'" + root.helperFile() + "'";
+    const Ended ended = run("exec 9<" + file + "; rm " + file + "; cp /bin/true " + file + "; exec /proc/self/fd/9");
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_NE(ended.errors.find("does not lie at its registered place"), std::string::npos) << ended.errors;
+}
+
 TEST(HelperProgram, DoesNotRunWithoutAListeningSocket) {
     const test::RootFolder root;
     root.registerHelper(KYB_HELPER_PROGRAM);
