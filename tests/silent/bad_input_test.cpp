@@ -2,7 +2,6 @@
 
 #include <csignal>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -271,37 +270,17 @@ TEST_F(BadInput, AProgramWithoutStandardDescriptorsDoesItsWork) {
     EXPECT_EQ(root.installedVersion(), "1.0");
 }
 
-/// Whether the thread that the folder \p thread tells of does not take \p signal.
-bool blocks(const std::filesystem::path &thread, int signal) {
-    constexpr std::string_view kKey = "SigBlk:";
-    const std::string status = kyb::test::contentOf(thread / "status");
-    return (std::stoull(status.substr(status.find(kKey) + kKey.size()), nullptr, 16) >> (signal - 1) & 1U) != 0;
-}
-
-/// Sends \p signal to a thread that waits for nothing but the next task. NB: the thread sanitizer keeps a signal back
-/// as long as its thread is in system(), where the main thread is, and has a thread of its own that takes none.
-void signalAnotherThread(pid_t process, int signal) {
-    for (const auto &thread : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
-        const pid_t number = std::stoi(thread.path().filename());
-        if (number != process && !blocks(thread.path(), signal)) {
-            syscall(SYS_tgkill, process, number, signal);
-            return;
-        }
-    }
-}
-
 TEST_F(BadInput, AQuitSignalEndsAProgramThatDoesNotAnswer) {
+    if (kHasThreadSanitizer) {
+        GTEST_SKIP() << "it keeps a signal back as long as its thread is in system() or read(), where all are here";
+    }
     putInstaller();
     root.putProgram("/bin/chmod", "#!/bin/sh\nexec >/dev/null 2>&1\nroot=${0%/bin/chmod}\ntouch \"$root/asked\"\n"
                                   "while [ -e \"$root/asked\" ]; do sleep 0.05; done\n");
     environment["PATH"] = root.at("/bin:") + environment["PATH"];
     const auto process = start();
     waitUntil([this] { return root.exists("/asked"); });
-    if (kHasThreadSanitizer) {
-        signalAnotherThread(process->id(), SIGTERM);
-    } else {
-        process->sendSignal(SIGTERM);
-    }
+    process->sendSignal(SIGTERM);
     waitUntil([&process] { return kyb::test::stateOf(process->id()) == 'Z'; });
     root.remove("/asked");
     EXPECT_EQ(process->wait(), -SIGTERM);
