@@ -178,6 +178,8 @@ void CommandQueue::end(Run &run, std::string reply, const std::string &failure) 
         run.report->succeed();
     } else if (run.report) {
         reply += ": " + run.report->fail(failure);
+        const std::string error = run.report->untoldError();
+        reply += error.empty() ? "" : " (" + error + ")";
     }
     logLine(reply);
     if (run.report && run.request.answer && !run.report->isLost()) {

@@ -18,9 +18,9 @@ struct CommandLimits {
     std::chrono::milliseconds silence = std::chrono::hours(2);     ///< no output for so long: the command has failed
     std::chrono::milliseconds killGrace = std::chrono::seconds(5); ///< from SIGTERM to SIGKILL
 
-    // How long a finished progress file is looked after. Its reader looks some 16 times a second; one that is stopped
-    // meanwhile must still meet the failure before the end.
-    std::chrono::milliseconds successHold = std::chrono::seconds(1);
+    // How long a finished progress file is looked after. Its reader looks some 16 times a second, but sleeps once for
+    // two seconds when it finds no file; one that is stopped meanwhile must still meet the failure before the end.
+    std::chrono::milliseconds successHold = std::chrono::seconds(3);
     std::chrono::milliseconds failureHold = std::chrono::seconds(10);
     std::chrono::milliseconds lookInterval = std::chrono::milliseconds(100); ///< from look to look
 };

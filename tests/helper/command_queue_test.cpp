@@ -140,7 +140,7 @@ TEST_F(CommandQueueTest, HoldsAFailureBeforeTheLastLine) {
 }
 
 TEST_F(CommandQueueTest, TheRealHoldsAreLongEnoughForAReaderThatIsStopped) {
-    EXPECT_EQ(CommandLimits().successHold, 1s);
+    EXPECT_EQ(CommandLimits().successHold, 3s) << "the program sleeps for two seconds when it finds no file";
     EXPECT_EQ(CommandLimits().failureHold, 10s);
     EXPECT_EQ(CommandLimits().lookInterval, 100ms);
 }
@@ -227,7 +227,7 @@ TEST_F(CommandQueueTest, RefusesASecondInstallation) {
 }
 
 TEST_F(CommandQueueTest, RefusesAFileThatCannotBeMade) {
-    fs::create_directory(root_.progressFile());
+    fs::create_directories(root_.progressFile() + "/full");
     add("touch " + root_.at("/ran"), Progress::Wanted);
     workToEnd();
     EXPECT_EQ(answers_[0], Answers{"dropped"});
@@ -240,7 +240,7 @@ TEST_F(CommandQueueTest, GoesOnInANewFileWhenTheFirstIsRemoved) {
 }
 
 TEST_F(CommandQueueTest, DropsTheClientAndGoesOnWhenTheFileCannotBeMadeAnew) {
-    add("rm " + root_.progressFile() + "; mkdir " + root_.progressFile() + "; echo x; sleep 0.1; touch " +
+    add("rm " + root_.progressFile() + "; mkdir -p " + root_.progressFile() + "/full; echo x; sleep 0.1; touch " +
             root_.at("/ran"),
         Progress::Wanted);
     workToEnd();
@@ -264,6 +264,15 @@ TEST_P(FinishedFile, IsPutBackWhenItIsTakenAway) {
     workUntil([this] { return content().ends_with(GetParam().lastLinesHeld); });
     fs::remove(root_.progressFile());
     workUntil([this] { return fs::exists(root_.progressFile()); });
+    EXPECT_EQ(content(), GetParam().lastLinesHeld);
+}
+
+TEST_P(FinishedFile, IsPutBackWhenItIsEmptied) {
+    queue_ = CommandQueue({.successHold = 1h, .failureHold = 1h, .lookInterval = 1ms});
+    add("echo line; " + GetParam().commandLine, Progress::Wanted);
+    workUntil([this] { return content().ends_with(GetParam().lastLinesHeld); });
+    fs::resize_file(root_.progressFile(), 0);
+    workUntil([this] { return !content().empty(); });
     EXPECT_EQ(content(), GetParam().lastLinesHeld);
 }
 
@@ -311,6 +320,13 @@ TEST_F(CommandQueueTest, AFailureIsToldInTheReply) {
     run("echo 'installer: Error - no room.'; exit 4");
     EXPECT_EQ(answers_[0], Answers{"Command finished with status 4: installer: The install failed (exit status 4: no "
                                    "room.)"});
+}
+
+TEST_F(CommandQueueTest, TheReplyTellsTheInstallersErrorBesideAFailureTextOfItsOwn) {
+    const std::string own = "installer: The install failed (own)";
+    run("echo 'installer: Error - no room.'; echo '" + own + "'; exit 4");
+    EXPECT_EQ(answers_[0], Answers{"Command finished with status 4: " + own + " (no room.)"});
+    EXPECT_EQ(content(), "installer: Error - no room.\n" + own + "\n" + kDone);
 }
 
 TEST_F(CommandQueueTest, EndsAHeldFailureWhenItIsToldToEnd) {

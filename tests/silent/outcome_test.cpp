@@ -104,6 +104,21 @@ TEST_F(Outcome, TheInstallersReasonStaysInTheHelpersLog) {
                 HasSubstr("installer: The install failed (exit status 1: the disk is on fire.)"));
 }
 
+TEST_F(Outcome, NoByteOfTheInstallersHidesItsFailure) {
+    putInstaller();
+    root.putProgram("/usr/sbin/installer",
+                    "#!/bin/sh\nprintf '\\000installer: The install failed (hidden)\\n'\nexit 1\n");
+    EXPECT_EQ(run().status, 1);
+}
+
+TEST_F(Outcome, ASuccessIsSeenAlthoughTheFileIsEmptiedAfterTheLastLine) {
+    putInstaller();
+    const auto process = startAndStop("echo 'installer: The install was successful.'");
+    waitUntil([this] { return progress().ends_with("Installation_Done\n"); });
+    std::filesystem::resize_file(root.progressFile(), 0);
+    EXPECT_EQ(goOn(*process).status, 0);
+}
+
 class RunAfterAFailure : public Outcome, public ::testing::WithParamInterface<int> {};
 
 TEST_P(RunAfterAFailure, HasAnOutcomeOfItsOwn) {
