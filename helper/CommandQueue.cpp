@@ -51,22 +51,41 @@ void CommandQueue::add(CommandRequest request) {
         request.answer({});
         return;
     }
-    Run run;
-    if (request.progressFilePath) {
-        giveUpHeld();
-        std::optional<ProgressFile> file = ProgressFile::create(*request.progressFilePath);
-        if (!file) {
-            logLine("Refused, for the progress file cannot be made: " + request.commandLine);
-            request.answer({});
-            return;
-        }
-        run.report.emplace(std::move(*file));
+    runs_.emplace_back();
+    runs_.back().request = std::move(request);
+    makeFile(runs_.back());
+}
+
+bool CommandQueue::lacksFile(const Run &run) {
+    return run.stage == Stage::Waiting && run.request.progressFilePath && !run.report;
+}
+
+void CommandQueue::makeFile(Run &run) {
+    if (!lacksFile(run)) {
+        return;
     }
-    run.request = std::move(request);
-    runs_.push_back(std::move(run));
+    run.deadline = held_ ? held_->shownUntil : kAtOnce;
+    if (SteadyClock::now() < run.deadline) {
+        return;
+    }
+    giveUpHeld();
+    if (std::optional<ProgressFile> file = ProgressFile::create(*run.request.progressFilePath)) {
+        run.report.emplace(std::move(*file));
+        if (run.request.fileIsMade) {
+            run.request.fileIsMade();
+        }
+    } else {
+        logLine("Refused, for the progress file cannot be made: " + run.request.commandLine);
+        run.request.answer({});
+        run.request = {};
+        run.stage = Stage::Ended;
+    }
 }
 
 void CommandQueue::work() {
+    for (Run &run : runs_) {
+        makeFile(run);
+    }
     while (!runs_.empty() && advance(runs_.front()) == Step::GoesOn) {
     }
     lookAfterHeld();
@@ -99,7 +118,7 @@ CommandQueue::Step CommandQueue::advance(Run &run) {
     if (run.command != nullptr) {
         follow(run);
     }
-    if (SteadyClock::now() < run.deadline) {
+    if (SteadyClock::now() < run.deadline || lacksFile(run)) {
         return Step::Waits;
     }
     switch (run.stage) {
@@ -196,6 +215,7 @@ void CommandQueue::hold(Run &run, const std::string &reply, bool hasFailed) {
     held_.emplace(HeldRun{.run = std::move(run),
                           .reply = reply,
                           .hasFailed = hasFailed,
+                          .shownUntil = hasFailed ? kAtOnce : now + limits_.successShow,
                           .until = now + (hasFailed ? limits_.failureHold : limits_.successHold),
                           .nextLook = now + limits_.lookInterval});
     run.stage = Stage::Ended; // what was moved is as good as gone

@@ -27,12 +27,12 @@ void sendReply(const UniqueFd &connection, const std::string &reply) {
 }
 
 /// Answers the client at \p connection and lets go of it; without a reply it sees an interruption.
-auto answerOn(std::shared_ptr<UniqueFd> connection) {
-    return [connection = std::move(connection)](const std::optional<std::string> &reply) {
+auto answerOn(std::shared_ptr<Client> client) {
+    return [client = std::move(client)](const std::optional<std::string> &reply) {
+        const UniqueFd connection = client->takeConnection();
         if (reply) {
-            sendReply(*connection, *reply);
+            sendReply(connection, *reply);
         }
-        connection->reset();
     };
 }
 
@@ -145,12 +145,14 @@ void SocketListener::admit(Client &client, CommandQueue &commands) const {
         }
         request->progressFilePath = options_.systemRoot + kProgressMessageFile;
     }
-    auto connection = std::make_shared<UniqueFd>();
-    request->answer = answerOn(connection);
-    // The progress file is made before the client can see its request taken, and refused before the client is let go.
+    const auto admitted = std::make_shared<Client>(std::move(client));
+    request->answer = answerOn(admitted);
+    if (request->progressFilePath) { // NB: the client must not see its request taken before its file is made
+        request->fileIsMade = [admitted] { admitted->takeLastByte(); };
+    } else {
+        admitted->takeLastByte();
+    }
     commands.add(std::move(*request));
-    client.takeLastByte();
-    *connection = client.takeConnection();
 }
 
 /// Whether \p path is the one file's. The client may know the folder that plays "/" by another name, through a link.

@@ -49,6 +49,7 @@ protected:
             answers_[number].push_back(reply.value_or("dropped"));
             order_.push_back(number);
         };
+        request.fileIsMade = [this, number] { fileIsMade_.push_back(number); };
         queue_.add(std::move(request));
     }
 
@@ -86,6 +87,7 @@ protected:
     test::RootFolder root_;
     std::vector<Answers> answers_;
     std::vector<std::size_t> order_;
+    std::vector<std::size_t> fileIsMade_;
     CommandQueue queue_{kLimits};
 };
 
@@ -167,13 +169,54 @@ TEST_F(CommandQueueTest, AHeldFailureMakesWayForTheNextInstallation) {
 }
 
 TEST_F(CommandQueueTest, AHeldSuccessMakesWayForTheNextInstallation) {
-    queue_ = CommandQueue({.successHold = 1h, .failureHold = 1ms, .lookInterval = 1ms});
+    queue_ = CommandQueue({.successHold = 1h, .failureHold = 1ms, .successShow = 0ms, .lookInterval = 1ms});
     add("echo one", Progress::Wanted);
     workUntil([this] { return content().ends_with(kDone); });
     add("exit 3", Progress::Wanted);
     EXPECT_EQ(answers_[0], Answers{"Command finished with status 0"});
     workToEnd();
     EXPECT_EQ(content(), "installer: The install failed (exit status 3)\n" + std::string(kDone));
+}
+
+TEST_F(CommandQueueTest, AYoungSuccessIsPutBackAndShownBeforeItMakesWay) {
+    queue_ = CommandQueue({.successHold = 1h, .failureHold = 1ms, .successShow = 1s, .lookInterval = 1ms});
+    SteadyClock::time_point before;
+    add("echo one", Progress::Wanted);
+    workUntil([&] {
+        before = content().empty() ? SteadyClock::now() : before;
+        return content().ends_with(kDone);
+    });
+    fs::remove(root_.progressFile()); // as the next client does
+    add("exit 3", Progress::Wanted);
+    EXPECT_FALSE(fs::exists(root_.progressFile()));
+    workUntil([this] { return content() == kDone || !answers_[0].empty(); });
+    EXPECT_EQ(answers_[0], Answers()) << "it made way at once";
+    EXPECT_EQ(fileIsMade_, std::vector<std::size_t>{0});
+    workUntil([this] { return !answers_[0].empty(); });
+    EXPECT_GE(SteadyClock::now(), before + 1s);
+    EXPECT_EQ(answers_[0], Answers{"Command finished with status 0"});
+    EXPECT_EQ(fileIsMade_, (std::vector<std::size_t>{0, 1}));
+    workToEnd();
+    EXPECT_EQ(content(), "installer: The install failed (exit status 3)\n" + std::string(kDone));
+}
+
+TEST_F(CommandQueueTest, ARequestThatWaitsForAYoungSuccessIsTheOnlyOne) {
+    queue_ = CommandQueue({.successHold = 1h, .successShow = 1h, .lookInterval = 1ms});
+    add("true", Progress::Wanted);
+    workUntil([this] { return content().ends_with(kDone); });
+    add("touch " + root_.at("/ran"), Progress::Wanted);
+    add("true", Progress::Wanted);
+    EXPECT_EQ(answers_[2], Answers{"dropped"});
+    queue_.endAll();
+    workToEnd();
+    EXPECT_EQ(answers_[0], Answers{"Command finished with status 0"});
+    EXPECT_EQ(answers_[1], Answers{"dropped"});
+    EXPECT_FALSE(fs::exists(root_.at("/ran")));
+}
+
+TEST_F(CommandQueueTest, TheRealShowIsLongEnoughForAReaderAndShortEnoughForTheNext) {
+    EXPECT_GE(CommandLimits().successShow, 2 * CommandLimits().lookInterval + 2 * 110ms);
+    EXPECT_LE(CommandLimits().successShow, 1s) << "the next client waits for its file for two";
 }
 
 TEST_F(CommandQueueTest, EndsACommandThatIsSilentForTooLong) {
