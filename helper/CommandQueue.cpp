@@ -234,8 +234,31 @@ void CommandQueue::lookAfterHeld() {
     }
     held_->wasMissed = isMissed && !held_->wasMissed;
     held_->nextLook = now + limits_.lookInterval;
-    if (!held_->run.request.answer || (now >= held_->until && !isMissed)) {
+    const bool isDropped = !held_->run.request.answer && !held_->isAnswered;
+    if (isDropped || (!isMissed && isOver(*held_))) {
         concludeHeld();
+    }
+}
+
+/// Whether nobody is left who could miss the failure for the last line. The client leaves when it gets the reply.
+bool CommandQueue::isOver(HeldRun &held) const {
+    const auto now = SteadyClock::now();
+    const CommandRequest &request = held.run.request;
+    if (now < held.until) {
+        return false;
+    }
+    if (!held.hasFailed || !request.isConnected || !request.isConnected() || now >= held.until + limits_.departure) {
+        return true;
+    }
+    answer(held);
+    return false;
+}
+
+void CommandQueue::answer(HeldRun &held) {
+    if (!held.isAnswered) {
+        held.run.request.answer(held.reply);
+        held.run.request.answer = nullptr;
+        held.isAnswered = true;
     }
 }
 

@@ -23,6 +23,9 @@ struct CommandLimits {
     std::chrono::milliseconds successHold = std::chrono::seconds(3);
     std::chrono::milliseconds failureHold = std::chrono::seconds(10);
 
+    // A client that is still there after the reply to a failure may be stopped between its looks at the last two lines.
+    std::chrono::milliseconds departure = std::chrono::hours(1); ///< how long its going is waited for
+
     // How old a success must be to make way for the next installation, whose program took the file away before it
     // asked: the file is put back within 200 ms, and a reader that had not looked yet does so some 110 ms later, or
     // more on a busy machine. The next program waits for its own file twice as long.
@@ -42,6 +45,9 @@ struct CommandRequest {
 
     /// Called when the progress file exists, before `answer`; may be empty.
     std::function<void()> fileIsMade = {};
+
+    /// Whether the client is still there, also after the reply; may be empty when that is not known.
+    std::function<bool()> isConnected = {};
 };
 
 /// Runs the commands, one at a time, in the order in which they were added. Never waits: whoever owns it polls
@@ -98,6 +104,7 @@ private:
         Run run;
         std::string reply;
         bool hasFailed = false;
+        bool isAnswered = false;
         SteadyClock::time_point shownUntil; ///< it does not make way before
         SteadyClock::time_point until;
         SteadyClock::time_point nextLook;
@@ -121,6 +128,8 @@ private:
     void hold(Run &run, const std::string &reply, bool hasFailed);
     void lookAfterHeld();
     static void putBack(HeldRun &held);
+    bool isOver(HeldRun &held) const;
+    static void answer(HeldRun &held);
     void concludeHeld();
     void giveUpHeld();
 

@@ -18,20 +18,22 @@ constexpr std::size_t kMaxClients = 32;
 /// How long nobody is let in after the system had no descriptor for a client.
 constexpr std::chrono::milliseconds kAcceptPause(100);
 
-/// Sends \p reply as a client's one answer. A client that is gone does not get it.
-void sendReply(const UniqueFd &connection, const std::string &reply) {
+/// Sends \p reply as a client's one answer. A client that is gone does not get it; when one goes can be seen still.
+void sendReply(int connection, const std::string &reply) {
     if (const std::optional<std::string> frame = encodeFrame({{kReplyKey, reply}})) {
         [[maybe_unused]] const ssize_t ignored =
-            send(connection.get(), frame->data(), frame->size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+            send(connection, frame->data(), frame->size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     }
+    shutdown(connection, SHUT_WR);
 }
 
-/// Answers the client at \p connection and lets go of it; without a reply it sees an interruption.
+/// Answers \p client, who without a reply is let go and sees an interruption.
 auto answerOn(std::shared_ptr<Client> client) {
     return [client = std::move(client)](const std::optional<std::string> &reply) {
-        const UniqueFd connection = client->takeConnection();
         if (reply) {
-            sendReply(connection, *reply);
+            sendReply(client->fd(), *reply);
+        } else {
+            client->leave();
         }
     };
 }
@@ -147,6 +149,7 @@ void SocketListener::admit(Client &client, CommandQueue &commands) const {
     }
     const auto admitted = std::make_shared<Client>(std::move(client));
     request->answer = answerOn(admitted);
+    request->isConnected = [admitted] { return admitted->isConnected(); };
     if (request->progressFilePath) { // NB: the client must not see its request taken before its file is made
         request->fileIsMade = [admitted] { admitted->takeLastByte(); };
     } else {

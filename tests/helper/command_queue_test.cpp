@@ -49,6 +49,7 @@ protected:
             answers_[number].push_back(reply.value_or("dropped"));
             order_.push_back(number);
         };
+        request.isConnected = [this] { return clientsStay_; };
         request.fileIsMade = [this, number] { fileIsMade_.push_back(number); };
         queue_.add(std::move(request));
     }
@@ -88,6 +89,7 @@ protected:
     std::vector<Answers> answers_;
     std::vector<std::size_t> order_;
     std::vector<std::size_t> fileIsMade_;
+    bool clientsStay_ = false; ///< after their replies
     CommandQueue queue_{kLimits};
 };
 
@@ -139,6 +141,42 @@ TEST_F(CommandQueueTest, HoldsAFailureBeforeTheLastLine) {
     }
     EXPECT_GE(SteadyClock::now(), before + 1s);
     EXPECT_EQ(content(), "installer: The install failed (exit status 3)\n" + std::string(kDone));
+}
+
+TEST_F(CommandQueueTest, EndsAFailureWhenItsClientHasGone) {
+    clientsStay_ = true;
+    add("exit 3", Progress::Wanted);
+    workUntil([this] { return !answers_[0].empty(); });
+    for (int look = 0; look < 50; ++look) {
+        usleep(2000);
+        queue_.work();
+        ASSERT_TRUE(content().ends_with(kBegunDone));
+    }
+    clientsStay_ = false;
+    workToEnd();
+    EXPECT_TRUE(content().ends_with(kDone));
+    EXPECT_EQ(answers_[0].size(), 1U);
+}
+
+TEST_F(CommandQueueTest, EndsAFailureWhoseClientStaysForVeryLong) {
+    queue_ = CommandQueue({.failureHold = 1ms, .departure = 50ms, .lookInterval = 1ms});
+    EXPECT_EQ(CommandLimits().departure, 1h);
+    clientsStay_ = true;
+    add("exit 3", Progress::Wanted);
+    workToEnd();
+    EXPECT_TRUE(content().ends_with(kDone));
+    EXPECT_EQ(answers_[0].size(), 1U);
+}
+
+TEST_F(CommandQueueTest, AFailureWhoseClientStaysMakesWay) {
+    clientsStay_ = true;
+    add("exit 3", Progress::Wanted);
+    workUntil([this] { return !answers_[0].empty(); });
+    add("echo next", Progress::Wanted);
+    EXPECT_EQ(content(), "");
+    workToEnd();
+    EXPECT_EQ(content(), "next\n" + std::string(kDone));
+    EXPECT_EQ(answers_[0].size(), 1U);
 }
 
 TEST_F(CommandQueueTest, TheRealHoldsAreLongEnoughForAReaderThatIsStopped) {

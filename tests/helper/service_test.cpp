@@ -284,6 +284,17 @@ TEST_F(ServiceTest, TakesNoRequestBeforeAYoungSuccessHasMadeWay) {
     std::ofstream(root_.at("/go")).put('\n');
 }
 
+TEST_F(ServiceTest, EndsAFailureWhenItsClientHasGone) {
+    serve();
+    RawClient client = connect();
+    client.install("exit 3", root_.progressFile());
+    EXPECT_NE(client.reply(), kDropped);
+    std::this_thread::sleep_for(100ms);
+    EXPECT_TRUE(test::contentOf(root_.progressFile()).ends_with("\nInstallation_"));
+    client.leave();
+    waitUntil([this] { return test::contentOf(root_.progressFile()).ends_with("\nInstallation_Done\n"); });
+}
+
 TEST_F(ServiceTest, DropsNonsense) {
     serve();
     const std::string request = encodeFrame({{kCommandKey, "touch " + root_.at("/ran")}})->substr(kFrameHeaderBytes);
