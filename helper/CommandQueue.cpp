@@ -51,22 +51,41 @@ void CommandQueue::add(CommandRequest request) {
         request.answer({});
         return;
     }
-    Run run;
-    if (request.progressFilePath) {
-        giveUpHeld();
-        std::optional<ProgressFile> file = ProgressFile::create(*request.progressFilePath);
-        if (!file) {
-            logLine("Refused, for the progress file cannot be made: " + request.commandLine);
-            request.answer({});
-            return;
-        }
-        run.report.emplace(std::move(*file));
+    runs_.emplace_back();
+    runs_.back().request = std::move(request);
+    makeFile(runs_.back());
+}
+
+bool CommandQueue::lacksFile(const Run &run) {
+    return run.stage == Stage::Waiting && run.request.progressFilePath && !run.report;
+}
+
+void CommandQueue::makeFile(Run &run) {
+    if (!lacksFile(run)) {
+        return;
     }
-    run.request = std::move(request);
-    runs_.push_back(std::move(run));
+    run.deadline = held_ ? held_->shownUntil : kAtOnce;
+    if (SteadyClock::now() < run.deadline) {
+        return;
+    }
+    giveUpHeld();
+    if (std::optional<ProgressFile> file = ProgressFile::create(*run.request.progressFilePath)) {
+        run.report.emplace(std::move(*file));
+        if (run.request.fileIsMade) {
+            run.request.fileIsMade();
+        }
+    } else {
+        logLine("Refused, for the progress file cannot be made: " + run.request.commandLine);
+        run.request.answer({});
+        run.request = {};
+        run.stage = Stage::Ended;
+    }
 }
 
 void CommandQueue::work() {
+    for (Run &run : runs_) {
+        makeFile(run);
+    }
     while (!runs_.empty() && advance(runs_.front()) == Step::GoesOn) {
     }
     lookAfterHeld();
@@ -99,7 +118,7 @@ CommandQueue::Step CommandQueue::advance(Run &run) {
     if (run.command != nullptr) {
         follow(run);
     }
-    if (SteadyClock::now() < run.deadline) {
+    if (SteadyClock::now() < run.deadline || lacksFile(run)) {
         return Step::Waits;
     }
     switch (run.stage) {
@@ -178,6 +197,8 @@ void CommandQueue::end(Run &run, std::string reply, const std::string &failure) 
         run.report->succeed();
     } else if (run.report) {
         reply += ": " + run.report->fail(failure);
+        const std::string error = run.report->untoldError();
+        reply += error.empty() ? "" : " (" + error + ")";
     }
     logLine(reply);
     if (run.report && run.request.answer && !run.report->isLost()) {
@@ -194,6 +215,7 @@ void CommandQueue::hold(Run &run, const std::string &reply, bool hasFailed) {
     held_.emplace(HeldRun{.run = std::move(run),
                           .reply = reply,
                           .hasFailed = hasFailed,
+                          .shownUntil = hasFailed ? kAtOnce : now + limits_.successShow,
                           .until = now + (hasFailed ? limits_.failureHold : limits_.successHold),
                           .nextLook = now + limits_.lookInterval});
     run.stage = Stage::Ended; // what was moved is as good as gone
@@ -212,8 +234,31 @@ void CommandQueue::lookAfterHeld() {
     }
     held_->wasMissed = isMissed && !held_->wasMissed;
     held_->nextLook = now + limits_.lookInterval;
-    if (!held_->run.request.answer || (now >= held_->until && !isMissed)) {
+    const bool isDropped = !held_->run.request.answer && !held_->isAnswered;
+    if (isDropped || (!isMissed && isOver(*held_))) {
         concludeHeld();
+    }
+}
+
+/// Whether nobody is left who could miss the failure for the last line. The client leaves when it gets the reply.
+bool CommandQueue::isOver(HeldRun &held) const {
+    const auto now = SteadyClock::now();
+    const CommandRequest &request = held.run.request;
+    if (now < held.until) {
+        return false;
+    }
+    if (!held.hasFailed || !request.isConnected || !request.isConnected() || now >= held.until + limits_.departure) {
+        return true;
+    }
+    answer(held);
+    return false;
+}
+
+void CommandQueue::answer(HeldRun &held) {
+    if (!held.isAnswered) {
+        held.run.request.answer(held.reply);
+        held.run.request.answer = nullptr;
+        held.isAnswered = true;
     }
 }
 

@@ -18,10 +18,18 @@ struct CommandLimits {
     std::chrono::milliseconds silence = std::chrono::hours(2);     ///< no output for so long: the command has failed
     std::chrono::milliseconds killGrace = std::chrono::seconds(5); ///< from SIGTERM to SIGKILL
 
-    // How long a finished progress file is looked after. Its reader looks some 16 times a second; one that is stopped
-    // meanwhile must still meet the failure before the end.
-    std::chrono::milliseconds successHold = std::chrono::seconds(1);
+    // How long a finished progress file is looked after. Its reader looks some 16 times a second, but sleeps once for
+    // two seconds when it finds no file; one that is stopped meanwhile must still meet the failure before the end.
+    std::chrono::milliseconds successHold = std::chrono::seconds(3);
     std::chrono::milliseconds failureHold = std::chrono::seconds(10);
+
+    // A client that is still there after the reply to a failure may be stopped between its looks at the last two lines.
+    std::chrono::milliseconds departure = std::chrono::hours(1); ///< how long its going is waited for
+
+    // How old a success must be to make way for the next installation, whose program took the file away before it
+    // asked: the file is put back within 200 ms, and a reader that had not looked yet does so some 110 ms later, or
+    // more on a busy machine. The next program waits for its own file twice as long.
+    std::chrono::milliseconds successShow = std::chrono::seconds(1);
     std::chrono::milliseconds lookInterval = std::chrono::milliseconds(100); ///< from look to look
 };
 
@@ -34,6 +42,12 @@ struct CommandRequest {
 
     /// Called once: with the reply when the command has ended, or with nothing when the client is to be dropped.
     std::function<void(const std::optional<std::string> &reply)> answer;
+
+    /// Called when the progress file exists, before `answer`; may be empty.
+    std::function<void()> fileIsMade = {};
+
+    /// Whether the client is still there, also after the reply; may be empty when that is not known.
+    std::function<bool()> isConnected = {};
 };
 
 /// Runs the commands, one at a time, in the order in which they were added. Never waits: whoever owns it polls
@@ -42,9 +56,9 @@ class CommandQueue {
 public:
     explicit CommandQueue(CommandLimits limits) : limits_(limits) {}
 
-    /// Adds a command. Its progress file exists when this returns. A second request for the file before the command of
-    /// a first has ended, or one whose file cannot be made, is answered with nothing at once. A file that is only
-    /// looked after still is given up for the new one.
+    /// Adds a command. Its progress file exists when this returns, unless a success is too young to make way for it. A
+    /// second request for the file before the command of a first has ended, or one whose file cannot be made, is
+    /// answered with nothing. A file that is only looked after still is given up for the new one.
     void add(CommandRequest request);
 
     /// Takes the commands as far as they go now.
@@ -69,7 +83,7 @@ private:
 
     /// A run's life, and what its deadline is meanwhile.
     enum class Stage {
-        Waiting, ///< for its turn; at once when that has come
+        Waiting, ///< for its turn; when it may have its progress file, at once when it has it or wants none
         Running, ///< when it has been silent for too long
         Ending,  ///< SIGTERM was sent; when to look whether nothing of it is left
         Ended,   ///< at once
@@ -90,6 +104,8 @@ private:
         Run run;
         std::string reply;
         bool hasFailed = false;
+        bool isAnswered = false;
+        SteadyClock::time_point shownUntil; ///< it does not make way before
         SteadyClock::time_point until;
         SteadyClock::time_point nextLook;
         bool wasMissed = false; ///< whether the file was not in its place at the last look
@@ -97,6 +113,8 @@ private:
     };
 
     bool isRefused(const CommandRequest &request) const;
+    static bool lacksFile(const Run &run);
+    void makeFile(Run &run);
     enum class Step { Waits, GoesOn };
     Step advance(Run &run);
     void start(Run &run);
@@ -110,6 +128,8 @@ private:
     void hold(Run &run, const std::string &reply, bool hasFailed);
     void lookAfterHeld();
     static void putBack(HeldRun &held);
+    bool isOver(HeldRun &held) const;
+    static void answer(HeldRun &held);
     void concludeHeld();
     void giveUpHeld();
 

@@ -11,6 +11,12 @@ namespace {
 
 constexpr int kAttempts = 10; // others may put something into the place between the two steps, but not for ever
 
+/// Takes away what lies at \p name: anything but a folder that is not empty. \return whether nothing is left there.
+bool clear(const UniqueFd &folder, const char *name) {
+    return unlinkat(folder.get(), name, 0) == 0 || errno == ENOENT || unlinkat(folder.get(), name, AT_REMOVEDIR) == 0 ||
+           errno == ENOENT;
+}
+
 } // namespace
 
 std::optional<ProgressFile> ProgressFile::create(const std::string &path) {
@@ -27,12 +33,13 @@ bool ProgressFile::make() {
     // NB: only the folder itself must not be a link; "/var", above it, is one on macOS.
     const UniqueFd folder(open(path_.substr(0, slash).c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     for (int attempt = 0; folder && attempt < kAttempts; ++attempt) {
-        if (unlinkat(folder.get(), name.c_str(), 0) != 0 && errno != ENOENT) {
+        if (!clear(folder, name.c_str())) {
             return false;
         }
         file_ = UniqueFd(
             openat(folder.get(), name.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644));
         if (file_ || errno != EEXIST) {
+            writtenBytes_ = 0;
             return static_cast<bool>(file_);
         }
     }
@@ -43,11 +50,16 @@ bool ProgressFile::isInPlace() const {
     struct stat mine {};
     struct stat there {};
     return fstat(file_.get(), &mine) == 0 && lstat(path_.c_str(), &there) == 0 && mine.st_dev == there.st_dev &&
-           mine.st_ino == there.st_ino;
+           mine.st_ino == there.st_ino && there.st_size == writtenBytes_;
 }
 
-bool ProgressFile::append(std::string_view text) {
-    return (isInPlace() || make()) && writeAll(file_.get(), text);
+bool ProgressFile::append(std::string_view text, std::string_view textOfNewFile) {
+    return isInPlace() ? write(text) : isLeftToOthers_ || (make() && write(textOfNewFile));
+}
+
+bool ProgressFile::write(std::string_view text) {
+    writtenBytes_ += static_cast<off_t>(text.size());
+    return writeAll(file_.get(), text);
 }
 
 } // namespace kyb::helper

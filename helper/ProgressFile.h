@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 namespace kyb::helper {
 
@@ -14,23 +15,30 @@ namespace kyb::helper {
 class ProgressFile {
 public:
     /// Makes the file, empty. \return nothing when that cannot be done: no such folder, the folder is a link, a folder
-    /// lies in the file's place, or the system refuses.
+    /// with something in it lies in the file's place, or the system refuses.
     static std::optional<ProgressFile> create(const std::string &path);
 
-    /// Whether the file still lies at its path.
+    /// Whether the file still lies at its path, as long as it was written.
     bool isInPlace() const;
 
-    /// Appends \p text; makes the file anew first when it is not in its place any more.
-    /// \return whether it was written.
-    bool append(std::string_view text);
+    /// Appends \p text; when the file is not in its place any more, makes it anew with \p textOfNewFile.
+    /// \return whether that was done, or the place was left to others.
+    bool append(std::string_view text, std::string_view textOfNewFile);
+    bool append(std::string_view text) { return append(text, text); }
+
+    /// From now on the file is not made anew: what others put into its place is left alone.
+    void leaveToOthers() { isLeftToOthers_ = true; }
 
 private:
     explicit ProgressFile(std::string path) : path_(std::move(path)) {}
 
     bool make();
+    bool write(std::string_view text);
 
     std::string path_;
     UniqueFd file_;
+    off_t writtenBytes_ = 0;
+    bool isLeftToOthers_ = false;
 };
 
 } // namespace kyb::helper

@@ -41,7 +41,11 @@ std::string withoutLastLines(std::string lines) {
 
 } // namespace
 
-void ProgressReport::addOutput(std::string_view bytes) {
+/// NB: the reader takes each line for a C string, so a NUL byte would hide what stands after it.
+void ProgressReport::addOutput(std::string_view output) {
+    std::string text(output);
+    std::replace(text.begin(), text.end(), '\0', ' ');
+    std::string_view bytes = text;
     const std::size_t lineEnd = bytes.rfind('\n');
     if (lineEnd != std::string_view::npos) {
         std::string lines = std::move(partialLine_);
@@ -98,15 +102,19 @@ std::string ProgressReport::fail(const std::string &reason) {
     const std::string line =
         withoutLastLines(ownFailureLine_.empty() ? "installer: The install failed (" + text + ")" : ownFailureLine_);
     lastLines_ = line + "\n" + std::string(kLastLineBegin);
-    append(lastLineIsFailure_ && file_.isInPlace() ? kLastLineBegin : lastLines_);
+    append(lastLineIsFailure_ ? kLastLineBegin : lastLines_, lastLines_);
     return line;
+}
+
+std::string ProgressReport::untoldError() const {
+    return lastLines_.find(errorText_) == std::string::npos ? errorText_ : std::string();
 }
 
 void ProgressReport::complete() {
     if (lastLines_.ends_with(kLastLineBegin)) {
         const std::string rest = std::string(kLastLineRest) + "\n";
         lastLines_ += rest;
-        append(isInPlace() ? rest : lastLines_);
+        append(rest, lastLines_);
     }
 }
 
@@ -114,11 +122,8 @@ void ProgressReport::restore() {
     append(lastLines_);
 }
 
-void ProgressReport::append(std::string_view text) {
-    if (isLeftToOthers_ && !file_.isInPlace()) {
-        return;
-    }
-    isLost_ = isLost_ || !file_.append(text);
+void ProgressReport::append(std::string_view text, std::string_view textOfNewFile) {
+    isLost_ = isLost_ || !file_.append(text, textOfNewFile);
 }
 
 } // namespace kyb::helper

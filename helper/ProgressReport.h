@@ -15,8 +15,9 @@ public:
     explicit ProgressReport(ProgressFile file) : file_(std::move(file)) {}
 
     /// Takes output of the command as it comes. Complete lines go into the file in one piece; so does a line that grows
-    /// longer than 64 KiB without an end. A last line of the command's own is written such that it is none.
-    void addOutput(std::string_view bytes);
+    /// longer than 64 KiB without an end. A last line of the command's own is written such that it is none, and a NUL
+    /// byte as a blank.
+    void addOutput(std::string_view output);
 
     /// Writes the last line. After the last output.
     void succeed();
@@ -27,6 +28,9 @@ public:
     /// After the last output. \return that line.
     std::string fail(const std::string &reason);
 
+    /// What the output's last line with an error of the installer says, when the failure line does not; after `fail`.
+    std::string untoldError() const;
+
     /// Ends the last line after a failure; does nothing after a success.
     void complete();
 
@@ -36,7 +40,7 @@ public:
     void restore();
 
     /// From now on what others put into the file's place is left alone.
-    void leaveToOthers() { isLeftToOthers_ = true; }
+    void leaveToOthers() { file_.leaveToOthers(); }
 
     /// Whether the file could not be written, once. Nothing is written after that, and the reader must be told
     /// otherwise.
@@ -46,7 +50,8 @@ private:
     void noteLines(std::string_view lines);
     void noteLine(std::string_view line);
     void endPartialLine();
-    void append(std::string_view text);
+    void append(std::string_view text) { append(text, text); }
+    void append(std::string_view text, std::string_view textOfNewFile);
 
     ProgressFile file_;
     std::string partialLine_;
@@ -55,7 +60,6 @@ private:
     std::string errorText_;           ///< what the output's last line with an error of the installer says, empty: none
     bool lastLineIsFailure_ = false;
     std::string lastLines_; ///< what the file must end with, once the command has ended
-    bool isLeftToOthers_ = false;
     bool isLost_ = false;
 };
 

@@ -19,6 +19,10 @@ namespace {
 constexpr std::size_t kChunkBytes = std::size_t{64} << 10;
 constexpr int kChunksAtATime = 8; // so that a command that prints without end does not keep the clients waiting
 
+/// How many times in succession the processes of a session are looked for: a look meets one process after the other,
+/// and so may miss one that forks and ends meanwhile.
+constexpr int kLooks = 2;
+
 /// Nothing of the helper's own environment, which belongs to whoever started it.
 std::vector<std::string> cleanEnvironment() {
     const passwd *user = getpwuid(geteuid());
@@ -30,6 +34,15 @@ std::vector<std::string> cleanEnvironment() {
             "LOGNAME=" + name,
             "SHELL=/bin/sh",
             "LANG=C.UTF-8"};
+}
+
+/// Whether nobody but the leader is left in its session.
+bool isAloneInSession(pid_t leader) {
+    int look = 0;
+    while (look < kLooks && othersInSession(leader).empty()) {
+        ++look;
+    }
+    return look == kLooks;
 }
 
 } // namespace
@@ -81,7 +94,7 @@ std::optional<int> ShellCommand::takeEnd(const Sink &sink, EndOf what) {
         return {};
     }
     // NB: before the shell is waited for, while its number still is the session's and nobody else's.
-    if (what == EndOf::Session && !othersInSession(shell_).empty()) {
+    if (what == EndOf::Session && !isAloneInSession(shell_)) {
         return {};
     }
     int status = 0;
@@ -105,8 +118,10 @@ void ShellCommand::terminate() const {
 
 void ShellCommand::killAll() const {
     kill(shell_, SIGKILL);
-    for (const pid_t process : othersInSession(shell_)) {
-        kill(process, SIGKILL);
+    for (int look = 0; look < kLooks; ++look) {
+        for (const pid_t process : othersInSession(shell_)) {
+            kill(process, SIGKILL);
+        }
     }
 }
 

@@ -42,6 +42,12 @@ void Client::takeLastByte() const {
     [[maybe_unused]] const ssize_t ignored = recv(connection_.get(), &byte, 1, MSG_DONTWAIT);
 }
 
+bool Client::isConnected() const {
+    char byte = 0;
+    const ssize_t count = recv(connection_.get(), &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+    return count > 0 || (count < 0 && (errno == EAGAIN || errno == EINTR));
+}
+
 std::optional<CommandRequest> readRequest(std::string_view propertyList) {
     const std::optional<ChannelMessage> message = decodeMessage(propertyList);
     if (!message) {

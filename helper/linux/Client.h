@@ -29,8 +29,11 @@ public:
     /// request was admitted, its progress file then being made, or was refused.
     void takeLastByte() const;
 
-    /// Gives the connection away, to answer it.
-    UniqueFd takeConnection() { return std::move(connection_); }
+    /// Whether the client has not closed the connection, and it was not left.
+    bool isConnected() const;
+
+    /// Lets go of the client, which sees the connection closed.
+    void leave() { connection_.reset(); }
 
     int fd() const { return connection_.get(); }
     SteadyClock::time_point deadline() const { return deadline_; }

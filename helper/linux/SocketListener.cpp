@@ -22,21 +22,23 @@ constexpr std::chrono::milliseconds kAcceptPause(100);
 /// From look to look whether the socket still lies at its place.
 constexpr std::chrono::milliseconds kLookInterval(500);
 
-/// Sends \p reply as a client's one answer. A client that is gone does not get it.
-void sendReply(const UniqueFd &connection, const std::string &reply) {
+/// Sends \p reply as a client's one answer. A client that is gone does not get it; when one goes can be seen still.
+void sendReply(int connection, const std::string &reply) {
     if (const std::optional<std::string> frame = encodeFrame({{kReplyKey, reply}})) {
         [[maybe_unused]] const ssize_t ignored =
-            send(connection.get(), frame->data(), frame->size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+            send(connection, frame->data(), frame->size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     }
+    shutdown(connection, SHUT_WR);
 }
 
-/// Answers the client at \p connection and lets go of it; without a reply it sees an interruption.
-auto answerOn(std::shared_ptr<UniqueFd> connection) {
-    return [connection = std::move(connection)](const std::optional<std::string> &reply) {
+/// Answers \p client, who without a reply is let go and sees an interruption.
+auto answerOn(std::shared_ptr<Client> client) {
+    return [client = std::move(client)](const std::optional<std::string> &reply) {
         if (reply) {
-            sendReply(*connection, *reply);
+            sendReply(client->fd(), *reply);
+        } else {
+            client->leave();
         }
-        connection->reset();
     };
 }
 
@@ -153,12 +155,15 @@ void SocketListener::admit(Client &client, CommandQueue &commands) const {
         }
         request->progressFilePath = options_.systemRoot + kProgressMessageFile;
     }
-    auto connection = std::make_shared<UniqueFd>();
-    request->answer = answerOn(connection);
-    // The progress file is made before the client can see its request taken, and refused before the client is let go.
+    const auto admitted = std::make_shared<Client>(std::move(client));
+    request->answer = answerOn(admitted);
+    request->isConnected = [admitted] { return admitted->isConnected(); };
+    if (request->progressFilePath) { // NB: the client must not see its request taken before its file is made
+        request->fileIsMade = [admitted] { admitted->takeLastByte(); };
+    } else {
+        admitted->takeLastByte();
+    }
     commands.add(std::move(*request));
-    client.takeLastByte();
-    *connection = client.takeConnection();
 }
 
 /// Whether \p path is the one file's. The client may know the folder that plays "/" by another name, through a link.

@@ -4,6 +4,7 @@
 #include "helper_log.h"
 #include "macos/client_trust.h"
 
+#include <atomic>
 #include <dispatch/dispatch.h>
 #include <set>
 #include <unistd.h>
@@ -16,6 +17,7 @@ struct ListenerContext {
     std::shared_ptr<Inbox> inbox;
     std::string progressFile;
     std::shared_ptr<std::set<uid_t>> refusedUsers = std::make_shared<std::set<uid_t>>(); ///< the listener's queue
+    std::shared_ptr<std::atomic<bool>> isConnected = {};                                 ///< a peer's
 };
 
 /// One reference to an XPC object, shared by the copies of a `std::function`.
@@ -66,13 +68,17 @@ void admit(xpc_connection_t peer, xpc_object_t message, const ListenerContext &c
         refuse(peer, context);
         return;
     }
-    context.inbox->add({.commandLine = *command, .progressFilePath = path, .answer = answerTo(peer, message)});
+    context.inbox->add({.commandLine = *command,
+                        .progressFilePath = path,
+                        .answer = answerTo(peer, message),
+                        .isConnected = [isConnected = context.isConnected] { return isConnected->load(); }});
 }
 
 void receive(xpc_connection_t peer, xpc_object_t event, const ListenerContext &context) {
     if (xpc_get_type(event) == XPC_TYPE_DICTIONARY) {
         admit(peer, event, context);
     } else if (event == XPC_ERROR_CONNECTION_INVALID) {
+        *context.isConnected = false;
         context.inbox->noteClientWent(); // its command, if one runs, is finished all the same
     }
 }
@@ -82,7 +88,8 @@ void accept(xpc_connection_t peer, dispatch_queue_t queue, const ListenerContext
         refuse(peer, context);
         return;
     }
-    const ListenerContext copied = context; // NB: a block copies a variable, but only refers to what a reference names
+    ListenerContext copied = context; // NB: a block copies a variable, but only refers to what a reference names
+    copied.isConnected = std::make_shared<std::atomic<bool>>(true);
     context.inbox->noteClientCame();
     xpc_connection_set_target_queue(peer, queue);
     xpc_connection_set_event_handler(peer, ^(xpc_object_t event) {

@@ -49,6 +49,8 @@ protected:
             answers_[number].push_back(reply.value_or("dropped"));
             order_.push_back(number);
         };
+        request.isConnected = [this] { return clientsStay_; };
+        request.fileIsMade = [this, number] { fileIsMade_.push_back(number); };
         queue_.add(std::move(request));
     }
 
@@ -86,6 +88,8 @@ protected:
     test::RootFolder root_;
     std::vector<Answers> answers_;
     std::vector<std::size_t> order_;
+    std::vector<std::size_t> fileIsMade_;
+    bool clientsStay_ = false; ///< after their replies
     CommandQueue queue_{kLimits};
 };
 
@@ -139,8 +143,44 @@ TEST_F(CommandQueueTest, HoldsAFailureBeforeTheLastLine) {
     EXPECT_EQ(content(), "installer: The install failed (exit status 3)\n" + std::string(kDone));
 }
 
+TEST_F(CommandQueueTest, EndsAFailureWhenItsClientHasGone) {
+    clientsStay_ = true;
+    add("exit 3", Progress::Wanted);
+    workUntil([this] { return !answers_[0].empty(); });
+    for (int look = 0; look < 50; ++look) {
+        usleep(2000);
+        queue_.work();
+        ASSERT_TRUE(content().ends_with(kBegunDone));
+    }
+    clientsStay_ = false;
+    workToEnd();
+    EXPECT_TRUE(content().ends_with(kDone));
+    EXPECT_EQ(answers_[0].size(), 1U);
+}
+
+TEST_F(CommandQueueTest, EndsAFailureWhoseClientStaysForVeryLong) {
+    queue_ = CommandQueue({.failureHold = 1ms, .departure = 50ms, .lookInterval = 1ms});
+    EXPECT_EQ(CommandLimits().departure, 1h);
+    clientsStay_ = true;
+    add("exit 3", Progress::Wanted);
+    workToEnd();
+    EXPECT_TRUE(content().ends_with(kDone));
+    EXPECT_EQ(answers_[0].size(), 1U);
+}
+
+TEST_F(CommandQueueTest, AFailureWhoseClientStaysMakesWay) {
+    clientsStay_ = true;
+    add("exit 3", Progress::Wanted);
+    workUntil([this] { return !answers_[0].empty(); });
+    add("echo next", Progress::Wanted);
+    EXPECT_EQ(content(), "");
+    workToEnd();
+    EXPECT_EQ(content(), "next\n" + std::string(kDone));
+    EXPECT_EQ(answers_[0].size(), 1U);
+}
+
 TEST_F(CommandQueueTest, TheRealHoldsAreLongEnoughForAReaderThatIsStopped) {
-    EXPECT_EQ(CommandLimits().successHold, 1s);
+    EXPECT_EQ(CommandLimits().successHold, 3s) << "the program sleeps for two seconds when it finds no file";
     EXPECT_EQ(CommandLimits().failureHold, 10s);
     EXPECT_EQ(CommandLimits().lookInterval, 100ms);
 }
@@ -167,13 +207,54 @@ TEST_F(CommandQueueTest, AHeldFailureMakesWayForTheNextInstallation) {
 }
 
 TEST_F(CommandQueueTest, AHeldSuccessMakesWayForTheNextInstallation) {
-    queue_ = CommandQueue({.successHold = 1h, .failureHold = 1ms, .lookInterval = 1ms});
+    queue_ = CommandQueue({.successHold = 1h, .failureHold = 1ms, .successShow = 0ms, .lookInterval = 1ms});
     add("echo one", Progress::Wanted);
     workUntil([this] { return content().ends_with(kDone); });
     add("exit 3", Progress::Wanted);
     EXPECT_EQ(answers_[0], Answers{"Command finished with status 0"});
     workToEnd();
     EXPECT_EQ(content(), "installer: The install failed (exit status 3)\n" + std::string(kDone));
+}
+
+TEST_F(CommandQueueTest, AYoungSuccessIsPutBackAndShownBeforeItMakesWay) {
+    queue_ = CommandQueue({.successHold = 1h, .failureHold = 1ms, .successShow = 1s, .lookInterval = 1ms});
+    SteadyClock::time_point before;
+    add("echo one", Progress::Wanted);
+    workUntil([&] {
+        before = content().empty() ? SteadyClock::now() : before;
+        return content().ends_with(kDone);
+    });
+    fs::remove(root_.progressFile()); // as the next client does
+    add("exit 3", Progress::Wanted);
+    EXPECT_FALSE(fs::exists(root_.progressFile()));
+    workUntil([this] { return content() == kDone || !answers_[0].empty(); });
+    EXPECT_EQ(answers_[0], Answers()) << "it made way at once";
+    EXPECT_EQ(fileIsMade_, std::vector<std::size_t>{0});
+    workUntil([this] { return !answers_[0].empty(); });
+    EXPECT_GE(SteadyClock::now(), before + 1s);
+    EXPECT_EQ(answers_[0], Answers{"Command finished with status 0"});
+    EXPECT_EQ(fileIsMade_, (std::vector<std::size_t>{0, 1}));
+    workToEnd();
+    EXPECT_EQ(content(), "installer: The install failed (exit status 3)\n" + std::string(kDone));
+}
+
+TEST_F(CommandQueueTest, ARequestThatWaitsForAYoungSuccessIsTheOnlyOne) {
+    queue_ = CommandQueue({.successHold = 1h, .successShow = 1h, .lookInterval = 1ms});
+    add("true", Progress::Wanted);
+    workUntil([this] { return content().ends_with(kDone); });
+    add("touch " + root_.at("/ran"), Progress::Wanted);
+    add("true", Progress::Wanted);
+    EXPECT_EQ(answers_[2], Answers{"dropped"});
+    queue_.endAll();
+    workToEnd();
+    EXPECT_EQ(answers_[0], Answers{"Command finished with status 0"});
+    EXPECT_EQ(answers_[1], Answers{"dropped"});
+    EXPECT_FALSE(fs::exists(root_.at("/ran")));
+}
+
+TEST_F(CommandQueueTest, TheRealShowIsLongEnoughForAReaderAndShortEnoughForTheNext) {
+    EXPECT_GE(CommandLimits().successShow, 2 * CommandLimits().lookInterval + 2 * 110ms);
+    EXPECT_LE(CommandLimits().successShow, 1s) << "the next client waits for its file for two";
 }
 
 TEST_F(CommandQueueTest, EndsACommandThatIsSilentForTooLong) {
@@ -227,7 +308,7 @@ TEST_F(CommandQueueTest, RefusesASecondInstallation) {
 }
 
 TEST_F(CommandQueueTest, RefusesAFileThatCannotBeMade) {
-    fs::create_directory(root_.progressFile());
+    fs::create_directories(root_.progressFile() + "/full");
     add("touch " + root_.at("/ran"), Progress::Wanted);
     workToEnd();
     EXPECT_EQ(answers_[0], Answers{"dropped"});
@@ -240,7 +321,7 @@ TEST_F(CommandQueueTest, GoesOnInANewFileWhenTheFirstIsRemoved) {
 }
 
 TEST_F(CommandQueueTest, DropsTheClientAndGoesOnWhenTheFileCannotBeMadeAnew) {
-    add("rm " + root_.progressFile() + "; mkdir " + root_.progressFile() + "; echo x; sleep 0.1; touch " +
+    add("rm " + root_.progressFile() + "; mkdir -p " + root_.progressFile() + "/full; echo x; sleep 0.1; touch " +
             root_.at("/ran"),
         Progress::Wanted);
     workToEnd();
@@ -264,6 +345,15 @@ TEST_P(FinishedFile, IsPutBackWhenItIsTakenAway) {
     workUntil([this] { return content().ends_with(GetParam().lastLinesHeld); });
     fs::remove(root_.progressFile());
     workUntil([this] { return fs::exists(root_.progressFile()); });
+    EXPECT_EQ(content(), GetParam().lastLinesHeld);
+}
+
+TEST_P(FinishedFile, IsPutBackWhenItIsEmptied) {
+    queue_ = CommandQueue({.successHold = 1h, .failureHold = 1h, .lookInterval = 1ms});
+    add("echo line; " + GetParam().commandLine, Progress::Wanted);
+    workUntil([this] { return content().ends_with(GetParam().lastLinesHeld); });
+    fs::resize_file(root_.progressFile(), 0);
+    workUntil([this] { return !content().empty(); });
     EXPECT_EQ(content(), GetParam().lastLinesHeld);
 }
 
@@ -311,6 +401,13 @@ TEST_F(CommandQueueTest, AFailureIsToldInTheReply) {
     run("echo 'installer: Error - no room.'; exit 4");
     EXPECT_EQ(answers_[0], Answers{"Command finished with status 4: installer: The install failed (exit status 4: no "
                                    "room.)"});
+}
+
+TEST_F(CommandQueueTest, TheReplyTellsTheInstallersErrorBesideAFailureTextOfItsOwn) {
+    const std::string own = "installer: The install failed (own)";
+    run("echo 'installer: Error - no room.'; echo '" + own + "'; exit 4");
+    EXPECT_EQ(answers_[0], Answers{"Command finished with status 4: " + own + " (no room.)"});
+    EXPECT_EQ(content(), "installer: Error - no room.\n" + own + "\n" + kDone);
 }
 
 TEST_F(CommandQueueTest, EndsAHeldFailureWhenItIsToldToEnd) {

@@ -77,10 +77,26 @@ TEST_F(ProgressFileTest, TakesAFifoAway) {
     expectFresh();
 }
 
-TEST_F(ProgressFileTest, IsRefusedWhereAFolderLies) {
+TEST_F(ProgressFileTest, TakesAnEmptyFolderAway) {
     fs::create_directory(path());
+    auto file = ProgressFile::create(path());
+    ASSERT_TRUE(file);
+    expectFresh();
+}
+
+TEST_F(ProgressFileTest, TakesAnEmptyFolderAwayWhenItIsMadeAnew) {
+    auto file = ProgressFile::create(path());
+    ASSERT_TRUE(file);
+    fs::remove(path());
+    fs::create_directory(path());
+    EXPECT_TRUE(file->append("later\n"));
+    EXPECT_EQ(test::contentOf(path()), "later\n");
+}
+
+TEST_F(ProgressFileTest, IsRefusedWhereAFullFolderLies) {
+    fs::create_directories(path() + "/full");
     EXPECT_FALSE(ProgressFile::create(path()));
-    EXPECT_TRUE(fs::is_directory(path()));
+    EXPECT_TRUE(fs::is_directory(path() + "/full"));
 }
 
 TEST_F(ProgressFileTest, IsRefusedWithoutItsFolder) {
@@ -106,6 +122,17 @@ TEST_F(ProgressFileTest, IsMadeAnewWhenItWasRemoved) {
     auto file = ProgressFile::create(path());
     ASSERT_TRUE(file);
     fs::remove(path());
+    EXPECT_FALSE(file->isInPlace());
+    EXPECT_TRUE(file->append("later\n"));
+    EXPECT_TRUE(file->isInPlace());
+    EXPECT_EQ(test::contentOf(path()), "later\n");
+}
+
+TEST_F(ProgressFileTest, IsMadeAnewWhenItWasCutShort) {
+    auto file = ProgressFile::create(path());
+    ASSERT_TRUE(file);
+    EXPECT_TRUE(file->append("one\ntwo\n"));
+    fs::resize_file(path(), 4);
     EXPECT_FALSE(file->isInPlace());
     EXPECT_TRUE(file->append("later\n"));
     EXPECT_TRUE(file->isInPlace());
@@ -147,7 +174,7 @@ TEST_F(ProgressFileTest, TellsWhenItCannotBeMadeAnew) {
     auto file = ProgressFile::create(path());
     ASSERT_TRUE(file);
     fs::remove(path());
-    fs::create_directory(path());
+    fs::create_directories(path() + "/full");
     EXPECT_FALSE(file->append("later\n"));
 }
 

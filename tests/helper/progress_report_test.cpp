@@ -43,9 +43,23 @@ TEST_F(ProgressReportTest, WritesALongLineWithoutWaitingForItsEnd) {
 }
 
 TEST_F(ProgressReportTest, KeepsBytesThatAreNoText) {
-    const std::string bytes("\xff\xfe\0\x80 text\n", 10);
+    const std::string bytes("\xff\xfe\x80 text\n");
     report_.addOutput(bytes);
     EXPECT_EQ(content(), bytes);
+}
+
+/// Its reader takes a line for a C string.
+TEST_F(ProgressReportTest, NoByteHidesTheRestOfALine) {
+    const std::string line("\0a\0installer: The install failed (own)\0\n", 40);
+    report_.addOutput(line);
+    EXPECT_EQ(report_.fail("exit status 1"), " a installer: The install failed (own) ");
+    EXPECT_EQ(content(), " a installer: The install failed (own) \n" + kBegin);
+}
+
+TEST_F(ProgressReportTest, NoByteHidesTheRestOfAnEndlessLine) {
+    report_.addOutput(std::string(70'000, '\0'));
+    EXPECT_EQ(content().find_first_not_of(' '), std::string::npos);
+    EXPECT_EQ(content().size(), 70'000U);
 }
 
 TEST_F(ProgressReportTest, TellsTheReasonWhereTheOutputToldNone) {
@@ -116,6 +130,18 @@ TEST_F(ProgressReportTest, AnOwnFailureTextCountsMoreThanAnError) {
     EXPECT_EQ(report_.fail("exit status 1"), "installer: The upgrade failed (own)");
 }
 
+TEST_F(ProgressReportTest, KeepsAnErrorThatAnOwnFailureTextDoesNotTell) {
+    report_.addOutput("installer: Error - the disk is full.\ninstaller: The install failed (own)\n");
+    report_.fail("exit status 1");
+    EXPECT_EQ(report_.untoldError(), "the disk is full.");
+}
+
+TEST_F(ProgressReportTest, KeepsNoErrorThatTheFailureLineTells) {
+    report_.addOutput("installer: Error - the package path specified was invalid: '/a'.\n");
+    report_.fail("exit status 1");
+    EXPECT_EQ(report_.untoldError(), "");
+}
+
 TEST_F(ProgressReportTest, NoLineOfTheOutputIsALastLine) {
     report_.addOutput("Installation_Done\n \u00a0Installation_Done Installation_Done\nInstallation_D");
     report_.addOutput("one\nInstallation_Done");
@@ -156,6 +182,16 @@ TEST_F(ProgressReportTest, CompletesAFileThatWasTakenAway) {
     EXPECT_EQ(content(), "installer: The install failed (signal 9)\n" + kLastLine);
 }
 
+TEST_F(ProgressReportTest, AFileThatWasCutShortIsNoMoreInItsPlace) {
+    report_.addOutput("line\n");
+    report_.fail("signal 9");
+    std::filesystem::resize_file(root_.progressFile(), 0);
+    EXPECT_FALSE(report_.isInPlace());
+    report_.restore();
+    EXPECT_TRUE(report_.isInPlace());
+    EXPECT_EQ(content(), "installer: The install failed (signal 9)\n" + kBegin);
+}
+
 TEST_F(ProgressReportTest, RestoresASuccess) {
     report_.addOutput("line\n");
     report_.succeed();
@@ -190,7 +226,7 @@ TEST_F(ProgressReportTest, RepeatsAnOwnLastLineThatWentWithTheFile) {
 
 TEST_F(ProgressReportTest, IsLostWhenTheFileCannotBeWritten) {
     std::filesystem::remove(root_.progressFile());
-    std::filesystem::create_directory(root_.progressFile());
+    std::filesystem::create_directories(root_.progressFile() + "/full");
     EXPECT_FALSE(report_.isLost());
     report_.addOutput("line\n");
     EXPECT_TRUE(report_.isLost());

@@ -278,6 +278,36 @@ TEST_F(ServiceTest, RefusesASecondInstallationAndSparesTheFirst) {
     EXPECT_EQ(test::contentOf(root_.progressFile()), "one\nInstallation_Done\n");
 }
 
+TEST_F(ServiceTest, TakesNoRequestBeforeAYoungSuccessHasMadeWay) {
+    options_.commands.successHold = 1h;
+    options_.commands.successShow = 500ms;
+    serve();
+    const RawClient first = connect();
+    first.install("echo one", root_.progressFile());
+    waitUntil([this] { return test::contentOf(root_.progressFile()).ends_with("Installation_Done\n"); });
+    fs::remove(root_.progressFile());
+    const RawClient second = connect();
+    second.install("while [ ! -e " + root_.at("/go") + " ] && [ -d " + root_.at("/var") + " ]; do sleep 0.01; done",
+                   root_.progressFile());
+    waitUntil([this] { return fs::exists(root_.progressFile()); });
+    EXPECT_EQ(test::contentOf(root_.progressFile()), "Installation_Done\n") << "the first one's, put back";
+    second.waitUntilTaken();
+    EXPECT_EQ(test::contentOf(root_.progressFile()), "") << "the second one's";
+    EXPECT_EQ(first.reply(), kSuccess);
+    std::ofstream(root_.at("/go")).put('\n');
+}
+
+TEST_F(ServiceTest, EndsAFailureWhenItsClientHasGone) {
+    serve();
+    RawClient client = connect();
+    client.install("exit 3", root_.progressFile());
+    EXPECT_NE(client.reply(), kDropped);
+    std::this_thread::sleep_for(100ms);
+    EXPECT_TRUE(test::contentOf(root_.progressFile()).ends_with("\nInstallation_"));
+    client.leave();
+    waitUntil([this] { return test::contentOf(root_.progressFile()).ends_with("\nInstallation_Done\n"); });
+}
+
 TEST_F(ServiceTest, DropsNonsense) {
     serve();
     const std::string request = encodeFrame({{kCommandKey, "touch " + root_.at("/ran")}})->substr(kFrameHeaderBytes);

@@ -127,9 +127,9 @@ TEST_F(HelperServiceOnMac, WritesTheOutputIntoTheProgressFile) {
 TEST_F(HelperServiceOnMac, TellsAFailureInTheProgressFile) {
     start();
     ask({{"command_to_be_execute", "exit 3"}, {"installerlog_file_path", progressFile_}});
+    waitForEnd(); // and so until the client has gone
     EXPECT_THAT(progress(), HasSubstr("installer: The install failed ("));
     EXPECT_TRUE(progress().ends_with("Installation_Done\n"));
-    waitForEnd();
 }
 
 TEST_F(HelperServiceOnMac, WritesToNoOtherFile) {

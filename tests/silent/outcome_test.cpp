@@ -62,12 +62,15 @@ TEST_P(LateLook, OfAProgramThatWasStoppedMeetsTheFailure) {
 INSTANTIATE_TEST_SUITE_P(Delays, LateLook, ::testing::Values(0ms, 100ms, 900ms, 1100ms, 2500ms),
                          [](const auto &row) { return "After" + std::to_string(row.param.count()) + "ms"; });
 
-TEST_F(Outcome, ALookAfterTheEndMeetsTheFailure) {
+TEST_F(Outcome, AFailureIsNotEndedBeforeAProgramThatIsStoppedForLongHasSeenIt) {
     putInstaller();
+    const std::string failure = "installer: The install failed (exit status 3)\nInstallation_";
     const auto process = startAndStop("exit 3");
-    waitUntil(
-        [this] { return progress().ends_with("installer: The install failed (exit status 3)\nInstallation_Done\n"); });
+    waitUntil([&] { return progress().ends_with(failure); });
+    std::this_thread::sleep_for(11s); // the helper waits ten for others
+    EXPECT_TRUE(progress().ends_with(failure));
     EXPECT_EQ(goOn(*process).status, 1);
+    waitUntil([&] { return progress().ends_with(failure + "Done\n"); });
 }
 
 TEST_F(Outcome, ASuccessIsSeenAlthoughTheFileIsTakenAwayAfterTheLastLine) {
@@ -115,6 +118,21 @@ TEST_F(Outcome, TheInstallersReasonStaysInTheHelpersLog) {
     EXPECT_EQ(run().status, 1);
     EXPECT_THAT(root.read("/var/log/com.kyb.InstallerHelperTool.log"),
                 HasSubstr("installer: The install failed (exit status 1: the disk is on fire.)"));
+}
+
+TEST_F(Outcome, NoByteOfTheInstallersHidesItsFailure) {
+    putInstaller();
+    root.putProgram("/usr/sbin/installer",
+                    "#!/bin/sh\nprintf '\\000installer: The install failed (hidden)\\n'\nexit 1\n");
+    EXPECT_EQ(run().status, 1);
+}
+
+TEST_F(Outcome, ASuccessIsSeenAlthoughTheFileIsEmptiedAfterTheLastLine) {
+    putInstaller();
+    const auto process = startAndStop("echo 'installer: The install was successful.'");
+    waitUntil([this] { return progress().ends_with("Installation_Done\n"); });
+    std::filesystem::resize_file(root.progressFile(), 0);
+    EXPECT_EQ(goOn(*process).status, 0);
 }
 
 class RunAfterAFailure : public Outcome, public ::testing::WithParamInterface<int> {};
