@@ -81,6 +81,7 @@ void Installation::runSteps() {
     moveIntoPlace(stage);
     output_.phase(Phase::Validating);
     validate();
+    stage.giveFolderModes();
     runScripts(&PackageInfo::postinstall, "postinstall");
     writeReceipts(stage);
     // 4. Nothing is rolled back any more.
