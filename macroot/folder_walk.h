@@ -23,8 +23,8 @@ UniqueFd makeFolderBelow(int base, std::string_view path);
 /// The same; nobody but its owner may enter the folder at the end of the path.
 UniqueFd makePrivateFolderBelow(int base, std::string_view path);
 
-/// Readies \p path to be opened or made as a folder of the caller's own: what stands there and is none is removed, and a
-/// folder that is closed to its owner is opened up.
+/// Readies \p path to be opened or made as a folder of the caller's own: what stands there and is none is removed, and
+/// a folder that is closed to its owner is opened up.
 void clearWayBelow(int base, std::string_view path);
 
 /// Lets its owner into the folder \p path, if there is one. An error is told by whatever then needs the folder.
