@@ -6,13 +6,13 @@
 #include "posix/file_io.h"
 
 #include <algorithm>
-#include <array>
 
 namespace kyb::macroot {
 namespace {
 
 constexpr std::size_t kReadBlockBytes = std::size_t{64} * 1024;
 constexpr std::size_t kLongestDescriptionBytes = std::size_t{1024} * 1024;
+constexpr std::size_t kAllDescriptionsBytes = 64 * kLongestDescriptionBytes; // they are all in memory at once
 
 std::string titleFromFileName(const std::string &path) {
     std::string name(leafName(path));
@@ -20,22 +20,6 @@ std::string titleFromFileName(const std::string &path) {
         name.resize(name.size() - 4);
     }
     return name;
-}
-
-std::string readText(archive *reader, const std::string &name) {
-    std::string text;
-    std::array<char, 4096> block{};
-    la_ssize_t got = 0;
-    while ((got = archive_read_data(reader, block.data(), block.size())) > 0) {
-        text.append(block.data(), static_cast<std::size_t>(got));
-        if (text.size() > kLongestDescriptionBytes) {
-            throw InstallError("The package's " + name + " is too long");
-        }
-    }
-    if (got < 0) {
-        throw InstallError("The package's " + name + " cannot be read: " + archiveErrorText(reader));
-    }
-    return text;
 }
 
 // Lets one archive be read out of a member of another one.
@@ -52,6 +36,23 @@ la_ssize_t readOuterBlock(archive *inner, void *outer, const void **block) {
         return ARCHIVE_FATAL;
     }
     return static_cast<la_ssize_t>(size);
+}
+
+// NB: not by archive_read_data(): it puts as many zero bytes in front as earlier members of a xar archive had.
+std::string readText(archive *reader, const std::string &name) {
+    std::string text;
+    const void *block = nullptr;
+    la_ssize_t got = 0;
+    while ((got = readOuterBlock(reader, reader, &block)) > 0) {
+        text.append(static_cast<const char *>(block), static_cast<std::size_t>(got));
+        if (text.size() > kLongestDescriptionBytes) {
+            throw InstallError("The package's " + name + " is too long");
+        }
+    }
+    if (got < 0) {
+        throw InstallError("The package's " + name + " cannot be read: " + archiveErrorText(reader));
+    }
+    return text;
 }
 
 // The checksum of a member is compared at its very end, and only when all of it is read.
@@ -82,18 +83,18 @@ std::string Component::member(const char *name) const {
     return joinedPath(folder, name);
 }
 
-FlatPackage::FlatPackage(const std::string &path)
+FlatPackage::FlatPackage(const std::string &path, const std::function<void()> &onStep)
     : path_(path), file_(openRegularFile(path, O_RDONLY)), title_(titleFromFileName(path)) {
     if (!file_) {
         throw NotAPackage(path);
     }
-    readDescriptions();
+    readDescriptions(onStep);
     if (const std::string *const text = description("Distribution"); text != nullptr) {
         const Distribution distribution = parseDistribution(*text);
         title_ = distribution.title.empty() ? title_ : distribution.title;
-        readComponents(distribution.componentFolders);
+        readComponents(distribution.componentFolders, onStep);
     } else if (description("PackageInfo") != nullptr) {
-        readComponents({""});
+        readComponents({""}, onStep);
     } else {
         throw NotAPackage(path);
     }
@@ -116,17 +117,24 @@ void FlatPackage::eachMember(const MemberUse &use) const {
     }
 }
 
-void FlatPackage::readDescriptions() {
-    eachMember([this](const std::string &name, archive *reader) {
+void FlatPackage::readDescriptions(const std::function<void()> &onStep) {
+    std::size_t bytes = 0;
+    eachMember([&](const std::string &name, archive *reader) {
+        onStep();
         members_.push_back(name);
         if (const std::string_view leaf = leafName(name); leaf == "PackageInfo" || leaf == "Distribution") {
             descriptions_.emplace_back(name, readText(reader, name));
+            bytes += descriptions_.back().second.size();
+        }
+        if (bytes > kAllDescriptionsBytes) {
+            throw InstallError("The package's descriptions are too long");
         }
     });
 }
 
-void FlatPackage::readComponents(const std::vector<std::string> &folders) {
+void FlatPackage::readComponents(const std::vector<std::string> &folders, const std::function<void()> &onStep) {
     for (const std::string &folder : folders) {
+        onStep();
         Component component;
         component.folder = folder;
         const std::string *const text = description(component.member("PackageInfo"));

@@ -31,8 +31,10 @@ struct Component {
 /// The file stays open from the constructor on, so that all passes read the same file.
 class FlatPackage {
 public:
-    /// Throws NotAPackage, or InstallError for a package whose descriptions cannot be used.
-    explicit FlatPackage(const std::string &path);
+    /// Throws NotAPackage, or InstallError for a package whose descriptions cannot be used. \p onStep is called before
+    /// each of them is read and before each is parsed; it throws to stop the work.
+    explicit FlatPackage(
+        const std::string &path, const std::function<void()> &onStep = [] {});
 
     const std::string &path() const { return path_; }
     /// What the package calls itself; the file's name without ".pkg" when it does not say.
@@ -47,8 +49,8 @@ private:
     using MemberUse = std::function<void(const std::string &name, archive *)>;
 
     void eachMember(const MemberUse &use) const;
-    void readDescriptions();
-    void readComponents(const std::vector<std::string> &folders);
+    void readDescriptions(const std::function<void()> &onStep);
+    void readComponents(const std::vector<std::string> &folders, const std::function<void()> &onStep);
     const std::string *description(const std::string &name) const;
 
     std::string path_;

@@ -127,11 +127,19 @@ void removeEntry(int folder, const std::string &name) {
     removeEmptied(folder, name);
 }
 
+UniqueFd openExistingFolderBelow(int base, std::string_view path) {
+    UniqueFd folder = openFolderBelow(base, path);
+    if (!folder) {
+        throwLastError(shownPath(path));
+    }
+    return folder;
+}
+
 /// renameat(), or what takes the same, for two places below folders.
 template <typename Call>
 void callOnBoth(Call call, int fromBase, std::string_view from, int toBase, std::string_view to) {
-    const UniqueFd source = openFolderBelow(fromBase, parentPath(from));
-    const UniqueFd target = openFolderBelow(toBase, parentPath(to));
+    const UniqueFd source = openExistingFolderBelow(fromBase, parentPath(from));
+    const UniqueFd target = openExistingFolderBelow(toBase, parentPath(to));
     if (call(source.get(), std::string(leafName(from)).c_str(), target.get(), std::string(leafName(to)).c_str()) != 0) {
         throwLastError(shownPath(to));
     }
@@ -153,6 +161,30 @@ UniqueFd openFolderBelow(int base, std::string_view path) {
 
 UniqueFd makeFolderBelow(int base, std::string_view path) {
     return walk(base, path, Missing::Make);
+}
+
+UniqueFd makePrivateFolderBelow(int base, std::string_view path) {
+    UniqueFd folder = makeFolderBelow(base, path);
+    if (fchmod(folder.get(), 0700) != 0) {
+        throwLastError(shownPath(path));
+    }
+    return folder;
+}
+
+void clearWayBelow(int base, std::string_view path) {
+    if (const auto found = lookBelow(base, path); found && !S_ISDIR(found->st_mode)) {
+        removeFileBelow(base, path);
+    }
+    openUpBelow(base, path);
+}
+
+void openUpBelow(int base, std::string_view path) {
+    const auto found = lookBelow(base, path);
+    if (found && S_ISDIR(found->st_mode) && (found->st_mode & S_IRWXU) != S_IRWXU) {
+        const UniqueFd folder = openFolderBelow(base, parentPath(path));
+        fchmodat(folder.get(), std::string(leafName(path)).c_str(), (found->st_mode & 07777) | S_IRWXU,
+                 AT_SYMLINK_NOFOLLOW);
+    }
 }
 
 std::optional<struct stat> lookBelow(int base, std::string_view path) {

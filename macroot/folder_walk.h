@@ -20,6 +20,16 @@ UniqueFd openFolderBelow(int base, std::string_view path);
 /// The same, but makes with mode 0755 whatever is missing.
 UniqueFd makeFolderBelow(int base, std::string_view path);
 
+/// The same; nobody but its owner may enter the folder at the end of the path.
+UniqueFd makePrivateFolderBelow(int base, std::string_view path);
+
+/// Readies \p path to be opened or made as a folder of the caller's own: what stands there and is none is removed, and
+/// a folder that is closed to its owner is opened up.
+void clearWayBelow(int base, std::string_view path);
+
+/// Lets its owner into the folder \p path, if there is one. An error is told by whatever then needs the folder.
+void openUpBelow(int base, std::string_view path);
+
 /// What stands at \p path, a link for itself; nothing when it is not there.
 std::optional<struct stat> lookBelow(int base, std::string_view path);
 

@@ -8,7 +8,8 @@
 
 namespace kyb::macroot {
 
-/// One line of the log: date, host, process and message; control characters of the message become blanks.
+/// One line of the log: date, host, process and message; control characters of the message become blanks, and what is
+/// no UTF-8 U+FFFD, so that everybody can read the log as UTF-8.
 std::string installLogLine(std::time_t when, std::string_view host, int process, std::string_view message);
 
 /// The system's installer log, below the root. Lines are appended, each in one write.

@@ -81,6 +81,7 @@ void Installation::runSteps() {
     moveIntoPlace(stage);
     output_.phase(Phase::Validating);
     validate();
+    stage.giveFolderModes();
     runScripts(&PackageInfo::postinstall, "postinstall");
     writeReceipts(stage);
     // 4. Nothing is rolled back any more.
@@ -97,6 +98,7 @@ void Installation::readThrough() {
     PayloadList scripts;
     const auto onBytes = [this](std::size_t) { signals_.check(); };
     for (const Component &component : package_.components()) {
+        signals_.check();
         if (component.hasScripts) {
             package_.readArchive(component.member("Scripts"), [&](archive *reader) {
                 scanPayload(reader, scriptsFolder(package_, component), scripts, onBytes);
@@ -144,6 +146,7 @@ void Installation::findKind() {
 void Installation::unpackScripts(const Stage &stage) const {
     const UniqueFd temporary = stage.makeFolder("tmp");
     for (const Component &component : package_.components()) {
+        signals_.check();
         const UniqueFd folder = stage.makeFolder(scriptsFolder(package_, component));
         if (component.hasScripts) {
             package_.readArchive(component.member("Scripts"), [&](archive *reader) {
@@ -209,6 +212,7 @@ void Installation::writeFiles(const Stage &stage) const {
         signals_.check();
     };
     for (const Component &component : package_.components()) {
+        signals_.check();
         if (component.hasPayload) {
             package_.readArchive(component.member("Payload"), [&](archive *reader) {
                 unpackPayload(reader, component.info.installLocation, stage.files(), onBytes);

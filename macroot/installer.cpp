@@ -53,7 +53,7 @@ int refuse(const std::string &line) {
 }
 
 int install(const Arguments &arguments, const std::string &root, const SignalWatch &signals) {
-    const FlatPackage package(std::filesystem::absolute(arguments.packagePath).string());
+    const FlatPackage package(std::filesystem::absolute(arguments.packagePath).string(), [&] { signals.check(); });
     const InstallerOutput output(arguments.verbosity, package.title());
     output.line("installer: Package name is " + package.title());
     output.line("installer: Installing at base path /");

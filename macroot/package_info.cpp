@@ -47,6 +47,16 @@ bool isReceiptName(std::string_view identifier) {
            std::all_of(identifier.begin(), identifier.end(), allowed);
 }
 
+void addComponent(std::vector<std::string> &folders, const std::string &folder) {
+    if (folders.size() == kMaxComponents) {
+        throw InstallError("The package's Distribution names too many components");
+    }
+    if (std::ranges::find(folders, folder) != folders.end()) {
+        throw InstallError("The package's Distribution names the component " + folder + " twice");
+    }
+    folders.push_back(folder);
+}
+
 } // namespace
 
 PackageInfo parsePackageInfo(std::string_view xml) {
@@ -76,7 +86,7 @@ Distribution parseDistribution(std::string_view xml) {
     for (const pugi::xml_node &reference : root.children("pkg-ref")) {
         // A reference without a text only adds attributes to one that has it.
         if (const std::string_view text = reference.text().as_string(); text.starts_with('#')) {
-            result.componentFolders.push_back(percentDecoded(text.substr(1)));
+            addComponent(result.componentFolders, percentDecoded(text.substr(1)));
         }
     }
     if (result.componentFolders.empty()) {

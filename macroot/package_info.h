@@ -18,8 +18,11 @@ struct PackageInfo {
 /// What a product's Distribution says.
 struct Distribution {
     std::string title;
-    std::vector<std::string> componentFolders; ///< such as "driver.pkg", in the order of their installation
+    std::vector<std::string> componentFolders; ///< such as "driver.pkg", in the order of their installation, each once
 };
+
+/// More components than that are refused: each is looked for in the whole package anew.
+inline constexpr std::size_t kMaxComponents = 1000;
 
 /// Both throw InstallError when the text is not what it should be; nothing of it is then used.
 PackageInfo parsePackageInfo(std::string_view xml);

@@ -66,18 +66,25 @@ public:
 private:
     void take(std::string_view text) {
         for (const char c : text) {
-            if (c == '\n' || line_.size() == kLongestLine) {
+            if (c == '\n' || isFull(c)) {
                 give();
             }
             line_.append(c == '\n' ? 0 : 1, c);
         }
     }
-    /// A script that prints without end must not fill the disk.
+    /// Whether a longer line is cut before \p next: not within a character of UTF-8, if it is any.
+    bool isFull(char next) const {
+        const bool isWithinCharacter = (static_cast<unsigned char>(next) & 0xC0U) == 0x80;
+        return line_.size() >= kLongestLine + (isWithinCharacter ? 3 : 0);
+    }
     void give() {
-        if (lines_ <= kMaxScriptLines) {
-            output_(lines_ < kMaxScriptLines ? line_ : "(The rest of what it prints is left out.)");
+        bytes_ += line_.size();
+        const bool isLeftOut = lines_ == kMaxScriptLines || bytes_ > kMaxScriptBytes;
+        if (!isOver_) {
+            output_(isLeftOut ? "(The rest of what it prints is left out.)" : line_);
             ++lines_;
         }
+        isOver_ = isOver_ || isLeftOut;
         line_.clear();
     }
 
@@ -86,6 +93,8 @@ private:
     const ScriptOutput &output_;
     std::string line_;
     int lines_ = 0;
+    std::size_t bytes_ = 0;
+    bool isOver_ = false;
 };
 
 std::optional<int> endOf(pid_t process) {

@@ -18,8 +18,10 @@ struct PackageScript {
     std::string workingFolder;
 };
 
-/// So many lines of a script's output are given, and one more that says that there were others.
+/// So much of a script's output is given, and one line more that says that there was other: a script that prints
+/// without end must not fill the disk with the log.
 inline constexpr int kMaxScriptLines = 10'000;
+inline constexpr std::size_t kMaxScriptBytes = std::size_t{1} << 20; // a hundred for each of them
 
 using ScriptOutput = std::function<void(std::string_view line)>;
 

@@ -1,8 +1,8 @@
 #include "plist_document.h"
 
 #include "posix/plist_guard.h"
+#include "texts.h"
 
-#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -19,30 +19,9 @@ struct CFree {
     void operator()(void *memory) const { std::free(memory); }
 };
 
-/// Takes a character off the front of UTF-8; nothing for what is none.
-std::optional<char32_t> takeCharacter(std::string_view &text) {
-    const auto first = static_cast<unsigned char>(text.front());
-    const auto ones = static_cast<std::size_t>(std::countl_one(first));
-    const std::size_t length = ones == 0 ? 1 : ones;
-    if (ones == 1 || ones > 4 || text.size() < length) {
-        return {};
-    }
-    char32_t character = first & (0x7FU >> ones);
-    for (const char next : text.substr(1, length - 1)) {
-        if ((static_cast<unsigned char>(next) & 0xC0U) != 0x80) {
-            return {};
-        }
-        character = character << 6 | (static_cast<unsigned char>(next) & 0x3FU);
-    }
-    text.remove_prefix(length);
-    constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000}; // by length: no character has two spellings
-    return character >= smallest[length] ? std::optional(character) : std::nullopt;
-}
-
 bool isXmlCharacter(char32_t c) {
     const bool isControl = c < 0x20 && c != '\t' && c != '\n' && c != '\r';
-    const bool isSurrogate = c >= 0xD800 && c <= 0xDFFF;
-    return !isControl && !isSurrogate && c != 0xFFFE && c != 0xFFFF && c <= 0x10FFFF;
+    return !isControl && c != 0xFFFE && c != 0xFFFF;
 }
 
 void eachItem(plist_t array, const ChildUse &use) {

@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <vector>
 
 namespace kyb::macroot {
 namespace {
@@ -26,9 +25,13 @@ constexpr std::string_view kUnfinishedPlanName = "plan.new";
 constexpr std::string_view kFilesName = "files";
 constexpr std::string_view kSavedName = "saved";
 constexpr std::string_view kLockPath = "var/run/installer.lock";
-constexpr std::array kOwnPlaces{Stage::kFolder, Stage::kTrash, kLockPath};
+constexpr std::array kOwnPlaces{Stage::kFolder, Stage::kTrash, Stage::kKept, kLockPath};
 
+// NB: a script may have put anything at the plan's place, and what is no file was never a plan.
 std::vector<std::string> readPlan(int stage) {
+    if (const auto found = lookBelow(stage, kPlanName); !found || !S_ISREG(found->st_mode)) {
+        return {};
+    }
     std::vector<std::string> records = splitText(readFileBelow(stage, kPlanName).value_or(""), '\0');
     std::erase(records, std::string()); // behind the last zero byte
     return records;
@@ -49,6 +52,7 @@ void rollBack(int root, int stage, const std::string &record) {
         break;
     case Replaced:
         if (lookBelow(stage, saved)) {
+            makeFolderBelow(root, parentPath(path)); // a script may have taken it away
             moveBelow(stage, saved, root, path);
         }
         break;
@@ -57,9 +61,26 @@ void rollBack(int root, int stage, const std::string &record) {
     }
 }
 
-void rollAllBack(int root, int stage) {
-    const std::vector<std::string> records = readPlan(stage);
-    std::for_each(records.rbegin(), records.rend(), [=](const std::string &record) { rollBack(root, stage, record); });
+/// Rolls back all that can be. \return why something could not be, the first such reason; "" when all was.
+std::string rollAllBack(int root, int stage) {
+    std::string problem;
+    const auto attempt = [&problem](const auto &step) {
+        try {
+            step();
+        } catch (const InstallError &error) {
+            problem = problem.empty() ? error.what() : problem;
+        }
+    };
+    std::vector<std::string> records;
+    attempt([&] { records = readPlan(stage); });
+    for (const std::string &record : records) { // outer folders first, the other way round below
+        if (record.front() == NewFolder) {
+            attempt([&] { openUpBelow(root, record.substr(1)); });
+        }
+    }
+    std::for_each(records.rbegin(), records.rend(),
+                  [&](const std::string &record) { attempt([&] { rollBack(root, stage, record); }); });
+    return problem;
 }
 
 bool isOwnPlace(const std::string &path) {
@@ -68,15 +89,33 @@ bool isOwnPlace(const std::string &path) {
     });
 }
 
+/// Moves what stands at \p from into the folder \p to, under the first free number. \return where it is now.
+std::string moveAside(int root, std::string_view from, std::string_view to) {
+    clearWayBelow(root, to);
+    const UniqueFd folder = makePrivateFolderBelow(root, to);
+    int number = 0;
+    while (lookBelow(folder.get(), std::to_string(number))) {
+        ++number;
+    }
+    moveBelow(root, from, folder.get(), std::to_string(number));
+    return shownPath(joinedPath(to, std::to_string(number)));
+}
+
 /// Takes the stage's folder out of the way, in one step: whatever still works in it, such as a process that a script
 /// left behind, goes along and can at worst keep the trash from being emptied.
 void moveToTrash(int root) {
-    const UniqueFd trash = makeFolderBelow(root, Stage::kTrash);
-    int number = 0;
-    while (lookBelow(trash.get(), std::to_string(number))) {
-        ++number;
+    clearWayBelow(root, Stage::kFolder);
+    moveAside(root, Stage::kFolder, Stage::kTrash);
+}
+
+/// Where the earlier files wait that could not be put back, as a text for a message; "" when there are none.
+std::string keepTheRest(int root, int stage) {
+    removeEmptyFolderBelow(stage, kSavedName);
+    if (!lookBelow(stage, kSavedName)) {
+        return {};
     }
-    moveBelow(root, Stage::kFolder, trash.get(), std::to_string(number));
+    return " (the rest of what was there before is kept in " +
+           moveAside(root, joinedPath(Stage::kFolder, kSavedName), Stage::kKept) + ")";
 }
 
 // What the item will do at its place; throws when something that must stay is in the way. Nothing to do gives no text.
@@ -96,35 +135,30 @@ std::string plannedRecord(int root, const PayloadItem &item) {
     return isFolder ? std::string() : static_cast<char>(Replaced) + item.path;
 }
 
-void placeFolder(int root, const PayloadItem &item) {
-    if (lookBelow(root, item.path)) {
-        return;
-    }
-    const UniqueFd made = makeFolderBelow(root, item.path);
-    if (fchmod(made.get(), item.mode) != 0) {
-        throwLastError(shownPath(item.path));
-    }
-}
-
 } // namespace
 
 bool Stage::recover(int root) {
+    clearWayBelow(root, kFolder);
     const UniqueFd stage = openFolderBelow(root, kFolder);
+    std::string problem;
     if (stage) {
-        rollAllBack(root, stage.get());
+        clearWayBelow(stage.get(), kFilesName);
+        clearWayBelow(stage.get(), kSavedName);
+        problem = rollAllBack(root, stage.get());
+        problem += problem.empty() ? "" : keepTheRest(root, stage.get());
         moveToTrash(root);
     }
     try {
         removeBelow(root, kTrash);
     } catch (const InstallError &) { // whatever still works in it ends some day; a later run takes it away
     }
+    if (!problem.empty()) {
+        throw InstallError("Not all could be rolled back: " + problem);
+    }
     return static_cast<bool>(stage);
 }
 
-Stage::Stage(int root) : root_(root), stage_(makeFolderBelow(root, kFolder)) {
-    if (fchmod(stage_.get(), 0700) != 0) {
-        throwLastError(shownPath(kFolder));
-    }
+Stage::Stage(int root) : root_(root), stage_(makePrivateFolderBelow(root, kFolder)) {
     files_ = makeFolder(kFilesName);
     saved_ = makeFolder(kSavedName);
 }
@@ -133,7 +167,7 @@ Stage::~Stage() {
     try {
         recover(root_); // nothing is rolled back after a commit
     } catch (const InstallError &error) {
-        std::fprintf(stderr, "installer: %s (the next run tries again)\n", error.what());
+        std::fprintf(stderr, "installer: %s\n", error.what());
     }
 }
 
@@ -164,7 +198,7 @@ void Stage::plan(const PayloadList::Items &items) {
 
 void Stage::place(const PayloadItem &item) {
     if (item.kind == Kind::Folder) {
-        placeFolder(root_, item);
+        placeFolder(item);
         return;
     }
     if (replaced_.contains(item.path)) {
@@ -172,6 +206,22 @@ void Stage::place(const PayloadItem &item) {
         hardLinkBelow(root_, item.path, saved_.get(), item.path);
     }
     moveBelow(files_.get(), item.path, root_, item.path);
+}
+
+void Stage::placeFolder(const PayloadItem &item) {
+    if (!lookBelow(root_, item.path)) {
+        makePrivateFolderBelow(root_, item.path);
+        newFolders_.push_back(item);
+    }
+}
+
+void Stage::giveFolderModes() const {
+    for (auto folder = newFolders_.rbegin(); folder != newFolders_.rend(); ++folder) { // inner ones first
+        const UniqueFd made = openFolderBelow(root_, folder->path);
+        if (!made || fchmod(made.get(), folder->mode) != 0) {
+            throwLastError(shownPath(folder->path));
+        }
+    }
 }
 
 void Stage::commit() {

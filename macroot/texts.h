@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,12 +30,11 @@ inline std::string lowered(std::string_view text) {
     return result;
 }
 
-/// The text with every control character made a blank, so that a text from a package stays within its line.
-inline std::string printable(std::string_view text) {
-    std::string line(text);
-    std::ranges::replace_if(
-        line, [](unsigned char c) { return c < 0x20 || c == 0x7f; }, ' ');
-    return line;
-}
+/// Takes a character off the front of UTF-8, which must not be empty. Where none stands: nothing, and a byte is taken.
+std::optional<char32_t> takeCharacter(std::string_view &text);
+
+/// The text with every control character made a blank, so that a text from a package stays within its line, and every
+/// byte that is no UTF-8 made U+FFFD.
+std::string printable(std::string_view text);
 
 } // namespace kyb::macroot

@@ -1,5 +1,6 @@
 #include "posix/plist_guard.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -12,6 +13,8 @@ constexpr std::size_t kTrailerBytes = 32;
 constexpr int kMaxDepth = 64;
 constexpr int kMaxXmlContainers = 10'000; // far from the end of a thread's stack, also in a sanitizer's build
 constexpr std::int64_t kExpandedBytes = std::int64_t{64} << 20;
+// For each entity libplist moves the rest of its text. So much is moved in less than a second.
+constexpr std::int64_t kMovedBytes = std::int64_t{16} << 30;
 constexpr std::int64_t kNodeBytes = 128; // what libplist spends on an object beside its content, about
 
 enum Kind : unsigned {
@@ -151,10 +154,22 @@ bool hasFewContainers(std::string_view xml) {
     return containers <= kMaxXmlContainers;
 }
 
+/// What libplist moves at most to replace the entities of all texts. A text, which may hold a '>', ends before a '<'.
+bool hasFewEntities(std::string_view xml) {
+    std::int64_t moved = 0;
+    while (!xml.empty() && moved <= kMovedBytes) {
+        const std::string_view text = xml.substr(0, xml.find('<', 1));
+        moved += std::ranges::count(text, '&') * static_cast<std::int64_t>(text.size());
+        xml.remove_prefix(text.size());
+    }
+    return moved <= kMovedBytes;
+}
+
 } // namespace
 
 bool isSafeForLibplist(std::string_view bytes) {
-    return bytes.starts_with(kBinaryMagic) ? BinaryWalk(bytes).staysInBounds() : hasFewContainers(bytes);
+    return bytes.starts_with(kBinaryMagic) ? BinaryWalk(bytes).staysInBounds()
+                                           : hasFewContainers(bytes) && hasFewEntities(bytes);
 }
 
 } // namespace kyb

@@ -123,6 +123,7 @@ TEST(HostilePayload, IsRefusedBeforeAnythingIsRunOrWritten) {
         {"a hard link out", {{.name = "f", .inode = 5, .links = 2}, {.name = "../h", .inode = 5, .links = 2}}},
         {"in the stage", {{.name = std::string(Stage::kFolder) + "/plan"}}},
         {"in the trash", {{.name = std::string(Stage::kTrash) + "/0"}}},
+        {"among what is kept", {{.name = std::string(Stage::kKept) + "/0"}}},
         {"the lock", {{.name = "var/run/installer.lock"}}},
         {"its own receipt", {{.name = "var/db/receipts/hostile.plist"}}},
     };

@@ -16,6 +16,21 @@ TEST(InstallLogLine, BeginsWithDateHostAndProcess) {
                 MatchesRegex("2023-11-1[45] [0-9:]{8}[-+][0-9]{4} mac installer\\[42\\]: text more\n"));
 }
 
+TEST(InstallLogLine, IsUtf8WhateverTheMessageIs) {
+    const std::pair<const char *, const char *> rows[] = {
+        {"Grüße…𝄞", "Grüße…𝄞"},
+        {"a\xe9z", "a\uFFFDz"},
+        {"cut \xe2\x80", "cut \uFFFD\uFFFD"},
+        {"\x80|\xc3|\xf8\x88\x80\x80\x80", "\uFFFD|\uFFFD|\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"\xc0\xaf \xe0\x80\xaf", "\uFFFD\uFFFD \uFFFD\uFFFD\uFFFD"},                     // "/" in two and three bytes
+        {"\xed\xa0\x80 \xf4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD \uFFFD\uFFFD\uFFFD\uFFFD"}, // no characters
+        {"\xc3\n\xe2\x7f", "\uFFFD \uFFFD "},
+    };
+    for (const auto &[message, shown] : rows) {
+        EXPECT_THAT(installLogLine(0, "mac", 1, message), testing::EndsWith(std::string("]: ") + shown + "\n"));
+    }
+}
+
 TEST(InstallLog, AppendsToWhatIsThere) {
     const TempFolder root;
     std::filesystem::create_directories(root / "var/log");

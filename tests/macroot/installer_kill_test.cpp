@@ -1,4 +1,5 @@
 #include "mac_root.h"
+#include "package_writer.h"
 #include "test_package.h"
 
 #include <csignal>
@@ -131,6 +132,20 @@ TEST(InstallerKill, WhileWaitingForAnotherInstallationEndsTheWait) {
     EXPECT_TRUE(root.hasStage()) << "the first one's stage is not the second one's to remove";
     one.sendSignal(SIGTERM);
     EXPECT_EQ(one.wait(), 1);
+}
+
+TEST(InstallerKill, IsObeyedBeforeAllDescriptionsAreRead) {
+    const MacRoot root;
+    const std::string path = root.beside("a.pkg").string();
+    writeFlatPackage(path, {{"Distribution", "<installer-script><pkg-ref>#a</pkg-ref></installer-script>"},
+                            {"a/PackageInfo", "no xml"}});
+    ASSERT_THAT(root.install(path).lastLine(), testing::HasSubstr("cannot be read"));
+    // The program is begun with a signal that has come already.
+    std::vector<std::string> words{"/usr/bin/env", "--block-signal=TERM",        "/bin/sh",
+                                   "-c",           "kill -TERM $$; exec \"$@\"", "sh"};
+    const std::vector<std::string> command = root.installCommand(path);
+    words.insert(words.end(), command.begin(), command.end());
+    EXPECT_EQ(runProgram(words).lastLine(), kInterrupted);
 }
 
 } // namespace kyb::macroot

@@ -218,4 +218,20 @@ TEST(InstallerRefusal, NeedsEveryComponentThatAPackageNames) {
     EXPECT_EQ(ran.lastLine(), std::string(kFailedInstall) + "The package has no component a.pkg)");
 }
 
+TEST(InstallerRefusal, TakesNoPackageWhoseDescriptionsFillTheMemory) {
+    const MacRoot root;
+    const std::string path = root.beside("a.pkg").string();
+    std::vector<PackageMember> members{{"PackageInfo", "<pkg-info identifier='a' version='1'/>"}};
+    for (int i = 0; i < 65; ++i) {
+        members.push_back({std::to_string(i) + "/PackageInfo", std::string(1'000'000, ' ')});
+    }
+    writeFlatPackage(path, members);
+    EXPECT_EQ(root.install(path).status, 0);
+    members.push_back({"last/PackageInfo", std::string(1'000'000, ' ')});
+    members.push_back({"more/PackageInfo", std::string(1'000'000, ' ')});
+    members.push_back({"end/PackageInfo", std::string(1'000'000, ' ')});
+    writeFlatPackage(path, members);
+    EXPECT_EQ(root.install(path).lastLine(), std::string(kFailedInstall) + "The package's descriptions are too long)");
+}
+
 } // namespace kyb::macroot

@@ -259,6 +259,37 @@ TEST(InstallerRun, LogsSoMuchOfAScriptAndNoMore) {
     EXPECT_EQ(count("postinstall: (The rest of what it prints is left out.)\n"), 1);
 }
 
+TEST(InstallerRun, LogsSoManyBytesOfAScriptAndNoMore) {
+    const MacRoot root;
+    TestPackage package;
+    package.preinstall = "#!/bin/sh\nyes \"$(printf '%02000d' 0)\" | head -n 9000\necho last\n";
+    ASSERT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 0);
+    EXPECT_THAT(root.log(), HasSubstr("preinstall: (The rest of what it prints is left out.)\n"));
+    EXPECT_THAT(root.log(), Not(HasSubstr("preinstall: last\n")));
+    EXPECT_GT(root.log().size(), 1'000'000U);
+    EXPECT_LT(root.log().size(), 1'200'000U);
+}
+
+TEST(InstallerRun, CutsALongLineOfAScriptBetweenCharacters) {
+    const MacRoot root;
+    TestPackage package;
+    package.preinstall = "#!/bin/sh\nprintf '%04095dä%04096d𝄞end\\n' 0 0\n";
+    ASSERT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 0);
+    const std::string log = root.log();
+    EXPECT_THAT(log, HasSubstr("0ä\n"));
+    EXPECT_THAT(log, HasSubstr("preinstall: 𝄞end\n"));
+    EXPECT_THAT(log, Not(HasSubstr("\uFFFD")));
+}
+
+TEST(InstallerRun, LogsWhatIsNoUtf8AsSomethingThatIs) {
+    const MacRoot root;
+    TestPackage package;
+    package.preinstall = "#!/bin/sh\nprintf 'caf\\351 \\200\\n'\nhead -c 9000 /dev/zero | tr '\\0' '\\200'\n";
+    ASSERT_EQ(root.install(package.write(root.beside("a.pkg"))).status, 0);
+    EXPECT_THAT(root.log(), HasSubstr("preinstall: caf\uFFFD \uFFFD\n"));
+    EXPECT_THAT(root.log(), Not(HasSubstr("\x80\x80")));
+}
+
 TEST(InstallerRun, IsASuccessOnceItIsCommittedAlthoughSomethingIsLeftBehind) {
     const MacRoot root;
     TestPackage package;

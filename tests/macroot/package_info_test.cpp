@@ -57,6 +57,24 @@ TEST(Distribution, TakesTheComponentsInTheirOrder) {
     EXPECT_THAT(distribution.componentFolders, ElementsAre("a.pkg", "b.pkg"));
 }
 
+TEST(Distribution, RefusesAComponentThatItNamesTwice) {
+    EXPECT_THROW((void)parseDistribution("<installer-script><pkg-ref>#a.pkg</pkg-ref><pkg-ref>#b.pkg</pkg-ref>"
+                                         "<pkg-ref>#%61.pkg</pkg-ref></installer-script>"),
+                 InstallError);
+}
+
+TEST(Distribution, RefusesTooManyComponents) {
+    const auto distributionOf = [](std::size_t components) {
+        std::string xml = "<installer-script>";
+        for (std::size_t i = 0; i < components; ++i) {
+            xml += "<pkg-ref>#" + std::to_string(i) + "</pkg-ref>";
+        }
+        return xml + "</installer-script>";
+    };
+    EXPECT_EQ(parseDistribution(distributionOf(kMaxComponents)).componentFolders.size(), kMaxComponents);
+    EXPECT_THROW((void)parseDistribution(distributionOf(kMaxComponents + 1)), InstallError);
+}
+
 TEST(Distribution, RefusesOneWithoutComponents) {
     EXPECT_THROW((void)parseDistribution("<installer-gui-script/>"), InstallError);
     EXPECT_THROW((void)parseDistribution("not xml"), InstallError);

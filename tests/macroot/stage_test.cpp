@@ -134,6 +134,61 @@ TEST_F(StageTest, GoesToTheTrashWhereItCannotHoldUpTheNextRun) {
     }
 }
 
+TEST_F(StageTest, TakesTheRestBackWhenOneThingCannotBeAndKeepsThat) {
+    {
+        Stage stage(rootFd_.get());
+        place(stage, list_.items().size());
+        fs::remove(root_ / "a/old");
+        fs::create_directories(root_ / "a/old/in the way");
+    }
+    EXPECT_EQ(fs::read_symlink(root_ / "a/link"), "kept");
+    EXPECT_FALSE(fs::exists(root_ / "a/new"));
+    EXPECT_FALSE(fs::exists(root_ / "b"));
+    EXPECT_EQ(contentOf(root_ / Stage::kKept / "0/a/old"), "old");
+    EXPECT_EQ(modeOf(root_ / Stage::kKept), 0700U);
+    EXPECT_FALSE(Stage::recover(rootFd_.get()));
+}
+
+TEST_F(StageTest, TellsWhatCannotBeTakenBackAndWhereItIs) {
+    workAndBeKilled([&](Stage &stage) { place(stage, list_.items().size()); });
+    fs::remove(root_ / "a/old");
+    fs::create_directories(root_ / "a/old/in the way");
+    try {
+        Stage::recover(rootFd_.get());
+        ADD_FAILURE();
+    } catch (const InstallError &error) {
+        EXPECT_STREQ(error.what(), "Not all could be rolled back: /a/old: Is a directory (the rest of what was there "
+                                   "before is kept in /var/db/.installer-kept/0)");
+    }
+    EXPECT_FALSE(fs::exists(root_ / Stage::kFolder));
+}
+
+TEST_F(StageTest, PutsAFileBackWhoseFolderIsGone) {
+    {
+        Stage stage(rootFd_.get());
+        place(stage, list_.items().size());
+        fs::remove_all(root_ / "a");
+    }
+    EXPECT_EQ(contentOf(root_ / "a/old"), "old");
+    EXPECT_FALSE(fs::exists(root_ / Stage::kKept));
+}
+
+TEST_F(StageTest, GivesNewFoldersTheirModesLast) {
+    PayloadItem folder;
+    folder.path = "b/c";
+    folder.mode = 0555;
+    list_.add(folder, "");
+    folder.path = "a"; // which is there already
+    list_.add(folder, "");
+    Stage stage(rootFd_.get());
+    place(stage, list_.items().size());
+    EXPECT_EQ(modeOf(root_ / "b/c"), 0700U);
+    stage.giveFolderModes();
+    EXPECT_EQ(modeOf(root_ / "b/c"), 0555U);
+    EXPECT_EQ(modeOf(root_ / "b/d"), 0755U);
+    EXPECT_EQ(modeOf(root_ / "a"), 0755U);
+}
+
 TEST_F(StageTest, FindsNothingToRecoverInACleanRoot) {
     EXPECT_FALSE(Stage::recover(rootFd_.get()));
 }

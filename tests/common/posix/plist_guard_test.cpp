@@ -10,6 +10,14 @@ namespace {
 
 using namespace test;
 
+std::string repeated(std::string_view text, int times) {
+    std::string result;
+    for (int i = 0; i < times; ++i) {
+        result += text;
+    }
+    return result;
+}
+
 TEST(PlistGuard, LetsWhatLibplistWritesThrough) {
     plist_t inner = plist_new_array();
     for (int i = 0; i < 300; ++i) {
@@ -77,6 +85,26 @@ TEST(PlistGuard, RefusesALongTextThatIsReferredToOften) {
     }
     EXPECT_FALSE(isSafeForLibplist(binaryList({many, text})));
     EXPECT_TRUE(isSafeForLibplist(binaryList({array({1, 1}), text})));
+}
+
+std::string xmlOf(const std::string &text) {
+    return "<plist version=\"1.0\"><string>" + text + "</string></plist>";
+}
+
+TEST(PlistGuard, RefusesTextsWhoseEntitiesTakeLong) {
+    EXPECT_TRUE(isSafeForLibplist(xmlOf(repeated("&lt;", 60'000))));
+    EXPECT_FALSE(isSafeForLibplist(xmlOf(repeated("&lt;", 70'000))));
+    EXPECT_FALSE(isSafeForLibplist(xmlOf(repeated("&#65;", 70'000))));
+    EXPECT_FALSE(isSafeForLibplist(xmlOf(repeated("&lt;>", 70'000)))) << "a text may hold a >";
+    EXPECT_FALSE(isSafeForLibplist(repeated("&lt;", 70'000))) << "without an element";
+    EXPECT_FALSE(isSafeForLibplist(xmlOf(repeated("&lt;", 1'000) + std::string(20'000'000, 'x'))));
+}
+
+TEST(PlistGuard, CountsTheEntitiesOfAllTexts) {
+    const std::string text = xmlOf(repeated("&lt;", 30'000));
+    EXPECT_TRUE(isSafeForLibplist(repeated(text, 4)));
+    EXPECT_FALSE(isSafeForLibplist(repeated(text, 5)));
+    EXPECT_TRUE(isSafeForLibplist(repeated(xmlOf("a &amp; b"), 100'000)));
 }
 
 TEST(PlistGuard, RefusesANulInText) {
