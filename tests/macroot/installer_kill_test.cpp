@@ -61,7 +61,7 @@ TEST(InstallerKill, AfterMovingIsTakenBackByTheNextRun) {
 
 TEST(InstallerKill, LeavesNothingInTheNextRunsWayThatSomebodyStillWritesInto) {
     const MacRoot root;
-    const std::string script = "mkdir \"$TMPDIR/a\"\ncd \"$TMPDIR/a\"\n"
+    const std::string script = "mkdir \"$TMPDIR/a\"\ncd \"$TMPDIR/a\"\n" + std::string(kManyFiles) +
                                "(i=0; while [ ! -e \"$3/stop\" ]; do : >$i; i=$((i+1)); done) >/dev/null 2>&1 &\n"
                                "echo $! >\"$3/pid\"\nkill -9 $PPID\n";
     EXPECT_EQ(root.install(packageWithPostinstall(script).write(root.beside("a.pkg"))).status, -SIGKILL);

@@ -294,7 +294,7 @@ TEST(InstallerRun, IsASuccessOnceItIsCommittedAlthoughSomethingIsLeftBehind) {
     const MacRoot root;
     TestPackage package;
     // A process that goes on writing into the scripts' temporary folder keeps it from being removed.
-    package.postinstall = "#!/bin/sh\nmkdir \"$TMPDIR/a\"\ncd \"$TMPDIR/a\"\n"
+    package.postinstall = "#!/bin/sh\nmkdir \"$TMPDIR/a\"\ncd \"$TMPDIR/a\"\n" + std::string(kManyFiles) +
                           "(i=0; while [ ! -e \"$3/stop\" ]; do : >$i; i=$((i+1)); done) >/dev/null 2>&1 &\n"
                           "echo $! >>\"$3/pids\"\n";
     const std::string file = package.write(root.beside("a.pkg"));

@@ -21,6 +21,10 @@ using test::writeText;
 /// The test's own time limit bounds the wait.
 void waitForEndOf(pid_t process);
 
+/// A command that makes so many files in the working folder that their removal takes longer than a writer beside it
+/// rests.
+inline constexpr const char *kManyFiles = "touch $(seq -f many%g 20000)\n";
+
 unsigned modeOf(const std::filesystem::path &path);
 
 /// Every path below a folder, with its kind, mode and the hash of its content.
