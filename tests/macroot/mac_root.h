@@ -23,7 +23,7 @@ void waitForEndOf(pid_t process);
 
 /// A command that makes so many files in the working folder that their removal takes longer than a writer beside it
 /// rests.
-inline constexpr const char *kManyFiles = "touch $(seq -f many%g 20000)\n";
+inline constexpr const char *kManyFiles = "touch $(seq -f many%g 2000)\n";
 
 unsigned modeOf(const std::filesystem::path &path);
 
