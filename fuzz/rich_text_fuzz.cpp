@@ -75,6 +75,11 @@ void requireShown(const kyb::RichTextDocument &document) {
 
 } // namespace
 
+/// The toolkit keeps the fonts that it has found to the end, and the library that finds them keeps more.
+extern "C" const char *__lsan_default_suppressions() {
+    return "leak:libfontconfig";
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const QByteArray bytes(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
     for (const QByteArray &document : {bytes, "{\\rtf1 " + bytes}) {
