@@ -69,17 +69,23 @@ void CommandQueue::makeFile(Run &run) {
         return;
     }
     giveUpHeld();
-    if (std::optional<ProgressFile> file = ProgressFile::create(*run.request.progressFilePath)) {
+    if (run.request.isConnected && !run.request.isConnected()) { // it has been told that the run failed
+        refuse(run, "its client has gone");
+    } else if (std::optional<ProgressFile> file = ProgressFile::create(*run.request.progressFilePath)) {
         run.report.emplace(std::move(*file));
         if (run.request.fileIsMade) {
             run.request.fileIsMade();
         }
     } else {
-        logLine("Refused, for the progress file cannot be made: " + run.request.commandLine);
-        run.request.answer({});
-        run.request = {};
-        run.stage = Stage::Ended;
+        refuse(run, "the progress file cannot be made");
     }
+}
+
+void CommandQueue::refuse(Run &run, const std::string &reason) {
+    logLine("Refused, for " + reason + ": " + run.request.commandLine);
+    run.request.answer({});
+    run.request = {};
+    run.stage = Stage::Ended;
 }
 
 void CommandQueue::work() {

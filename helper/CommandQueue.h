@@ -57,8 +57,9 @@ public:
     explicit CommandQueue(CommandLimits limits) : limits_(limits) {}
 
     /// Adds a command. Its progress file exists when this returns, unless a success is too young to make way for it. A
-    /// second request for the file before the command of a first has ended, or one whose file cannot be made, is
-    /// answered with nothing. A file that is only looked after still is given up for the new one.
+    /// second request for the file before the command of a first has ended, or one whose file cannot be made or whose
+    /// client has gone before, is answered with nothing. A file that is only looked after still is given up for the new
+    /// one.
     void add(CommandRequest request);
 
     /// Takes the commands as far as they go now.
@@ -115,6 +116,7 @@ private:
     bool isRefused(const CommandRequest &request) const;
     static bool lacksFile(const Run &run);
     void makeFile(Run &run);
+    static void refuse(Run &run, const std::string &reason);
     enum class Step { Waits, GoesOn };
     Step advance(Run &run);
     void start(Run &run);

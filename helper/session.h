@@ -1,13 +1,14 @@
 #pragma once
 
+#include <functional>
 #include <sys/types.h>
-#include <vector>
 
 namespace kyb::helper {
 
-/// The processes that run in the session that \p leader has begun, in whatever process groups, but not \p leader
-/// itself and none that have ended already. As long as the leader was not waited for, its number names no other
-/// session. One thread.
-std::vector<pid_t> othersInSession(pid_t leader);
+/// Calls \p visit with each process that runs in the session that \p leader has begun, in whatever process group, but
+/// not \p leader itself and none that has ended already. It does so the moment it meets one: a process that forks and
+/// ends all the time is another soon. As long as the leader was not waited for, its number names no other session.
+/// One thread.
+void visitOthersInSession(pid_t leader, const std::function<void(pid_t)> &visit);
 
 } // namespace kyb::helper

@@ -2,9 +2,11 @@
 
 #include "posix/file_io.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
+#include <vector>
 
 namespace kyb::helper {
 namespace {
@@ -17,6 +19,18 @@ pid_t processOf(const std::filesystem::directory_entry &entry) {
     pid_t process = 0;
     std::from_chars(name.data(), name.data() + name.size(), process);
     return process;
+}
+
+std::vector<pid_t> allProcesses() {
+    std::vector<pid_t> processes;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry("/proc", error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (const pid_t process = processOf(*entry); process != 0) {
+            processes.push_back(process);
+        }
+    }
+    return processes;
 }
 
 bool runsInSession(pid_t process, pid_t leader) {
@@ -32,17 +46,14 @@ bool runsInSession(pid_t process, pid_t leader) {
 
 } // namespace
 
-std::vector<pid_t> othersInSession(pid_t leader) {
-    std::vector<pid_t> others;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry("/proc", error), end; !error && entry != end;
-         entry.increment(error)) {
-        const pid_t process = processOf(*entry);
-        if (process != 0 && process != leader && runsInSession(process, leader)) {
-            others.push_back(process);
+void visitOthersInSession(pid_t leader, const std::function<void(pid_t)> &visit) {
+    std::vector<pid_t> processes = allProcesses();
+    std::sort(processes.begin(), processes.end(), std::greater()); // NB: the youngest first, which may go the soonest
+    for (const pid_t process : processes) {
+        if (process != leader && runsInSession(process, leader)) {
+            visit(process);
         }
     }
-    return others;
 }
 
 } // namespace kyb::helper

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <sys/sysctl.h>
 #include <unistd.h>
+#include <vector>
 
 namespace kyb::helper {
 namespace {
@@ -28,15 +29,13 @@ std::vector<kinfo_proc> allProcesses() {
 
 } // namespace
 
-std::vector<pid_t> othersInSession(pid_t leader) {
-    std::vector<pid_t> others;
+void visitOthersInSession(pid_t leader, const std::function<void(pid_t)> &visit) {
     for (const kinfo_proc &process : allProcesses()) { // NB: the system has no list of a session's processes
         const pid_t number = process.kp_proc.p_pid;
         if (number != leader && process.kp_proc.p_stat != SZOMB && getsid(number) == leader) {
-            others.push_back(number);
+            visit(number);
         }
     }
-    return others;
 }
 
 } // namespace kyb::helper

@@ -51,7 +51,8 @@ void resumeConnection(HelperConnection connection);
 /// run. \p replyHandler is called once, on the main thread, with the reply or, after an event, with nothing.
 ///
 /// On Linux a message that names a progress file (`kInstallerLogPathKey`) is waited for until the helper has taken it
-/// and made that file, at most 2 seconds: not on the main thread, then. Any thread otherwise.
+/// and made that file: not on the main thread, then. Any thread otherwise. A helper that does not take it for 35
+/// seconds is as one that went away.
 void sendMessageWithReply(HelperConnection connection, const HelperMessage &message, ReplyHandler replyHandler);
 
 /// Drops the caller's reference. A pending reply keeps the connection alive until it is delivered. Any thread.

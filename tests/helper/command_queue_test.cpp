@@ -49,7 +49,7 @@ protected:
             answers_[number].push_back(reply.value_or("dropped"));
             order_.push_back(number);
         };
-        request.isConnected = [this] { return clientsStay_; };
+        request.isConnected = [this, number] { return answers_[number].empty() ? !clientsGo_ : clientsStay_; };
         request.fileIsMade = [this, number] { fileIsMade_.push_back(number); };
         queue_.add(std::move(request));
     }
@@ -89,6 +89,7 @@ protected:
     std::vector<Answers> answers_;
     std::vector<std::size_t> order_;
     std::vector<std::size_t> fileIsMade_;
+    bool clientsGo_ = false;   ///< before their replies
     bool clientsStay_ = false; ///< after their replies
     CommandQueue queue_{kLimits};
 };
@@ -140,6 +141,7 @@ TEST_F(CommandQueueTest, HoldsAFailureBeforeTheLastLine) {
         ASSERT_LT(start, before + 60s);
     }
     EXPECT_GE(SteadyClock::now(), before + 1s);
+    workToEnd();
     EXPECT_EQ(content(), "installer: The install failed (exit status 3)\n" + std::string(kDone));
 }
 
@@ -313,6 +315,22 @@ TEST_F(CommandQueueTest, RefusesAFileThatCannotBeMade) {
     workToEnd();
     EXPECT_EQ(answers_[0], Answers{"dropped"});
     EXPECT_FALSE(fs::exists(root_.at("/ran")));
+}
+
+TEST_F(CommandQueueTest, RunsNothingForAClientThatHasGoneBeforeItsFileIsMade) {
+    clientsGo_ = true;
+    add("touch " + root_.at("/ran"), Progress::Wanted);
+    workToEnd();
+    EXPECT_EQ(answers_[0], Answers{"dropped"});
+    EXPECT_FALSE(fs::exists(root_.progressFile()));
+    EXPECT_FALSE(fs::exists(root_.at("/ran")));
+}
+
+TEST_F(CommandQueueTest, GoesOnWithACommandWhoseClientLeavesAfterItsFileIsMade) {
+    add("touch " + root_.at("/ran"), Progress::Wanted);
+    clientsGo_ = true;
+    workToEnd();
+    EXPECT_TRUE(fs::exists(root_.at("/ran")));
 }
 
 TEST_F(CommandQueueTest, GoesOnInANewFileWhenTheFirstIsRemoved) {

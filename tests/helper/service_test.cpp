@@ -280,7 +280,7 @@ TEST_F(ServiceTest, RefusesASecondInstallationAndSparesTheFirst) {
 
 TEST_F(ServiceTest, TakesNoRequestBeforeAYoungSuccessHasMadeWay) {
     options_.commands.successHold = 1h;
-    options_.commands.successShow = 500ms;
+    options_.commands.successShow = 1s;
     serve();
     const RawClient first = connect();
     first.install("echo one", root_.progressFile());
@@ -289,8 +289,7 @@ TEST_F(ServiceTest, TakesNoRequestBeforeAYoungSuccessHasMadeWay) {
     const RawClient second = connect();
     second.install("while [ ! -e " + root_.at("/go") + " ] && [ -d " + root_.at("/var") + " ]; do sleep 0.01; done",
                    root_.progressFile());
-    waitUntil([this] { return fs::exists(root_.progressFile()); });
-    EXPECT_EQ(test::contentOf(root_.progressFile()), "Installation_Done\n") << "the first one's, put back";
+    waitUntil([this] { return test::contentOf(root_.progressFile()) == "Installation_Done\n"; }); // it is put back
     second.waitUntilTaken();
     EXPECT_EQ(test::contentOf(root_.progressFile()), "") << "the second one's";
     EXPECT_EQ(first.reply(), kSuccess);

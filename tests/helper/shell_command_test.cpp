@@ -2,6 +2,7 @@
 
 #include "posix/UniqueFd.h"
 #include "support/Program.h"
+#include "support/RootFolder.h"
 
 #include <chrono>
 #include <csignal>
@@ -9,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 namespace kyb::helper {
@@ -125,6 +127,26 @@ TEST(ShellCommand, KillsWhatRunsInAGroupOfItsOwn) {
         command->killAll();
     } while (!command->takeEnd([](std::string_view) {}, ShellCommand::EndOf::Session));
     EXPECT_THAT(test::stateOf(inner), testing::AnyOf('X', 'Z'));
+}
+
+/// Each process of the chain ignores SIGTERM, is the child of the one before, and lives for 10 ms.
+TEST(ShellCommand, KillsAChainOfProcessesThatForkAndEnd) {
+    const test::RootFolder root;
+    ASSERT_EQ(mkfifo(root.at("/alive").c_str(), 0600), 0);
+    const UniqueFd alive(open(root.at("/alive").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const auto command = ShellCommand::start(
+        R"(perl -e 'setpgrp(0, 0); $SIG{TERM} = "IGNORE"; $| = 1;
+                    for (1 .. 1000) { exit if fork; print "on\n"; select(undef, undef, undef, 0.01) }' 3>')" +
+        root.at("/alive") + "' & wait");
+    std::string output;
+    while (output.size() < 12) {
+        command->readOutput([&](std::string_view bytes) { output += bytes; });
+    }
+    do {
+        command->killAll();
+    } while (!command->takeEnd([](std::string_view) {}, ShellCommand::EndOf::Session));
+    char byte = 0;
+    EXPECT_EQ(read(alive.get(), &byte, 1), 0) << "nobody is left who could write";
 }
 
 TEST(ShellCommand, IsEndedWithItsGroup) {

@@ -7,6 +7,7 @@
 #include "channel/message_keys.h"
 #include "platform/clock.h"
 #include "platform/linux/helper_launch.h"
+#include "platform/linux/taken_timeout.h"
 #include "platform/posix/connection_events.h"
 #include "platform/system_root.h"
 
@@ -25,6 +26,7 @@ namespace kyb {
 struct OpaqueHelperConnection {
     std::string serviceName;
     ConnectionEventHandler eventHandler;
+    std::chrono::milliseconds takenTimeout = kTakenTimeout;
 };
 
 namespace {
@@ -33,7 +35,6 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kLockTimeout = 5s;
-constexpr auto kTakenTimeout = 2s; ///< how long a message that names a progress file is waited for
 constexpr auto kPollInterval = 200us;
 
 /// Looks at \p condition again and again until it holds. \return whether it did within \p timeout.
@@ -149,14 +150,16 @@ public:
     /// What we would like to wait for is the progress file. But whatever lies in its place may be another's, and the
     /// reply comes only when the command has ended. The connection's output queue is the one thing that the helper can
     /// empty at a moment of its choice: it leaves the last byte in there until it has made the file.
-    void sendAndWaitUntilTaken() {
-        waitUntil(
+    ///
+    /// \return whether that was within \p timeout.
+    bool sendAndWaitUntilTaken(Clock::duration timeout) {
+        return waitUntil(
             [this] {
                 sendSome();
                 int queuedBytes = 0;
                 return unsent_.empty() && (ioctl(connection_.get(), SIOCOUTQ, &queuedBytes) != 0 || queuedBytes == 0);
             },
-            kTakenTimeout);
+            timeout);
     }
 
     /// Sends the rest and waits for the reply, as long as it takes: a command may run for hours.
@@ -222,20 +225,21 @@ bool namesProgressFile(const HelperMessage &message) {
 }
 
 /// The message, sent as far as it can be without waiting for a reply, or why it could not be.
-std::variant<Exchange, ConnectionEventKind> begin(const std::string &serviceName, const HelperMessage &message) {
+std::variant<Exchange, ConnectionEventKind> begin(const OpaqueHelperConnection &connection,
+                                                  const HelperMessage &message) {
     std::optional<std::string> frame = frameOf(message);
     if (!frame) {
         return ConnectionEventKind::OtherError;
     }
-    Reached reached = reachHelper(serviceName);
+    Reached reached = reachHelper(connection.serviceName);
     if (const auto *failure = std::get_if<ConnectionEventKind>(&reached)) {
         return *failure;
     }
     Exchange exchange(std::get<UniqueFd>(std::move(reached)), std::move(*frame));
-    if (namesProgressFile(message)) {
-        exchange.sendAndWaitUntilTaken();
-    } else {
+    if (!namesProgressFile(message)) {
         exchange.sendSome();
+    } else if (!exchange.sendAndWaitUntilTaken(connection.takenTimeout)) {
+        return ConnectionEventKind::Interrupted; // NB: what lies in the progress file's place is another's
     }
     return exchange;
 }
@@ -287,6 +291,10 @@ void setConnectionEventHandler(HelperConnection connection, ConnectionEventHandl
     }
 }
 
+void setTakenTimeout(HelperConnection connection, std::chrono::milliseconds timeout) {
+    connection->takenTimeout = timeout;
+}
+
 void resumeConnection(HelperConnection) {}
 
 void sendMessageWithReply(HelperConnection connection, const HelperMessage &message, ReplyHandler replyHandler) {
@@ -295,7 +303,7 @@ void sendMessageWithReply(HelperConnection connection, const HelperMessage &mess
     }
     const PendingEvents::Serial event = connectionEvents().add();
     Listener listener{.eventHandler = connection->eventHandler, .replyHandler = std::move(replyHandler)};
-    auto begun = std::make_shared<std::variant<Exchange, ConnectionEventKind>>(begin(connection->serviceName, message));
+    auto begun = std::make_shared<std::variant<Exchange, ConnectionEventKind>>(begin(*connection, message));
     if (const auto *failure = std::get_if<ConnectionEventKind>(begun.get())) {
         inBackground([listener, kind = *failure, event] {
             deliverEvent(listener, kind);

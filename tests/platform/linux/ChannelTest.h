@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/helper_connection.h"
+#include "platform/linux/taken_timeout.h"
 #include "support/RootFolder.h"
 #include "support/turn_until.h"
 
@@ -44,16 +45,14 @@ protected:
     /// Puts the real helper at its place.
     static void registerHelper();
 
-    static std::shared_ptr<Outcome> send(const QByteArray &command, Progress progress = Progress::NotWanted);
+    static std::shared_ptr<Outcome> send(const QByteArray &command, Progress progress = Progress::NotWanted,
+                                         std::chrono::milliseconds takenTimeout = kTakenTimeout);
 
     static std::string waitForReply(const Outcome &outcome);
 
-    /// Whether a message that names the progress file was answered by the file before the call returned. A machine that
-    /// does not let the helper run for as long as the call waits makes it `TooSlow`.
-    enum class FirstLook { Found, Missing, TooSlow };
-
-    /// Sends such a message, with no file there, and looks once; then waits for the reply.
-    static FirstLook lookForProgressFile();
+    /// Sends a message that names the progress file, with no file there, and looks once; then waits for the end of its
+    /// command, which fails: a failure makes way for the next message at once.
+    static bool findsProgressFile();
 
     /// Sends, and waits for what comes.
     static std::string run(const QByteArray &command, Progress progress = Progress::NotWanted);

@@ -68,17 +68,12 @@ TEST_F(HelperRaceTest, DeliversTheProbesEventBeforeTheRegistrationReturns) {
 TEST_F(HelperRaceTest, FindsTheProgressFileAtTheFirstLookUnderLoad) {
     registerHelper();
     const Load load;
-    int found = 0;
     for (int i = 0; i < 200; ++i) {
         if (i % 20 == 0) {
             root().killHelpers(); // the next one is started for it
         }
-        const FirstLook look = lookForProgressFile();
-        EXPECT_NE(look, FirstLook::Missing);
-        found += look == FirstLook::Found ? 1 : 0;
+        EXPECT_TRUE(findsProgressFile());
     }
-    RecordProperty("found", found);
-    EXPECT_GT(found, 150);
 }
 
 /// The helper of this test ends after 0 to 5 milliseconds with nothing to do, all the time, while clients come.
