@@ -19,10 +19,6 @@ namespace {
 constexpr std::size_t kChunkBytes = std::size_t{64} << 10;
 constexpr int kChunksAtATime = 8; // so that a command that prints without end does not keep the clients waiting
 
-/// How many times in succession nobody must be met in a session: a look meets one process after the other, and so may
-/// miss one that forks and ends meanwhile. One that does so every 10 ms is missed by some two of a hundred looks.
-constexpr int kLooks = 5;
-
 /// Nothing of the helper's own environment, which belongs to whoever started it.
 std::vector<std::string> cleanEnvironment() {
     const passwd *user = getpwuid(geteuid());
@@ -39,9 +35,10 @@ std::vector<std::string> cleanEnvironment() {
 /// Whether nobody but the leader is left in its session.
 bool isAloneInSession(pid_t leader) {
     bool isAlone = true;
-    for (int look = 0; look < kLooks && isAlone; ++look) {
-        visitOthersInSession(leader, [&isAlone](pid_t) { isAlone = false; });
-    }
+    visitOthersInSession(leader, [&isAlone](pid_t) {
+        isAlone = false;
+        return false;
+    });
     return isAlone;
 }
 
@@ -118,7 +115,10 @@ void ShellCommand::terminate() const {
 
 void ShellCommand::killAll() const {
     kill(shell_, SIGKILL);
-    visitOthersInSession(shell_, [](pid_t process) { kill(process, SIGKILL); });
+    visitOthersInSession(shell_, [](pid_t process) {
+        kill(process, SIGKILL);
+        return true;
+    });
 }
 
 } // namespace kyb::helper

@@ -2,13 +2,20 @@
 
 #include <functional>
 #include <sys/types.h>
+#include <vector>
 
 namespace kyb::helper {
 
-/// Calls \p visit with each process that runs in the session that \p leader has begun, in whatever process group, but
-/// not \p leader itself and none that has ended already. It does so the moment it meets one: a process that forks and
-/// ends all the time is another soon. As long as the leader was not waited for, its number names no other session.
+/// Every process of the system that has not ended. One thread.
+std::vector<pid_t> allProcesses();
+
+/// Whether \p process runs, and in the session that \p leader has begun, in whatever process group. As long as the
+/// leader was not waited for, its number names no other session. Any thread.
+bool runsInSession(pid_t process, pid_t leader);
+
+/// Calls \p visit with each process but \p leader that runs in its session, the moment it is met, until \p visit
+/// returns false. It looks for new ones until there are none, and so also meets one that forks and ends all the time.
 /// One thread.
-void visitOthersInSession(pid_t leader, const std::function<void(pid_t)> &visit);
+void visitOthersInSession(pid_t leader, const std::function<bool(pid_t)> &visit);
 
 } // namespace kyb::helper

@@ -2,11 +2,9 @@
 
 #include "posix/file_io.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
-#include <vector>
 
 namespace kyb::helper {
 namespace {
@@ -20,6 +18,8 @@ pid_t processOf(const std::filesystem::directory_entry &entry) {
     std::from_chars(name.data(), name.data() + name.size(), process);
     return process;
 }
+
+} // namespace
 
 std::vector<pid_t> allProcesses() {
     std::vector<pid_t> processes;
@@ -42,18 +42,6 @@ bool runsInSession(pid_t process, pid_t leader) {
     return endOfName != std::string::npos &&
            std::sscanf(stat.c_str() + endOfName, ") %c %*d %*d %d", &state, &session) == 2 && session == leader &&
            state != 'Z' && state != 'X';
-}
-
-} // namespace
-
-void visitOthersInSession(pid_t leader, const std::function<void(pid_t)> &visit) {
-    std::vector<pid_t> processes = allProcesses();
-    std::sort(processes.begin(), processes.end(), std::greater()); // NB: the youngest first, which may go the soonest
-    for (const pid_t process : processes) {
-        if (process != leader && runsInSession(process, leader)) {
-            visit(process);
-        }
-    }
 }
 
 } // namespace kyb::helper

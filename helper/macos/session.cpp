@@ -3,13 +3,11 @@
 #include <cerrno>
 #include <sys/sysctl.h>
 #include <unistd.h>
-#include <vector>
 
 namespace kyb::helper {
 namespace {
 
-/// Every process of the system.
-std::vector<kinfo_proc> allProcesses() {
+std::vector<kinfo_proc> processTable() {
     int name[] = {CTL_KERN, KERN_PROC, KERN_PROC_ALL};
     std::vector<kinfo_proc> processes;
     std::size_t bytes = 0;
@@ -29,13 +27,18 @@ std::vector<kinfo_proc> allProcesses() {
 
 } // namespace
 
-void visitOthersInSession(pid_t leader, const std::function<void(pid_t)> &visit) {
-    for (const kinfo_proc &process : allProcesses()) { // NB: the system has no list of a session's processes
-        const pid_t number = process.kp_proc.p_pid;
-        if (number != leader && process.kp_proc.p_stat != SZOMB && getsid(number) == leader) {
-            visit(number);
+std::vector<pid_t> allProcesses() {
+    std::vector<pid_t> processes;
+    for (const kinfo_proc &process : processTable()) {
+        if (process.kp_proc.p_stat != SZOMB) {
+            processes.push_back(process.kp_proc.p_pid);
         }
     }
+    return processes;
+}
+
+bool runsInSession(pid_t process, pid_t leader) {
+    return getsid(process) == leader;
 }
 
 } // namespace kyb::helper

@@ -129,15 +129,24 @@ TEST(ShellCommand, KillsWhatRunsInAGroupOfItsOwn) {
     EXPECT_THAT(test::stateOf(inner), testing::AnyOf('X', 'Z'));
 }
 
-/// Each process of the chain ignores SIGTERM, is the child of the one before, and lives for 10 ms.
+/// A shell command line for \p length processes, each the child of the one before, which live for 10 ms each, ignore
+/// SIGTERM and say "on". The shell itself ends at once.
+std::string chainOf(int length) {
+    return R"(perl -e 'setpgrp(0, 0); $SIG{TERM} = "IGNORE"; $| = 1;
+                       for (1 .. )" +
+           std::to_string(length) + R"() { exit if fork; print "on\n"; select(undef, undef, undef, 0.01) }' &)";
+}
+
+TEST(ShellCommand, TheSessionLastsAsLongAsAChainOfProcessesThatForkAndEnd) {
+    const auto command = ShellCommand::start(chainOf(100));
+    EXPECT_EQ(runToEnd(*command, ShellCommand::EndOf::Session).output.size(), 100 * std::string("on\n").size());
+}
+
 TEST(ShellCommand, KillsAChainOfProcessesThatForkAndEnd) {
     const test::RootFolder root;
     ASSERT_EQ(mkfifo(root.at("/alive").c_str(), 0600), 0);
     const UniqueFd alive(open(root.at("/alive").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    const auto command = ShellCommand::start(
-        R"(perl -e 'setpgrp(0, 0); $SIG{TERM} = "IGNORE"; $| = 1;
-                    for (1 .. 1000) { exit if fork; print "on\n"; select(undef, undef, undef, 0.01) }' 3>')" +
-        root.at("/alive") + "' & wait");
+    const auto command = ShellCommand::start("exec 3>'" + root.at("/alive") + "'; " + chainOf(10000));
     std::string output;
     while (output.size() < 12) {
         command->readOutput([&](std::string_view bytes) { output += bytes; });

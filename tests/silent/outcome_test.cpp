@@ -182,10 +182,12 @@ TEST_F(Outcome, ARunThatComesAfterTheSocketIsTakenAwayWaitsForItsOwn) {
     for (const auto &entry : std::filesystem::directory_iterator(root.at("/var/run"))) {
         std::filesystem::remove(entry);
     }
-    putNext(false);
+    root.remove("/usr/sbin/installer");
+    root.putProgram("/usr/sbin/installer", "#!/bin/sh\ntouch \"${0%/usr/sbin/installer}/second\"\nexit 1\n");
     const auto second = start();
     EXPECT_EQ(finish(*first).status, 0);
     EXPECT_EQ(finish(*second).status, 1);
+    EXPECT_TRUE(root.exists("/second"));
 }
 
 TEST_F(Outcome, TheInstallerHasTheTimeToTakeEverythingBackAndNothingOfItIsLeft) {
