@@ -35,10 +35,7 @@ std::vector<std::string> cleanEnvironment() {
 /// Whether nobody but the leader is left in its session.
 bool isAloneInSession(pid_t leader) {
     bool isAlone = true;
-    visitOthersInSession(leader, [&isAlone](pid_t) {
-        isAlone = false;
-        return false;
-    });
+    visitOthersInSession(leader, [&isAlone](pid_t) { isAlone = false; });
     return isAlone;
 }
 
@@ -115,10 +112,7 @@ void ShellCommand::terminate() const {
 
 void ShellCommand::killAll() const {
     kill(shell_, SIGKILL);
-    visitOthersInSession(shell_, [](pid_t process) {
-        kill(process, SIGKILL);
-        return true;
-    });
+    visitOthersInSession(shell_, [](pid_t process) { kill(process, SIGKILL); });
 }
 
 } // namespace kyb::helper

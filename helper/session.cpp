@@ -10,7 +10,7 @@ constexpr int kMostLooks = 100;
 
 } // namespace
 
-void visitOthersInSession(pid_t leader, const std::function<bool(pid_t)> &visit) {
+void visitOthersInSession(pid_t leader, const std::function<void(pid_t)> &visit) {
     std::set<pid_t> met{leader};
     bool someAreNew = true;
     for (int look = 0; look < kMostLooks && someAreNew; ++look) {
@@ -18,8 +18,8 @@ void visitOthersInSession(pid_t leader, const std::function<bool(pid_t)> &visit)
         for (const pid_t process : allProcesses()) {
             const bool isNew = met.insert(process).second;
             someAreNew = someAreNew || isNew;
-            if (isNew && runsInSession(process, leader) && !visit(process)) {
-                return;
+            if (isNew && runsInSession(process, leader)) {
+                visit(process);
             }
         }
     }

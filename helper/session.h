@@ -13,9 +13,8 @@ std::vector<pid_t> allProcesses();
 /// leader was not waited for, its number names no other session. Any thread.
 bool runsInSession(pid_t process, pid_t leader);
 
-/// Calls \p visit with each process but \p leader that runs in its session, the moment it is met, until \p visit
-/// returns false. It looks for new ones until there are none, and so also meets one that forks and ends all the time.
-/// One thread.
-void visitOthersInSession(pid_t leader, const std::function<bool(pid_t)> &visit);
+/// Calls \p visit with each process but \p leader that runs in its session, the moment it is met. It looks for new ones
+/// until there are none, and so also meets one that forks and ends all the time. One thread.
+void visitOthersInSession(pid_t leader, const std::function<void(pid_t)> &visit);
 
 } // namespace kyb::helper
