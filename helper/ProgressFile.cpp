@@ -2,12 +2,16 @@
 
 #include "posix/file_io.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 
 namespace kyb::helper {
 namespace {
+
+/// As much as a finished file's last lines are at most.
+constexpr std::size_t kTailBytes = 2048;
 
 constexpr int kAttempts = 10; // others may put something into the place between the two steps, but not for ever
 
@@ -37,9 +41,10 @@ bool ProgressFile::make() {
             return false;
         }
         file_ = UniqueFd(
-            openat(folder.get(), name.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644));
+            openat(folder.get(), name.c_str(), O_RDWR | O_APPEND | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644));
         if (file_ || errno != EEXIST) {
             writtenBytes_ = 0;
+            tail_.clear();
             return static_cast<bool>(file_);
         }
     }
@@ -50,7 +55,14 @@ bool ProgressFile::isInPlace() const {
     struct stat mine {};
     struct stat there {};
     return fstat(file_.get(), &mine) == 0 && lstat(path_.c_str(), &there) == 0 && mine.st_dev == there.st_dev &&
-           mine.st_ino == there.st_ino && there.st_size == writtenBytes_;
+           mine.st_ino == there.st_ino && there.st_size == writtenBytes_ && endsWithTail();
+}
+
+/// Who may write to the file may have written over its end.
+bool ProgressFile::endsWithTail() const {
+    std::string end(tail_.size(), '\0');
+    const auto bytes = static_cast<ssize_t>(end.size());
+    return pread(file_.get(), end.data(), end.size(), writtenBytes_ - bytes) == bytes && end == tail_;
 }
 
 bool ProgressFile::append(std::string_view text, std::string_view textOfNewFile) {
@@ -59,6 +71,8 @@ bool ProgressFile::append(std::string_view text, std::string_view textOfNewFile)
 
 bool ProgressFile::write(std::string_view text) {
     writtenBytes_ += static_cast<off_t>(text.size());
+    tail_.append(text.substr(text.size() - std::min(text.size(), kTailBytes)));
+    tail_.erase(0, tail_.size() - std::min(tail_.size(), kTailBytes));
     return writeAll(file_.get(), text);
 }
 

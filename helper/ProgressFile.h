@@ -18,7 +18,7 @@ public:
     /// with something in it lies in the file's place, or the system refuses.
     static std::optional<ProgressFile> create(const std::string &path);
 
-    /// Whether the file still lies at its path, as long as it was written.
+    /// Whether the file still lies at its path, as long as it was written and with the end that was written last.
     bool isInPlace() const;
 
     /// Appends \p text; when the file is not in its place any more, makes it anew with \p textOfNewFile.
@@ -32,12 +32,14 @@ public:
 private:
     explicit ProgressFile(std::string path) : path_(std::move(path)) {}
 
+    bool endsWithTail() const;
     bool make();
     bool write(std::string_view text);
 
     std::string path_;
     UniqueFd file_;
     off_t writtenBytes_ = 0;
+    std::string tail_; ///< what was written last
     bool isLeftToOthers_ = false;
 };
 

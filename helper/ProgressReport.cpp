@@ -79,8 +79,8 @@ void ProgressReport::noteLine(std::string_view line) {
     if (!failure.empty()) {
         ownFailureLine_ = failure;
     }
-    if (line.starts_with(kErrorMark)) {
-        errorText_ = line.substr(kErrorMark.size(), kMaxErrorBytes);
+    if (const std::size_t at = line.find(kErrorMark); at != std::string_view::npos) {
+        errorText_ = line.substr(at + kErrorMark.size(), kMaxErrorBytes);
     }
 }
 

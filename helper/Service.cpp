@@ -84,6 +84,7 @@ private:
 } // namespace
 
 int serve(Listener &listener, const ServiceOptions &options) {
+    ignoreSignalsOfWriting();
     umask(022);
     if (chdir("/") != 0) {
         return 1;

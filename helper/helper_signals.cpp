@@ -34,6 +34,11 @@ void handle(int signal, void (*handler)(int)) {
 
 } // namespace
 
+void ignoreSignalsOfWriting() {
+    handle(SIGPIPE, SIG_IGN);
+    handle(SIGXFSZ, SIG_IGN);
+}
+
 int watchSignals() {
     Pipe wakePipe = makePipe();
     if (!wakePipe.reading) {
@@ -46,8 +51,6 @@ int watchSignals() {
     for (const int signal : {SIGCHLD, SIGTERM, SIGINT, SIGHUP}) {
         handle(signal, onSignal);
     }
-    handle(SIGPIPE, SIG_IGN);
-    handle(SIGXFSZ, SIG_IGN); // a file that may not grow is one that cannot be written
     return wakeReader;
 }
 

@@ -2,9 +2,11 @@
 
 namespace kyb::helper {
 
-/// From now on a child's end (SIGCHLD) and a request to stop (SIGTERM, SIGINT, SIGHUP) make the returned
-/// descriptor readable, and SIGPIPE and SIGXFSZ are ignored. Once per process, before it has a second thread; -1 when
-/// it cannot be.
+/// From now on SIGPIPE and SIGXFSZ are ignored: a write that cannot be fails. Before the first write.
+void ignoreSignalsOfWriting();
+
+/// From now on a child's end (SIGCHLD) and a request to stop (SIGTERM, SIGINT, SIGHUP) make the returned descriptor
+/// readable. Once per process, before it has a second thread; -1 when it cannot be.
 int watchSignals();
 
 enum class StopRequest { None, Received };

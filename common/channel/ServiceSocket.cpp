@@ -1,5 +1,7 @@
 #include "channel/ServiceSocket.h"
 
+#include "posix/file_io.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
@@ -79,7 +81,7 @@ UniqueFd ServiceSocket::tryLockOfServer() const {
 }
 
 UniqueFd ServiceSocket::tryLockOn(const std::string &fileName) const {
-    UniqueFd lock(openat(folder_.get(), fileName.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    UniqueFd lock = openRegularFile(fileName, O_RDWR | O_CREAT | O_NOFOLLOW, 0600, folder_.get());
     struct stat folder {};
     if (geteuid() == 0 && lock && fstat(folder_.get(), &folder) == 0) {
         // Root and the folder's owner share the service, whoever of them came first.

@@ -34,7 +34,12 @@ void makeNonBlocking(const UniqueFd &fd) {
 
 UniqueFd openRegularFile(const std::string &path, int flags, mode_t newFileMode, int folder) {
     // NB: O_NONBLOCK, so that a FIFO at the path does not hold the caller.
-    UniqueFd file(openat(folder, path.c_str(), flags | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, newFileMode));
+    const int openFlags = flags | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
+    UniqueFd file(openat(folder, path.c_str(), openFlags & ~O_CREAT));
+    if (!file && errno == ENOENT && (flags & O_CREAT) != 0) {
+        file = UniqueFd(openat(folder, path.c_str(), openFlags, newFileMode));
+        fchmod(file.get(), newFileMode);
+    }
     struct stat info {};
     const bool isRegular = file && fstat(file.get(), &info) == 0 && S_ISREG(info.st_mode);
     if (file && (!isRegular || ((flags & O_NOFOLLOW) != 0 && info.st_nlink > 1))) {
@@ -87,19 +92,22 @@ bool writeAll(int fd, std::string_view bytes) {
 
 bool replaceFile(const std::string &path, std::string_view content, const FileAttributes &attributes) {
     std::string temporary = path + ".XXXXXX";
-    const UniqueFd file(mkostemp(temporary.data(), O_CLOEXEC));
+    UniqueFd file(mkostemp(temporary.data(), O_CLOEXEC));
     if (!file) {
         return false;
     }
-    // NB: the owner before the mode; a change of owner takes set-id bits away.
-    const bool done = writeAll(file.get(), content) && fchown(file.get(), attributes.owner, attributes.group) == 0 &&
-                      fchmod(file.get(), attributes.mode) == 0 && std::rename(temporary.c_str(), path.c_str()) == 0;
-    if (!done) {
-        const int error = errno;
-        unlink(temporary.c_str());
-        errno = error;
+    // NB: the owner before the mode; a change of owner takes set-id bits away. Closed before it has its name, for a
+    // program that somebody has open for writing cannot be started.
+    const bool isComplete = writeAll(file.get(), content) &&
+                            fchown(file.get(), attributes.owner, attributes.group) == 0 &&
+                            fchmod(file.get(), attributes.mode) == 0 && close(file.release()) == 0;
+    if (isComplete && std::rename(temporary.c_str(), path.c_str()) == 0) {
+        return true;
     }
-    return done;
+    const int error = errno;
+    unlink(temporary.c_str());
+    errno = error;
+    return false;
 }
 
 } // namespace kyb

@@ -30,10 +30,10 @@ Pipe makePipe();
 /// Lets reads and writes fail with EAGAIN rather than wait. Does nothing for an empty descriptor.
 void makeNonBlocking(const UniqueFd &fd);
 
-/// Opens the regular file \p path, as openat(\p folder) does with \p flags and the mode of a new file: nothing else (a
-/// FIFO, a device, a folder), without waiting for anybody, and with O_NOFOLLOW not through a link, be it symbolic or a
-/// further name of a file. \return empty when there is no such file or it cannot be opened; EINVAL: it is not a regular
-/// one.
+/// Opens the regular file \p path, as openat(\p folder) does with \p flags and, whatever the umask, the mode of a new
+/// file: nothing else (a FIFO, a device, a folder), without waiting for anybody, and with O_NOFOLLOW not through a
+/// link, be it symbolic or a further name of a file. \return empty when there is no such file or it cannot be opened;
+/// EINVAL: it is not a regular one.
 UniqueFd openRegularFile(const std::string &path, int flags, mode_t newFileMode = 0, int folder = AT_FDCWD);
 
 inline constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();

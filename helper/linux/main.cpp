@@ -1,6 +1,7 @@
 #include "channel/ServiceSocket.h"
 #include "channel/message_keys.h"
 #include "helper_log.h"
+#include "helper_signals.h"
 #include "linux/SocketListener.h"
 
 #include <algorithm>
@@ -118,6 +119,7 @@ void liftLimits() {
 } // namespace
 
 int main() {
+    ignoreSignalsOfWriting();
     liftLimits();
     const UniqueFd root = openRootOfThisProgram();
     if (!root) {

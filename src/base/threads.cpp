@@ -10,6 +10,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <deque>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 
@@ -115,11 +116,16 @@ void onMainThreadAndWait(std::function<void()> task) {
 
 void inBackground(std::function<void()> task) {
     ++runningTasks;
-    std::thread([task = std::move(task)]() mutable {
-        task();
-        task = nullptr; // what the task holds goes before it counts as ended
-        --runningTasks;
-    }).detach();
+    try {
+        std::thread([task = std::move(task)]() mutable {
+            task();
+            task = nullptr; // what the task holds goes before it counts as ended
+            --runningTasks;
+        }).detach();
+    } catch (const std::system_error &error) {
+        std::fprintf(stderr, "No thread can be started: %s\n", error.what());
+        endProcess(1);
+    }
 }
 
 void yieldThread() {

@@ -47,16 +47,10 @@ QByteArray logLine(const QString &message) {
     return line.toUtf8() + '\n';
 }
 
-/// Opens the file for appending; makes it, open to everybody whatever the umask, when there is none. Everybody may
-/// write to its folder: what is no regular file, or a link, is left alone.
+/// Opens the file for appending; makes it, open to everybody, when there is none. Everybody may write to its folder:
+/// what is no regular file, or a link, is left alone.
 kyb::UniqueFd openLog(const std::string &path) {
-    constexpr int flags = O_WRONLY | O_APPEND | O_NOFOLLOW;
-    kyb::UniqueFd file = kyb::openRegularFile(path, flags);
-    if (!file && errno == ENOENT) {
-        file = kyb::openRegularFile(path, flags | O_CREAT, 0666);
-        fchmod(file.get(), 0666);
-    }
-    return file;
+    return kyb::openRegularFile(path, O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW, 0666);
 }
 
 /// Appends in one write, so that lines of several threads and processes interleave only whole.

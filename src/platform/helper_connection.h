@@ -53,6 +53,9 @@ void resumeConnection(HelperConnection connection);
 /// On Linux a message that names a progress file (`kInstallerLogPathKey`) is waited for until the helper has taken it
 /// and made that file: not on the main thread, then. Any thread otherwise. A helper that does not take it for 35
 /// seconds is as one that went away.
+///
+/// After such a message the connection stays until the process ends, also when it is released and the reply has come:
+/// the helper takes its close for the proof that nobody looks at the file any more.
 void sendMessageWithReply(HelperConnection connection, const HelperMessage &message, ReplyHandler replyHandler);
 
 /// Drops the caller's reference. A pending reply keeps the connection alive until it is delivered. Any thread.

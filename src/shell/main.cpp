@@ -67,6 +67,7 @@ bool mayEnd(const KYAppDelegate &delegate, KYViewController &controller) {
 int main(int argc, char **argv) {
     kyb::fillStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN); // a reader of the progress lines may go away; the installation goes on
+    std::signal(SIGXFSZ, SIG_IGN); // so may the room for a log
     if (const std::optional<QString> problem = kyb::systemRootProblem()) {
         fail(*problem, kStatusBadRoot);
     }

@@ -2,6 +2,7 @@
 
 #include "platform/system_log.h"
 #include "posix/Mutex.h"
+#include "posix/file_io.h"
 #include "text/resources.h"
 #include "text/string_table.h"
 
@@ -10,12 +11,16 @@
 namespace kyb {
 namespace {
 
+constexpr std::size_t kMaxTableBytes = std::size_t{16} << 20;
+
+/// NB: nothing here may ask for a text, as the toolkit's errors do: `defaultTable` holds its lock.
 QHash<QString, QString> readTable(const QString &path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    const UniqueFd file = openRegularFile(QFile::encodeName(path).toStdString(), O_RDONLY);
+    const std::optional<std::string> content = readAll(file.get(), kMaxTableBytes);
+    if (!content) {
         return {};
     }
-    const StringTable table = parseStringTable(file.readAll());
+    const StringTable table = parseStringTable(QByteArray::fromStdString(*content));
     for (const StringTableError &error : table.errors) {
         systemLog(QStringLiteral("%1:%2: %3").arg(path, QString::number(error.line), error.message));
     }

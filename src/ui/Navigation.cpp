@@ -3,6 +3,7 @@
 #include "base/KYGlobalConstants.h"
 #include "base/threads.h"
 #include "platform/system_log.h"
+#include "posix/file_io.h"
 #include "text/localized_text.h"
 #include "text/resources.h"
 #include "text/rich_text.h"
@@ -58,14 +59,17 @@ void KYViewController::displayLicenseView(Sender) {
 }
 
 void KYViewController::showLicenseText() {
-    QFile terms(kyb::resourcePath(QStringLiteral("License.rtf")));
-    const QByteArray data = terms.open(QIODevice::ReadOnly) ? terms.read(kyb::kMaxRichTextBytes + 1) : QByteArray();
+    const QString path = kyb::resourcePath(QStringLiteral("License.rtf"));
+    const kyb::UniqueFd file = kyb::openRegularFile(QFile::encodeName(path).toStdString(), O_RDONLY);
+    QFile terms;
+    const QByteArray data =
+        file && terms.open(file.get(), QIODevice::ReadOnly) ? terms.read(kyb::kMaxRichTextBytes + 1) : QByteArray();
     if (data.isEmpty()) {
         licenseTextView->setText(QStringLiteral("License file missing!"));
         return;
     }
     const kyb::RichTextDocument document = kyb::parseRichText(data);
-    tellWhatIsMissing(terms.fileName(), document);
+    tellWhatIsMissing(path, document);
     licenseTextView->setRichText(document);
 }
 

@@ -375,6 +375,18 @@ TEST_P(FinishedFile, IsPutBackWhenItIsEmptied) {
     EXPECT_EQ(content(), GetParam().lastLinesHeld);
 }
 
+TEST_P(FinishedFile, IsPutBackWhenItIsWrittenOver) {
+    queue_ = CommandQueue({.successHold = 1h, .failureHold = 1h, .lookInterval = 1ms});
+    add("echo line; " + GetParam().commandLine, Progress::Wanted);
+    workUntil([this] { return content().ends_with(GetParam().lastLinesHeld); });
+    const std::string other(GetParam().lastLinesHeld.size(), '-');
+    std::fstream(root_.progressFile(), std::ios::in | std::ios::out)
+            .seekp(-static_cast<std::streamoff>(other.size()), std::ios::end)
+        << other;
+    workUntil([this] { return content().ends_with(GetParam().lastLinesHeld); });
+    EXPECT_EQ(content(), GetParam().lastLinesHeld);
+}
+
 TEST_P(FinishedFile, IsNotPutBackAtOnceWhereAClientMayMakeRoomForItsOwn) {
     queue_ = CommandQueue({.successHold = 1h, .failureHold = 1h, .lookInterval = 100ms});
     add("echo line; " + GetParam().commandLine, Progress::Wanted);

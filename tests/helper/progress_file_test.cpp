@@ -139,6 +139,17 @@ TEST_F(ProgressFileTest, IsMadeAnewWhenItWasCutShort) {
     EXPECT_EQ(test::contentOf(path()), "later\n");
 }
 
+TEST_F(ProgressFileTest, IsMadeAnewWhenItsEndWasWrittenOver) {
+    std::optional<ProgressFile> file = ProgressFile::create(path());
+    ASSERT_TRUE(file->append("one\n"));
+    ASSERT_TRUE(file->append(std::string(5000, 'x') + "\ntwo\nthree\n"));
+    EXPECT_TRUE(file->isInPlace());
+    std::fstream(path(), std::ios::in | std::ios::out).seekp(-10, std::ios::end) << "TWO";
+    EXPECT_FALSE(file->isInPlace());
+    ASSERT_TRUE(file->append("four\n", "all\n"));
+    EXPECT_EQ(test::contentOf(path()), "all\n");
+}
+
 TEST_F(ProgressFileTest, IsMadeAnewWhenALinkTookItsPlace) {
     auto file = ProgressFile::create(path());
     ASSERT_TRUE(file);

@@ -119,6 +119,11 @@ TEST_F(ProgressReportTest, TellsTheInstallersError) {
     EXPECT_TRUE(content().ends_with("goodbye\n" + line + "\n" + kBegin));
 }
 
+TEST_F(ProgressReportTest, TellsAnErrorBehindWhatHadNoLineEnd) {
+    report_.addOutput("10% installer: Error - the disk is full.\n");
+    EXPECT_EQ(report_.fail("exit status 1"), "installer: The install failed (exit status 1: the disk is full.)");
+}
+
 TEST_F(ProgressReportTest, TellsAsMuchOfALongErrorAsTheReaderSees) {
     report_.addOutput("installer: Error - " + std::string(5000, 'x') + "\n");
     EXPECT_EQ(report_.fail("exit status 1"),

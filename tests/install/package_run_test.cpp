@@ -291,6 +291,19 @@ TEST_F(PackageRun, WhatIsNoFileInTheFilesPlaceIsPassedOver) {
     EXPECT_FALSE(installFailed);
 }
 
+/// As `tail` waits at a FIFO that has come into the file's place at the very moment of a look.
+TEST_F(PackageRun, ALookThatHangsIsGivenUp) {
+    files = {"installer:PHASE:Writing files\nx\n"};
+    installFailed = true;
+    machine.write(QStringLiteral("/bin/tail"), "#!/bin/sh\nwhile [ -e \"$0\" ]; do sleep 0.1; done\n");
+    const QString program = machine.path(QStringLiteral("/bin/tail"));
+    ASSERT_TRUE(QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    const QByteArray pathBefore = qgetenv("PATH");
+    qputenv("PATH", QFile::encodeName(machine.path(QStringLiteral("/bin:"))) + pathBefore);
+    run();
+    qputenv("PATH", pathBefore);
+}
+
 class FailureText : public PackageRun, public ::testing::WithParamInterface<const char *> {};
 
 TEST_P(FailureText, MarksTheFailureAndEndsTheRunAfterThatPass) {

@@ -50,7 +50,8 @@ protected:
 
 TEST_F(HelperConnectionOnMac, AsksTheSystemInThisOrderAndWithTheseConstants) {
     fake::machine().holdMessages = true;
-    send(connect(), {{kCommandKey, "ls /Applications/"}, {kInstallerLogPathKey, "/tmp/log"}});
+    const HelperConnection connection = connect();
+    send(connection, {{kCommandKey, "ls /Applications/"}, {kInstallerLogPathKey, "/tmp/log"}});
     EXPECT_THAT(fake::calls(),
                 ElementsAre("xpc_connection_create_mach_service name=com.kyb.HelperTool.xpc queue=null flags=2",
                             "xpc_connection_set_event_handler connection", "xpc_connection_resume connection",
@@ -59,6 +60,7 @@ TEST_F(HelperConnectionOnMac, AsksTheSystemInThisOrderAndWithTheseConstants) {
                             "queue=main"));
     fake::deliverReply({{"reply", "done"}});
     settle();
+    xpc_release(system(connection)); // which stays
 }
 
 TEST_F(HelperConnectionOnMac, HandsTheReplyOverOnTheMainThread) {
@@ -165,6 +167,19 @@ TEST_F(HelperConnectionOnMac, KeepsTheConnectionUntilTheReplyAndNoLonger) {
     fake::deliverReply({{"reply", "done"}});
     settle();
     EXPECT_EQ(fake::liveObjects(), before);
+}
+
+TEST_F(HelperConnectionOnMac, StaysAfterTheReplyToAMessageThatNamesTheProgressFile) {
+    const int before = fake::liveObjects();
+    fake::machine().holdMessages = true;
+    const HelperConnection connection = connect();
+    send(connection, {{kCommandKey, "true"}, {kInstallerLogPathKey, "/var/tmp/kyb/progress"}});
+    fake::deliverReply({{"reply", "done"}});
+    settle();
+    EXPECT_EQ(fake::liveObjects(), before + 1);
+    fake::deliverEvent(system(connection), XPC_ERROR_CONNECTION_INTERRUPTED);
+    EXPECT_TRUE(events_.empty()) << "the helper has ended, after its work";
+    xpc_release(system(connection));
 }
 
 TEST_F(HelperConnectionOnMac, KeepsItsHandlersNoLongerThanTheConnection) {

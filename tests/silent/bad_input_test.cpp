@@ -263,6 +263,15 @@ TEST_F(BadInput, AFifoInEveryPlaceHoldsNobodyUp) {
     EXPECT_EQ(root.installedVersion(), "1.0");
 }
 
+TEST_F(BadInput, ALogThatMayNotGrowDoesNotHoldUpTheInstallation) {
+    putInstaller();
+    constexpr std::size_t kBlocks = 18'000; // of 512 bytes; the helper is smaller
+    root.write("/var/tmp/kyb/BrelundQuorlix.log", std::string(kBlocks * 512, '\n'));
+    startedBy = {"/bin/sh", "-c", "ulimit -S -f " + std::to_string(kBlocks) + "; exec \"$@\"", "sh"};
+    EXPECT_EQ(run().status, 0);
+    EXPECT_EQ(root.installedVersion(), "1.0");
+}
+
 TEST_F(BadInput, AProgramWithoutStandardDescriptorsDoesItsWork) {
     putInstaller();
     startedBy = {"/bin/sh", "-c", "exec \"$@\" <&- >&- 2>&-", "sh"};

@@ -2,7 +2,9 @@
 
 #include "text/rich_text.h"
 
+#include <QDir>
 #include <filesystem>
+#include <sys/stat.h>
 
 namespace {
 
@@ -110,6 +112,16 @@ TEST_F(Navigation, AMissingTermsFileIsSaidOnTheScreen) {
     EXPECT_EQ(screen("licenseTextView").currentText, QStringLiteral("License file missing!"));
     pressForward();
     EXPECT_TRUE(isInBox("installationView"));
+}
+
+TEST_F(Navigation, AFifoInPlaceOfTheTermsHoldsNobodyUp) {
+    const QString folder =
+        machine.path(QStringLiteral("/Installer Folder/Brelund Quorlix Installer.app/Contents/Resources/en.lproj"));
+    ASSERT_TRUE(QDir().mkpath(folder));
+    const QString path = folder + QStringLiteral("/License.rtf");
+    ASSERT_EQ(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    screen("termsOfServiceButton").press();
+    EXPECT_EQ(screen("licenseTextView").currentText, QStringLiteral("License file missing!"));
 }
 
 TEST_F(Navigation, TheWayBackTakesBothScreensAwayAndShowsTheDragScreen) {

@@ -1,5 +1,6 @@
 #include "FakeMachine.h"
 #include "WizardTest.h"
+#include "text/localized_text.h"
 #include "text/string_table.h"
 
 #include <QAbstractButton>
@@ -11,6 +12,7 @@
 #include <QLineEdit>
 #include <QSet>
 #include <QTemporaryDir>
+#include <sys/stat.h>
 
 namespace {
 
@@ -231,6 +233,20 @@ TEST_F(BrokenInterface, WhatCannotBeReadInItsTextsIsToldToTheSystemLog) {
     EXPECT_EQ(wizard_.object(QStringLiteral("saveButtonItem"))->property("text").toString().toStdString(), "Keep");
 }
 
+/// The toolkit asks for the text of an error, and with the screens it asks our table.
+TEST_F(BrokenInterface, ATableThatCannotBeReadIsNone) {
+    FakeMachine &machine = FakeMachine::instance();
+    EXPECT_EQ(load().toStdString(), "");
+    const QString resources =
+        machine.path(QStringLiteral("/Installer Folder/Brelund Quorlix Installer.app/Contents/Resources/en.lproj/"));
+    ASSERT_TRUE(QDir().mkpath(resources + QStringLiteral("Localizable.strings")));
+    EXPECT_EQ(kyb::localizedText(QStringLiteral("a text")).toStdString(), "a text");
+    ASSERT_TRUE(QDir().rmdir(resources + QStringLiteral("Localizable.strings")));
+    ASSERT_EQ(mkfifo(QFile::encodeName(resources + QStringLiteral("Localizable.strings")).constData(), 0600), 0);
+    EXPECT_EQ(kyb::localizedText(QStringLiteral("a text")).toStdString(), "a text");
+    EXPECT_TRUE(kyb::localizedTable(QStringLiteral("Localizable.strings")).isEmpty());
+}
+
 TEST_F(BrokenInterface, TheToolkitSpeaksTheUsersLanguage) {
     QFile shipped(QStringLiteral(KYB_BUILT_RESOURCES "/de.lproj/Toolkit.qm"));
     ASSERT_TRUE(shipped.open(QIODevice::ReadOnly)) << "the bundle lacks the toolkit's German texts";
@@ -265,6 +281,12 @@ TEST_P(BrokenInterface, SaysWhichFileIsBroken) {
     const QString problem = load();
     EXPECT_TRUE(problem.contains(QLatin1String(GetParam()))) << problem.toStdString();
     EXPECT_TRUE(problem.contains(u"is broken")) << problem.toStdString();
+}
+
+TEST_P(BrokenInterface, IsNotHeldUpByAFifo) {
+    ASSERT_TRUE(QFile::remove(path(GetParam())));
+    ASSERT_EQ(mkfifo(QFile::encodeName(path(GetParam())).constData(), 0600), 0);
+    EXPECT_TRUE(load().endsWith(QStringLiteral("\"%1\" cannot be read: Not a file").arg(QLatin1String(GetParam()))));
 }
 
 INSTANTIATE_TEST_SUITE_P(EachFile, BrokenInterface, ::testing::ValuesIn(kFiles),

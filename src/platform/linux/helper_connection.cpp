@@ -176,6 +176,9 @@ public:
         }
     }
 
+    /// Leaves the connection open until the process ends.
+    void stay() { connection_.release(); }
+
 private:
     void waitForConnection() {
         pollfd wanted{.fd = connection_.get(), .events = POLLIN, .revents = 0};
@@ -311,7 +314,13 @@ void sendMessageWithReply(HelperConnection connection, const HelperMessage &mess
         });
     } else {
         connectionEvents().settle(event); // a registration waits for the news of a missing helper, not for a reply
-        inBackground([listener, begun] { deliver(listener, std::get<Exchange>(*begun).waitForReply()); });
+        inBackground([listener, begun, stays = namesProgressFile(message)] {
+            auto &exchange = std::get<Exchange>(*begun);
+            deliver(listener, exchange.waitForReply());
+            if (stays) { // NB: the helper takes a close for the proof that nobody looks at the file any more
+                exchange.stay();
+            }
+        });
     }
 }
 

@@ -64,10 +64,11 @@ QString tagOf(std::string_view localeName) {
     return tag.insert(endOfLanguage < 0 ? tag.size() : endOfLanguage, scriptOf(localeName));
 }
 
-/// For a user, the C locale is plain American English.
+/// For a user, the C locale is plain American English; so is what can be no locale's name.
 icu::Locale localeFor(const char *category) {
     const QByteArray tag = tagOf(localeNameFor(category)).replace(u'-', u'_').toLatin1();
-    return tag.isEmpty() ? icu::Locale::getUS() : icu::Locale(tag.constData());
+    const icu::Locale named(tag.constData());
+    return tag.isEmpty() || named.isBogus() ? icu::Locale::getUS() : named;
 }
 
 /// The locale whose words are used.

@@ -15,6 +15,8 @@ struct OpaqueAdministratorRights {};
 
 namespace {
 
+constexpr std::size_t kMaxHelperBytes = std::size_t{256} << 20;
+
 constexpr std::int32_t kGranted = 0;
 constexpr std::int32_t kRefused = -60005;
 
@@ -39,17 +41,16 @@ std::int32_t requestAdministratorRights(AdministratorRights *rights) {
 
 bool installHelperTool(const QString &label, AdministratorRights rights, PlatformError *) {
     connectionEvents().wait();
-    QFile program(bundlePath() + QStringLiteral("/Contents/Library/LaunchServices/") + label);
-    if (rights == nullptr || label.isEmpty() || label.contains(QLatin1Char('/')) ||
-        !program.open(QIODevice::ReadOnly)) {
+    if (rights == nullptr || label.isEmpty() || label.contains(QLatin1Char('/'))) {
         return false;
     }
-    const std::string content = program.readAll().toStdString();
+    const QString program = bundlePath() + QStringLiteral("/Contents/Library/LaunchServices/") + label;
+    const std::optional<std::string> content =
+        readAll(openRegularFile(QFile::encodeName(program).toStdString(), O_RDONLY).get(), kMaxHelperBytes);
     const QString folder = systemPath(QStringLiteral("/Library/PrivilegedHelperTools/"));
     // The folder of the service's socket belongs to the registration: without it nobody could be reached.
-    return program.error() == QFileDevice::NoError && QDir().mkpath(systemPath(QStringLiteral("/var/run"))) &&
-           QDir().mkpath(folder) &&
-           replaceFile(QFile::encodeName(folder + label).toStdString(), content, {.mode = 0755});
+    return content && QDir().mkpath(systemPath(QStringLiteral("/var/run"))) && QDir().mkpath(folder) &&
+           replaceFile(QFile::encodeName(folder + label).toStdString(), *content, {.mode = 0755});
 }
 
 } // namespace kyb

@@ -3,8 +3,10 @@
 #include "channel/message_keys.h"
 #include "platform/posix/connection_events.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <dispatch/dispatch.h>
+#include <string_view>
 #include <xpc/xpc.h>
 
 namespace kyb {
@@ -45,6 +47,11 @@ ConnectionEvent describe(xpc_object_t event) {
     return {ConnectionEventKind::NotAnError, QStringLiteral("OS_xpc_%1").arg(QLatin1String(xpc_type_get_name(type)))};
 }
 
+bool namesProgressFile(const HelperMessage &message) {
+    return std::any_of(message.begin(), message.end(),
+                       [](const auto &entry) { return std::string_view(entry.first) == kInstallerLogPathKey; });
+}
+
 std::optional<QByteArray> replyText(xpc_object_t reply) {
     const char *text = xpc_dictionary_get_string(reply, kReplyKey); // null for an error object, too
     return text == nullptr ? std::nullopt : std::optional<QByteArray>(text);
@@ -82,9 +89,17 @@ void sendMessageWithReply(HelperConnection connection, const HelperMessage &mess
         xpc_dictionary_set_string(request, key, text.constData());
     }
     const PendingEvents::Serial pending = eventOf(connection);
+    const xpc_connection_t staying = namesProgressFile(message) ? systemConnection(connection) : nullptr;
+    if (staying != nullptr) {
+        xpc_retain(staying); // NB: for good; see the header
+    }
     xpc_connection_send_message_with_reply(systemConnection(connection), request, dispatch_get_main_queue(),
                                            ^(xpc_object_t reply) {
                                              connectionEvents().settle(pending);
+                                             if (staying != nullptr) { // what becomes of the helper now is no failure
+                                                 xpc_connection_set_event_handler(staying, ^(xpc_object_t){
+                                                                                  });
+                                             }
                                              replyHandler(replyText(reply));
                                            });
     xpc_release(request);

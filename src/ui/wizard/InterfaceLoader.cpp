@@ -50,9 +50,11 @@ constexpr WidgetKind kWidgetKinds[] = {
 
 QWidget *InterfaceLoader::loadFile(const QString &path, QWidget *parent, QString *problem) {
     const QString name = QFileInfo(path).fileName();
+    const bool isSomethingElse = QFileInfo::exists(path) && !QFileInfo(path).isFile(); // who opens a FIFO waits
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *problem = QStringLiteral("The interface description \"%1\" cannot be read: %2").arg(name, file.errorString());
+    if (isSomethingElse || !file.open(QIODevice::ReadOnly)) {
+        *problem = QStringLiteral("The interface description \"%1\" cannot be read: %2")
+                       .arg(name, isSomethingElse ? QStringLiteral("Not a file") : file.errorString());
         return nullptr;
     }
     QWidget *loaded = load(&file, parent);

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -86,6 +87,21 @@ TEST(ServiceSocket, IsServedByOneOnlyAlthoughItsFolderIsCleared) {
     EXPECT_EQ(errno, EWOULDBLOCK);
     serving.reset();
     EXPECT_TRUE(ServiceSocket::open(root.path(), "x")->tryLockOfServer());
+}
+
+TEST(ServiceSocket, IsLockedByItsOwnerWhateverTheUmaskOfTheFirst) {
+    const test::RootFolder root;
+    const std::optional<ServiceSocket> service = ServiceSocket::open(root.path(), "service");
+    ASSERT_TRUE(service);
+    const mode_t before = umask(0777);
+    EXPECT_TRUE(service->tryLock());
+    EXPECT_TRUE(service->tryLockOfServer());
+    umask(before);
+    for (const char *lock : {"/var/run/service.lock", "/var/service.server"}) {
+        struct stat info {};
+        ASSERT_EQ(stat(root.at(lock).c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 07777, 0600U) << lock;
+    }
 }
 
 TEST(ServiceSocket, IsNotLockedThroughALink) {

@@ -2,14 +2,17 @@
 
 #include "support/RootFolder.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <vector>
 
 namespace kyb {
 namespace {
@@ -57,6 +60,15 @@ TEST_F(FileIo, MakesARegularFileWithItsMode) {
     struct stat info {};
     ASSERT_EQ(stat(path().c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777U, 0600U);
+}
+
+TEST_F(FileIo, MakesARegularFileWithItsModeWhateverTheUmask) {
+    const mode_t before = umask(0777);
+    const UniqueFd file = openRegularFile(path(), O_WRONLY | O_CREAT, 0640);
+    umask(before);
+    struct stat info {};
+    ASSERT_EQ(fstat(file.get(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0640U);
 }
 
 TEST_F(FileIo, OpensNeitherFifoNorDeviceNorFolder) {
@@ -120,6 +132,22 @@ TEST_F(FileIo, PutsAFileInThePlaceOfAnother) {
     ASSERT_EQ(stat(path().c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777U, 04751U);
     EXPECT_EQ(entries(), 1U);
+}
+
+/// A program that is open for writing cannot be started.
+TEST_F(FileIo, PutsAFileIntoItsPlaceThatNobodyHasOpen) {
+    const UniqueFd watch(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    ASSERT_GE(inotify_add_watch(watch.get(), folder().c_str(), IN_CLOSE_WRITE | IN_MOVED_TO), 0);
+    ASSERT_TRUE(replaceFile(path(), "content", {.mode = 0755}));
+    alignas(inotify_event) std::array<char, 4096> bytes{};
+    const ssize_t count = read(watch.get(), bytes.data(), bytes.size());
+    std::vector<std::uint32_t> seen;
+    for (ssize_t at = 0; at < count;) {
+        const auto *event = reinterpret_cast<const inotify_event *>(bytes.data() + at);
+        seen.push_back(event->mask);
+        at += static_cast<ssize_t>(sizeof *event + event->len);
+    }
+    EXPECT_EQ(seen, (std::vector<std::uint32_t>{IN_CLOSE_WRITE, IN_MOVED_TO}));
 }
 
 TEST_F(FileIo, ReplacesALinkAndNotWhatItLeadsTo) {

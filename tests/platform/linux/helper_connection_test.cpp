@@ -279,6 +279,24 @@ TEST_F(HelperConnectionTest, IsInterruptedByAHelperThatTakesNoMessage) {
     isOver = true;
 }
 
+TEST_F(HelperConnectionTest, StaysAfterTheReplyToAMessageThatNamesTheProgressFile) {
+    for (const Progress progress : {Progress::Wanted, Progress::NotWanted}) {
+        std::atomic<bool> isOver{false};
+        const test::FakeService service(root().path(), [&isOver, progress](int connection) {
+            test::takeRequest(connection);
+            test::sendBytes(connection, *encodeFrame({{kReplyKey, "done"}}));
+            while (!isOver) {
+                usleep(1000);
+            }
+            char byte = 0;
+            EXPECT_EQ(recv(connection, &byte, 1, MSG_DONTWAIT), progress == Progress::Wanted ? -1 : 0);
+        });
+        EXPECT_EQ(run("true", progress), "done");
+        test::turnUntil(isIdle);
+        isOver = true;
+    }
+}
+
 TEST_F(HelperConnectionTest, WaitsForAHelperThatTakesTheMessageLate) {
     const test::FakeService service(root().path(), [](int connection) {
         std::this_thread::sleep_for(300ms);

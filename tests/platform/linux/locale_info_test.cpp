@@ -52,6 +52,13 @@ TEST(LocaleInfo, TakesNoLocaleForAmericanEnglish) {
     }
 }
 
+TEST(LocaleInfo, SurvivesWhatCanBeNoLocale) {
+    const std::vector<std::string> lines = test::askProbe(std::string(kNoLocale) + "LANG=thiscannotbeone", "locale");
+    ASSERT_GE(lines.size(), 4U);
+    EXPECT_THAT(lines.at(2), AnyOf(kAfternoon, "11/14/23, 10:13 PM"));
+    EXPECT_EQ(lines.at(3), "1.07");
+}
+
 TEST(LocaleInfo, KnowsTheTimeZone) {
     EXPECT_EQ(test::askProbe(std::string(kNoLocale) + "LANG=de_DE.UTF-8 TZ=Europe/Berlin", "locale").at(2),
               "14.11.23, 23:13");
