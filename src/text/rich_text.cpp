@@ -122,7 +122,7 @@ public:
 
 private:
     struct ControlWord;
-    using Face = std::tuple<QStringList, double, bool, bool>; ///< families, size, bold, italic
+    using Face = std::tuple<QStringList, double, bool, bool, QChar::Script>; ///< families, size, bold, italic
     using Handler = void (Reader::*)(int);
     static const ControlWord kControlWords[];
     static const ControlWord *controlWord(std::string_view name);
@@ -326,15 +326,27 @@ private:
             endRun();
             runFormat_ = state().character;
         }
+        countTurn(unit);
         run_.append(QChar(unit));
         ++paragraphUnits_;
         ++units_;
     }
 
+    void countTurn(char16_t unit) {
+        if (QChar::isHighSurrogate(unit)) {
+            return; // the other half tells
+        }
+        const bool isPair = !run_.isEmpty() && run_.back().isHighSurrogate() && QChar::isLowSurrogate(unit);
+        const TextTurns::Turn turn = turns_.at(isPair ? QChar::surrogateToUcs4(run_.back().unicode(), unit) : unit);
+        paragraphTurns_ += turn.direction ? 1 : 0;
+        pieces_ += turn.direction || turn.script ? 1 : 0;
+    }
+
     /// Whether a paragraph that is about to grow too long ends here. The longer it is, the poorer a place will do.
     bool mayPartBefore(char16_t unit) const {
-        // One unit and two runs more: so that the second half of a pair has room.
-        const auto steps = std::max((paragraphUnits_ + 1) / kUnitsOfAStep, (paragraph_.runs.size() + 2) / kRunsOfAStep);
+        // One unit and three runs more: so that the second half of a pair has room.
+        const qsizetype runs = paragraph_.runs.size() + paragraphTurns_;
+        const auto steps = std::max((paragraphUnits_ + 1) / kUnitsOfAStep, (runs + 3) / kRunsOfAStep);
         if (steps == 0 || run_.isEmpty()) {
             return false;
         }
@@ -365,10 +377,15 @@ private:
     }
 
     void limitFaces(RichTextRun &run) {
-        const Face face(run.fontFamilies, run.sizePoints, run.bold, run.italic);
-        if (std::ssize(faces_) < kMaxRichTextFaces) {
-            faces_.insert(face);
-        } else if (!faces_.contains(face)) {
+        bool isBeyond = false;
+        for (const QChar::Script script : scriptsOf(run.text)) {
+            const Face face(run.fontFamilies, run.sizePoints, run.bold, run.italic, script);
+            if (std::ssize(faces_) < kMaxRichTextFaces) {
+                faces_.insert(face);
+            }
+            isBeyond = isBeyond || !faces_.contains(face);
+        }
+        if (isBeyond) {
             run.fontFamilies.clear();
             run.sizePoints = RichTextRun().sizePoints;
         }
@@ -413,6 +430,8 @@ private:
         document_.paragraphs.append(paragraph_);
         paragraph_ = {};
         paragraphUnits_ = 0;
+        paragraphTurns_ = 0;
+        turns_ = {};
         ++pieces_;
     }
 
@@ -543,6 +562,8 @@ private:
     QString run_;
     CharacterFormat runFormat_;
     bool isContinuation_ = false; ///< the paragraph is a later part of one that has grown too long
+    TextTurns turns_;
+    qsizetype paragraphTurns_ = 0; ///< of direction
     qsizetype paragraphUnits_ = 0;
     qsizetype units_ = 0;
     qsizetype pieces_ = 0;

@@ -43,22 +43,24 @@ constexpr qsizetype kMaxRichTextBytes = 16 * 1024 * 1024;
 /// Of a document's text, in UTF-16 units: 300 pages.
 constexpr qsizetype kMaxRichTextUnits = 1024 * 1024;
 
-/// Runs and paragraphs of a document. Each costs a text view as much as a line of text.
+/// Runs and paragraphs of a document, and the places within runs where the direction of the text or its script changes.
+/// Each costs a text view as much as a line of text.
 constexpr qsizetype kMaxRichTextPieces = 100'000;
 
 /// Of a document's height in the narrowest view (`shownHeight`); one paragraph more may begin. A text view that comes
 /// to 8,388,607 pixels breaks pages without end, and the estimate is a rough one. 111,000 lines at most.
 constexpr double kMaxRichTextHeightPoints = 2'000'000.0;
 
-/// Fonts of a document, each in each size, weight and slant. A text view searches the machine's fonts for each. Beyond
-/// them, a font that is not among them counts as none, at 12 points.
+/// Fonts of a document, each in each size, weight and slant, and for each script that it is to show. A text view
+/// searches the machine's fonts for each. Beyond them, a font that is not among them counts as none, at 12 points.
 constexpr qsizetype kMaxRichTextFaces = 128;
 
 /// Of a paragraph's text, in UTF-16 units. A text view measures a word that fits in no line anew for each of its lines,
 /// to the word's end; so what a paragraph costs may grow with its square.
 constexpr qsizetype kMaxParagraphUnits = 8192;
 
-/// Of a paragraph: the same, with a font to be chosen for each run of the word.
+/// Of a paragraph: the same, with a font to be chosen for each run of the word. A change of direction counts as a run;
+/// one of script does not, as it comes with every few characters of Japanese.
 constexpr qsizetype kMaxParagraphRuns = 512;
 
 /// Reads an RTF document, as word processors write it, into paragraphs of formatted text.

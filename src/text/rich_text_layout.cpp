@@ -35,6 +35,29 @@ double widthOf(const RichTextRun &run) {
     return width;
 }
 
+/// The direction that counts, of a character of direction \p own that stands after one of direction \p before. What
+/// has none goes along.
+QChar::Direction directionAfter(QChar::Direction before, QChar::Direction own) {
+    switch (own) {
+    case QChar::DirL:
+    case QChar::DirR:
+    case QChar::DirAN:
+        return own;
+    case QChar::DirAL:
+        return QChar::DirR;
+    case QChar::DirEN:
+        return before == QChar::DirR ? own : before;
+    default:
+        return before;
+    }
+}
+
+/// Whether a character of \p direction begins or ends an embedding, an override or an isolate.
+bool isDirectionMark(QChar::Direction direction) {
+    return (direction >= QChar::DirLRE && direction <= QChar::DirPDF && direction != QChar::DirAL) ||
+           (direction >= QChar::DirLRI && direction <= QChar::DirPDI);
+}
+
 } // namespace
 
 RichTextIndents shownIndents(const RichTextParagraph &paragraph) {
@@ -60,6 +83,28 @@ double shownHeight(const RichTextParagraph &paragraph) {
     }
     lines += std::floor(width / column);
     return paragraph.spaceBeforePoints + lines * size * kLineHeight + paragraph.spaceAfterPoints;
+}
+
+std::set<QChar::Script> scriptsOf(const QString &text) {
+    std::set<QChar::Script> scripts;
+    for (const char32_t code : text.toUcs4()) {
+        scripts.insert(std::max(QChar::script(code), QChar::Script_Common));
+    }
+    if (scripts.size() > 1) {
+        scripts.erase(QChar::Script_Common); // goes along with another
+    }
+    return scripts;
+}
+
+TextTurns::Turn TextTurns::at(char32_t code) {
+    const QChar::Direction own = QChar::direction(code);
+    const QChar::Direction direction = directionAfter(direction_, own);
+    const QChar::Script script = std::max(QChar::script(code), QChar::Script_Common);
+    const Turn turn{isDirectionMark(own) || (direction_ != QChar::DirON && direction != direction_),
+                    script_ != QChar::Script_Common && script != QChar::Script_Common && script != script_};
+    direction_ = direction;
+    script_ = script == QChar::Script_Common ? script_ : script;
+    return turn;
 }
 
 } // namespace kyb

@@ -523,7 +523,45 @@ TEST(RichText, PartsLongParagraphsAndLosesNothing) {
     }
 }
 
+/// How often characters of one direction follow ones of another.
+qsizetype turnsOf(const RichTextParagraph &paragraph) {
+    qsizetype turns = 0;
+    QChar last;
+    for (const RichTextRun &run : paragraph.runs) {
+        for (const QChar unit : run.text) {
+            turns += !last.isNull() && unit.direction() != last.direction() ? 1 : 0;
+            last = unit;
+        }
+    }
+    return turns;
+}
+
+TEST(RichText, PartsParagraphsThatTurnTooOften) {
+    const QByteArray bodies[] = {
+        "\\u1488?a",                 // to the left and to the right
+        "\\u1488?1",                 // and numbers
+        "\\u1576?\\u1633?",          // of either kind
+        "\\u8235?a\\u8234?\\u1488?", // embedded
+        "\\u8295?a\\u8294?\\u1488?", // isolated
+        "\\u-10238?\\u-8960?a",      // in pairs
+        "{\\b\\u1488?}a",            // in two formats
+    };
+    for (const QByteArray &body : bodies) {
+        const RichTextDocument document = parsed(body.repeated(10'000));
+        EXPECT_FALSE(document.isCut) << body.toStdString();
+        EXPECT_EQ(withoutLineEnds(plainText(document)), textOf(body).repeated(10'000)) << body.toStdString();
+        for (const RichTextParagraph &paragraph : document.paragraphs) {
+            ASSERT_LE(turnsOf(paragraph), kMaxParagraphRuns) << body.toStdString();
+        }
+    }
+}
+
 TEST(RichText, LeavesParagraphsOfUsualLengthWhole) {
+    const QByteArray japanese = "\\u26412?\\u12381?"; // two scripts, as everywhere in it
+    const QByteArray hebrew = "\\u1488?\\u1489?, 1.2 (a) ";
+    EXPECT_EQ(parsed(japanese.repeated(1000)).paragraphs.size(), 1);
+    EXPECT_EQ(parsed(hebrew.repeated(40)).paragraphs.size(), 1);
+    EXPECT_EQ(parsed(QByteArray("1.2 a ").repeated(300)).paragraphs.size(), 1); // goes in one direction
     EXPECT_EQ(parsed(QByteArray("word ").repeated(kMaxParagraphUnits / 2 / 5)).paragraphs.size(), 1);
     EXPECT_EQ(parsed(QByteArray("\\b a \\b0 b ").repeated(kMaxParagraphRuns / 2 / 2 - 1)).paragraphs.size(), 1);
     EXPECT_EQ(parsed(QByteArray(kMaxParagraphUnits / 2, 'a')).paragraphs.size(), 1);
@@ -562,6 +600,8 @@ TEST(RichText, KeepsWithinItsLimitsAndSaysSo) {
     const QByteArray bodies[] = {
         QByteArray("\\par").repeated(300'000),
         QByteArray("\\b a\\b0 b").repeated(100'000),
+        QByteArray("\\u1488?a").repeated(100'000), // two directions
+        QByteArray("\\u1073?a").repeated(100'000), // two scripts
         QByteArray(5 << 20, 'a'),
         "\\b " + QByteArray(3 << 20, 'a') + "\\b0 " + QByteArray(3 << 20, '\xE4'),
         "a{\\pict " + QByteArray(kMaxRichTextBytes, 'a') + "}b",
@@ -671,6 +711,28 @@ TEST(RichText, KeepsItsFacesWithinTheirLimit) {
         EXPECT_LE(std::ssize(facesOf(document)), kMaxRichTextFaces + kPlainFaces) << word;
         EXPECT_FALSE(document.isCut) << word;
     }
+}
+
+TEST(RichText, CountsAFontForEachOfItsScripts) {
+    const char letters[] = "a\\u945?\\u1073?\\u1377?\\u1488?\\u1576?\\u2325?\\u3585?\\u4304?\\u26412?";
+    constexpr qsizetype kScripts = 10;
+    QByteArray body;
+    for (int i = 0; i < 60; ++i) {
+        body += "\\f" + QByteArray::number(i) + " " + letters;
+    }
+    const QVector<RichTextRun> runs = runsOf(fontTable(60) + body);
+    const auto isPlain = [](const RichTextRun &run) { return run.fontFamilies.isEmpty(); };
+    const qsizetype fonts = std::find_if(runs.begin(), runs.end(), isPlain) - runs.begin();
+    EXPECT_EQ(fonts, kMaxRichTextFaces / kScripts);
+    EXPECT_TRUE(std::all_of(runs.begin() + fonts, runs.end(), isPlain));
+}
+
+TEST(RichText, CountsNoScriptForDigitsAmongLetters) {
+    QByteArray body;
+    for (int i = 0; i < kMaxRichTextFaces; ++i) {
+        body += "\\f" + QByteArray::number(i) + " a, 1";
+    }
+    EXPECT_FALSE(runsOf(fontTable(kMaxRichTextFaces) + body).last().fontFamilies.isEmpty());
 }
 
 TEST(RichText, KeepsTheFacesThatCameFirst) {
