@@ -124,4 +124,9 @@ void RichTextView::changeEvent(QEvent *event) {
     }
 }
 
+/// Scrolls, with whatever keys. A text edit would zoom, which changes but the lines without a size of their own.
+void RichTextView::wheelEvent(QWheelEvent *event) {
+    QAbstractScrollArea::wheelEvent(event);
+}
+
 } // namespace kyb
