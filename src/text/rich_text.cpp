@@ -337,9 +337,9 @@ private:
             return; // the other half tells
         }
         const bool isPair = !run_.isEmpty() && run_.back().isHighSurrogate() && QChar::isLowSurrogate(unit);
-        const TextTurns::Turn turn = turns_.at(isPair ? QChar::surrogateToUcs4(run_.back().unicode(), unit) : unit);
-        paragraphTurns_ += turn.direction ? 1 : 0;
-        pieces_ += turn.direction || turn.script ? 1 : 0;
+        const TextTurn turn = turns_.before(isPair ? QChar::surrogateToUcs4(run_.back().unicode(), unit) : unit);
+        paragraphTurns_ += turn == TextTurn::Other ? 1 : 0;
+        pieces_ += turn == TextTurn::None ? 0 : 1;
     }
 
     /// Whether a paragraph that is about to grow too long ends here. The longer it is, the poorer a place will do.
@@ -563,7 +563,7 @@ private:
     CharacterFormat runFormat_;
     bool isContinuation_ = false; ///< the paragraph is a later part of one that has grown too long
     TextTurns turns_;
-    qsizetype paragraphTurns_ = 0; ///< of direction
+    qsizetype paragraphTurns_ = 0;
     qsizetype paragraphUnits_ = 0;
     qsizetype units_ = 0;
     qsizetype pieces_ = 0;

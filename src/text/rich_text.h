@@ -59,8 +59,8 @@ constexpr qsizetype kMaxRichTextFaces = 128;
 /// to the word's end; so what a paragraph costs may grow with its square.
 constexpr qsizetype kMaxParagraphUnits = 8192;
 
-/// Of a paragraph: the same, with a font to be chosen for each run of the word. A change of direction counts as a run;
-/// one of script does not, as it comes with every few characters of Japanese.
+/// Of a paragraph: the same, with a font to be chosen for each run of the word. A change of direction or script counts
+/// as a run, but not one between the scripts of Japanese, which comes with every few characters.
 constexpr qsizetype kMaxParagraphRuns = 512;
 
 /// Reads an RTF document, as word processors write it, into paragraphs of formatted text.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kyb {
 namespace {
@@ -52,6 +53,10 @@ QChar::Direction directionAfter(QChar::Direction before, QChar::Direction own) {
     }
 }
 
+bool isJapanese(QChar::Script script) {
+    return script == QChar::Script_Han || script == QChar::Script_Hiragana || script == QChar::Script_Katakana;
+}
+
 /// Whether a character of \p direction begins or ends an embedding, an override or an isolate.
 bool isDirectionMark(QChar::Direction direction) {
     return (direction >= QChar::DirLRE && direction <= QChar::DirPDF && direction != QChar::DirAL) ||
@@ -96,15 +101,18 @@ std::set<QChar::Script> scriptsOf(const QString &text) {
     return scripts;
 }
 
-TextTurns::Turn TextTurns::at(char32_t code) {
+TextTurn TextTurns::before(char32_t code) {
     const QChar::Direction own = QChar::direction(code);
-    const QChar::Direction direction = directionAfter(direction_, own);
+    const QChar::Direction before = std::exchange(direction_, directionAfter(direction_, own));
     const QChar::Script script = std::max(QChar::script(code), QChar::Script_Common);
-    const Turn turn{isDirectionMark(own) || (direction_ != QChar::DirON && direction != direction_),
-                    script_ != QChar::Script_Common && script != QChar::Script_Common && script != script_};
-    direction_ = direction;
-    script_ = script == QChar::Script_Common ? script_ : script;
-    return turn;
+    const QChar::Script last = std::exchange(script_, script == QChar::Script_Common ? script_ : script);
+    if (isDirectionMark(own) || (before != QChar::DirON && before != direction_)) {
+        return TextTurn::Other;
+    }
+    if (last == QChar::Script_Common || last == script_) {
+        return TextTurn::None;
+    }
+    return isJapanese(last) && isJapanese(script_) ? TextTurn::WithinJapanese : TextTurn::Other;
 }
 
 } // namespace kyb

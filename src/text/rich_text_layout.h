@@ -32,16 +32,17 @@ double shownHeight(const RichTextParagraph &paragraph);
 /// The scripts that \p text is written in, for each of which a view chooses a font; Common, if it is of any. Pure.
 std::set<QChar::Script> scriptsOf(const QString &text);
 
+enum class TextTurn {
+    None,
+    WithinJapanese, ///< from one of its scripts to another, which comes with every few characters
+    Other,          ///< to another direction or script
+};
+
 /// Finds where a view takes the text of a paragraph apart, beside its formats.
 class TextTurns {
 public:
-    struct Turn {
-        bool direction = false;
-        bool script = false;
-    };
-
-    /// What begins anew at \p code, the next character.
-    Turn at(char32_t code);
+    /// The turn before \p code, the next character.
+    TextTurn before(char32_t code);
 
 private:
     QChar::Direction direction_ = QChar::DirON;

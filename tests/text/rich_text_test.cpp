@@ -556,6 +556,10 @@ TEST(RichText, PartsParagraphsThatTurnTooOften) {
     }
 }
 
+TEST(RichText, PartsParagraphsThatChangeTheirScriptTooOften) {
+    EXPECT_GE(parsed(QByteArray("\\u1073?a").repeated(10'000)).paragraphs.size(), 20'000 / kMaxParagraphRuns);
+}
+
 TEST(RichText, LeavesParagraphsOfUsualLengthWhole) {
     const QByteArray japanese = "\\u26412?\\u12381?"; // two scripts, as everywhere in it
     const QByteArray hebrew = "\\u1488?\\u1489?, 1.2 (a) ";
