@@ -17,6 +17,7 @@ struct RichTextRun {
     bool italic = false;
     bool underline = false;
     bool strikeOut = false;
+    bool capitals = false;           ///< shows small letters as capitals
     std::optional<quint32> colorRgb; ///< 0xRRGGBB; nothing: the view's own text colour
 };
 
@@ -70,7 +71,7 @@ constexpr qsizetype kMaxParagraphRuns = 512;
 /// text boxes, as paragraphs where the boxes are anchored. Left out are pictures, objects, notes, headers, footers,
 /// entries of an index, hidden text and what a reviewer took out, which word processors keep in the file. Bytes are
 /// read in the code page of the document or of the font, whichever it is (`fromCodePage`); those that spell nothing
-/// there read as U+FFFD.
+/// there read as U+FFFD. The signs of the usual symbol fonts become characters that any font may have.
 ///
 /// Never fails. Of a broken or truncated document it gives what can be read; bytes that do not begin with "{\rtf",
 /// behind a byte-order mark, blanks and line ends if there are any, give an empty document. Whatever the bytes, it

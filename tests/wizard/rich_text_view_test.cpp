@@ -39,6 +39,13 @@ TEST_F(TermsView, ShowsStylesAndParagraphs) {
     EXPECT_EQ(view.document()->lastBlock().blockFormat().alignment(), Qt::AlignHCenter);
 }
 
+TEST_F(TermsView, ShowsCapitals) {
+    show("{\\rtf1 a\\caps b}");
+    EXPECT_EQ(formatAt(0).fontCapitalization(), QFont::MixedCase);
+    EXPECT_EQ(formatAt(1).fontCapitalization(), QFont::AllUppercase);
+    EXPECT_EQ(control<kyb::RichText>("licenseTextView").text().toStdString(), "ab");
+}
+
 TEST_F(TermsView, TakesTheFirstFamilyThatTheMachineHas) {
     const QString known = QFontInfo(view.QWidget::font()).family();
     show("{\\rtf1{\\fonttbl\\f0 TimesNewRomanPS-BoldMT;\\f1 " + known.toUtf8() + ";}\\f0 A\\f1 B}");

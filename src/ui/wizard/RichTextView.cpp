@@ -71,6 +71,7 @@ QTextCharFormat formatOf(const RichTextRun &run, const QColor &ground) {
     format.setFontItalic(run.italic);
     format.setFontUnderline(run.underline);
     format.setFontStrikeOut(run.strikeOut);
+    format.setFontCapitalization(run.capitals ? QFont::AllUppercase : QFont::MixedCase);
     if (run.colorRgb) {
         format.setForeground(readableColor(QColor::fromRgb(*run.colorRgb), ground));
     }
