@@ -3,6 +3,7 @@
 #include "platform/code_pages.h"
 #include "text/rich_text_fonts.h"
 #include "text/rich_text_layout.h"
+#include "text/rich_text_symbols.h"
 
 #include <QHash>
 #include <algorithm>
@@ -30,13 +31,19 @@ constexpr double kTwipsPerPoint = 20.0;
 
 constexpr int kWesternWindows = 1252;
 constexpr int kMacRoman = 10000;
+constexpr int kUtf8 = 65001;
 constexpr int kWritersOwn = 0; ///< the code page of the machine that wrote the document, which it does not tell
 
 struct Font {
     QString name;
-    std::optional<int> codePage;      ///< nothing: the document's
+    std::optional<int> codePage; ///< nothing: the document's
+    bool hasSymbolCharset = false;
     std::optional<RichTextFace> face; ///< what the name says, once that was asked for
 };
+
+bool hasSymbols(const Font &font) {
+    return font.hasSymbolCharset && isSymbolFont(font.name.trimmed());
+}
 
 /// \p text with every half of a surrogate pair that stands alone replaced.
 QString withWholePairs(QString text) {
@@ -66,7 +73,13 @@ constexpr qsizetype kRunsOfAStep = kMaxParagraphRuns / 4;
 enum class Extent { Whole, Beginning };
 
 /// Where the text of a group goes.
-enum class Destination { Body, FontTable, ColorTable, Nowhere };
+enum class Destination {
+    Body,
+    FontTable,
+    ColorTable,
+    Superseded, ///< text of the body for readers that do not know the \ud group within it
+    Nowhere
+};
 
 struct CharacterFormat {
     int font = 0;
@@ -76,6 +89,7 @@ struct CharacterFormat {
     bool italic = false;
     bool underline = false;
     bool strikeOut = false;
+    bool capitals = false;
     bool hidden = false;
     bool deleted = false; ///< taken out by a reviewer, and still in the file
 
@@ -122,7 +136,7 @@ public:
 
 private:
     struct ControlWord;
-    using Face = std::tuple<QStringList, double, bool, bool>; ///< families, size, bold, italic
+    using Face = std::tuple<QStringList, double, bool, bool, QChar::Script>; ///< families, size, bold, italic
     using Handler = void (Reader::*)(int);
     static const ControlWord kControlWords[];
     static const ControlWord *controlWord(std::string_view name);
@@ -253,11 +267,21 @@ private:
         if (pendingBytes_.isEmpty()) {
             return;
         }
-        const QString text = fromCodePage(fonts_.value(currentFont()).codePage.value_or(codePage_), pendingBytes_);
+        const QString text = textOf(pendingBytes_);
         pendingBytes_.resize(0); // keeps its memory
         for (qsizetype i = 0; i < text.size() && !done_; ++i) {
             addToDestination(text[i].unicode());
         }
+    }
+
+    QString textOf(QByteArrayView bytes) {
+        const Font font = fonts_.value(currentFont());
+        if (state().destination == Destination::Body && hasSymbols(font)) {
+            return fromSymbols(font.name.trimmed(), bytes);
+        }
+        const int codePage = font.codePage.value_or(codePage_);
+        // Writers of UTF-8 leave the charset of their fonts as it was.
+        return fromCodePage(codePage_ == kUtf8 && codePage == kWesternWindows ? kUtf8 : codePage, bytes);
     }
 
     void addUnit(char16_t unit) {
@@ -278,7 +302,7 @@ private:
 
     bool isLeftOut() {
         const CharacterFormat &format = state().character;
-        return state().destination == Destination::Nowhere ||
+        return state().destination == Destination::Nowhere || state().destination == Destination::Superseded ||
                (state().destination == Destination::Body && (format.hidden || format.deleted));
     }
 
@@ -296,6 +320,7 @@ private:
         case Destination::ColorTable:
             endColorAt(unit);
             break;
+        case Destination::Superseded:
         case Destination::Nowhere:
             break;
         }
@@ -326,15 +351,27 @@ private:
             endRun();
             runFormat_ = state().character;
         }
+        countTurn(unit);
         run_.append(QChar(unit));
         ++paragraphUnits_;
         ++units_;
     }
 
+    void countTurn(char16_t unit) {
+        if (QChar::isHighSurrogate(unit)) {
+            return; // the other half tells
+        }
+        const bool isPair = !run_.isEmpty() && run_.back().isHighSurrogate() && QChar::isLowSurrogate(unit);
+        const TextTurn turn = turns_.before(isPair ? QChar::surrogateToUcs4(run_.back().unicode(), unit) : unit);
+        paragraphTurns_ += turn == TextTurn::Other ? 1 : 0;
+        pieces_ += turn == TextTurn::None ? 0 : 1;
+    }
+
     /// Whether a paragraph that is about to grow too long ends here. The longer it is, the poorer a place will do.
     bool mayPartBefore(char16_t unit) const {
-        // One unit and two runs more: so that the second half of a pair has room.
-        const auto steps = std::max((paragraphUnits_ + 1) / kUnitsOfAStep, (paragraph_.runs.size() + 2) / kRunsOfAStep);
+        // One unit and three runs more: so that the second half of a pair has room.
+        const qsizetype runs = paragraph_.runs.size() + paragraphTurns_;
+        const auto steps = std::max((paragraphUnits_ + 1) / kUnitsOfAStep, (runs + 3) / kRunsOfAStep);
         if (steps == 0 || run_.isEmpty()) {
             return false;
         }
@@ -357,6 +394,7 @@ private:
                         runFormat_.italic || face.italic,
                         runFormat_.underline,
                         runFormat_.strikeOut,
+                        runFormat_.capitals,
                         colors_.value(runFormat_.color)};
         run_.clear();
         limitFaces(run);
@@ -365,10 +403,15 @@ private:
     }
 
     void limitFaces(RichTextRun &run) {
-        const Face face(run.fontFamilies, run.sizePoints, run.bold, run.italic);
-        if (std::ssize(faces_) < kMaxRichTextFaces) {
-            faces_.insert(face);
-        } else if (!faces_.contains(face)) {
+        bool isBeyond = false;
+        for (const QChar::Script script : scriptsOf(run.text)) {
+            const Face face(run.fontFamilies, run.sizePoints, run.bold, run.italic, script);
+            if (std::ssize(faces_) < kMaxRichTextFaces) {
+                faces_.insert(face);
+            }
+            isBeyond = isBeyond || !faces_.contains(face);
+        }
+        if (isBeyond) {
             run.fontFamilies.clear();
             run.sizePoints = RichTextRun().sizePoints;
         }
@@ -380,7 +423,7 @@ private:
             return {};
         }
         if (!font->face) {
-            font->face = faceOfFontName(font->name.trimmed());
+            font->face = hasSymbols(*font) ? RichTextFace() : faceOfFontName(font->name.trimmed());
         }
         return *font->face;
     }
@@ -413,6 +456,8 @@ private:
         document_.paragraphs.append(paragraph_);
         paragraph_ = {};
         paragraphUnits_ = 0;
+        paragraphTurns_ = 0;
+        turns_ = {};
         ++pieces_;
     }
 
@@ -446,6 +491,18 @@ private:
     void skipGroup(int) { setDestination(Destination::Nowhere); }
     void nothing(int) {}
 
+    void beginSuperseded(int) {
+        if (state().destination == Destination::Body) {
+            setDestination(Destination::Superseded);
+        }
+    }
+
+    void endSuperseded(int) {
+        if (state().destination == Destination::Superseded) {
+            setDestination(Destination::Body);
+        }
+    }
+
     void setCodePage(int number) { codePage_ = number == kWritersOwn ? kWesternWindows : number; }
     void setDefaultFont(int number) { plain_.font = state().character.font = number; }
 
@@ -463,6 +520,7 @@ private:
             return;
         }
         fonts_[tableFont_].codePage = codePageOfCharset(number);
+        fonts_[tableFont_].hasSymbolCharset = number == kSymbolCharset;
     }
 
     void setFontCodePage(int number) {
@@ -498,15 +556,23 @@ private:
     void setFallback(int characters) { state().fallbackCharacters = std::max(characters, 0); }
 
     void insertUnicode(int value) {
-        const qint64 code = value < 0 ? qint64{value} + 0x10000 : value;
-        if (code < 0 || code > QChar::LastValidCodePoint) {
-            addUnit(QChar::ReplacementCharacter);
-        } else {
-            for (const char16_t unit : QChar::fromUcs4(static_cast<char32_t>(code))) {
-                addUnit(unit);
-            }
+        for (const QChar unit : unicodeText(value < 0 ? qint64{value} + 0x10000 : value)) {
+            addUnit(unit.unicode());
         }
         unreadFallback_ = state().fallbackCharacters;
+    }
+
+    QString unicodeText(qint64 code) {
+        constexpr qint64 kSymbols = 0xF000; // where the bytes of symbol fonts stand in Unicode
+        const char byte = static_cast<char>(code & 0xFF);
+        if (code < 0 || code > QChar::LastValidCodePoint) {
+            return QChar(QChar::ReplacementCharacter);
+        }
+        if (code - kSymbols == static_cast<uchar>(byte) && hasSymbols(fonts_.value(currentFont()))) {
+            return textOf(QByteArrayView(&byte, 1));
+        }
+        const auto character = static_cast<char32_t>(code);
+        return QString::fromUcs4(&character, 1);
     }
 
     void skipBinary(int count) { position_ += std::clamp<qsizetype>(count, 0, bytes_.size() - position_); }
@@ -543,6 +609,8 @@ private:
     QString run_;
     CharacterFormat runFormat_;
     bool isContinuation_ = false; ///< the paragraph is a later part of one that has grown too long
+    TextTurns turns_;
+    qsizetype paragraphTurns_ = 0;
     qsizetype paragraphUnits_ = 0;
     qsizetype units_ = 0;
     qsizetype pieces_ = 0;
@@ -563,17 +631,35 @@ struct Reader::ControlWord {
 
 // clang-format off
 constexpr Reader::ControlWord Reader::kControlWords[] = {
+    {"aftncn",       &Reader::skipGroup},
+    {"aftnsep",      &Reader::skipGroup},
+    {"aftnsepc",     &Reader::skipGroup},
+    {"annotation",   &Reader::skipGroup},
     {"ansi",         &Reader::setCodePage, kWesternWindows},
     {"ansicpg",      &Reader::setCodePage, kWesternWindows, Number::Given},
+    {"atnauthor",    &Reader::skipGroup},
+    {"atndate",      &Reader::skipGroup},
+    {"atnicn",       &Reader::skipGroup},
+    {"atnid",        &Reader::skipGroup},
+    {"atnparent",    &Reader::skipGroup},
+    {"atnref",       &Reader::skipGroup},
+    {"atntime",      &Reader::skipGroup},
+    {"atrfend",      &Reader::skipGroup},
+    {"atrfstart",    &Reader::skipGroup},
     {"b",            &Reader::setFlag<&CharacterFormat::bold>, 1, Number::Given},
     {"bin",          &Reader::skipBinary, 0, Number::Given},
+    {"bkmkend",      &Reader::skipGroup},
+    {"bkmkstart",    &Reader::skipGroup},
     {"blue",         &Reader::setColorPart<0>, 0, Number::Given},
     {"bullet",       &Reader::insert, 0x2022},
+    {"caps",         &Reader::setFlag<&CharacterFormat::capitals>, 1, Number::Given},
     {"cell",         &Reader::insert, u'\t'},
     {"cf",           &Reader::setColor, 0, Number::Given},
     {"colortbl",     &Reader::beginColorTable},
     {"column",       &Reader::breakPage},
+    {"comment",      &Reader::skipGroup},
     {"cpg",          &Reader::setFontCodePage, kUnknownCodePage, Number::Given},
+    {"datastore",    &Reader::skipGroup},
     {"deff",         &Reader::setDefaultFont, 0, Number::Given},
     {"deleted",      &Reader::setFlag<&CharacterFormat::deleted>, 1, Number::Given},
     {"emdash",       &Reader::insert, 0x2014},
@@ -581,16 +667,24 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"endash",       &Reader::insert, 0x2013},
     {"enspace",      &Reader::insert, 0x2002},
     {"f",            &Reader::setFont, 0, Number::Given},
+    {"falt",         &Reader::skipGroup},
     {"fcharset",     &Reader::setCharset, 0, Number::Given},
     {"fi",           &Reader::setLength<&ParagraphFormat::firstLineTwips, -kMaxTwips>, 0, Number::Given},
+    {"filetbl",      &Reader::skipGroup},
     {"fldinst",      &Reader::skipGroup},
+    {"fname",        &Reader::skipGroup},
     {"fonttbl",      &Reader::beginFontTable},
     {"footer",       &Reader::skipGroup},
     {"footerf",      &Reader::skipGroup},
     {"footerl",      &Reader::skipGroup},
     {"footerr",      &Reader::skipGroup},
     {"footnote",     &Reader::skipGroup},
+    {"formfield",    &Reader::skipGroup},
     {"fs",           &Reader::setSize, 24, Number::Given},
+    {"ftncn",        &Reader::skipGroup},
+    {"ftnsep",       &Reader::skipGroup},
+    {"ftnsepc",      &Reader::skipGroup},
+    {"generator",    &Reader::skipGroup},
     {"green",        &Reader::setColorPart<8>, 0, Number::Given},
     {"header",       &Reader::skipGroup},
     {"headerf",      &Reader::skipGroup},
@@ -602,6 +696,8 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"ldblquote",    &Reader::insert, 0x201C},
     {"li",           &Reader::setLength<&ParagraphFormat::leftTwips, -kMaxTwips>, 0, Number::Given},
     {"line",         &Reader::insert, 0x2028},
+    {"listoverridetable", &Reader::skipGroup},
+    {"listtable",    &Reader::skipGroup},
     {"listtext",     &Reader::nothing},
     {"lquote",       &Reader::insert, 0x2018},
     {"ltrmark",      &Reader::insert, 0x200E},
@@ -614,13 +710,18 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"nonshppict",   &Reader::skipGroup},
     {"object",       &Reader::skipGroup},
     {"page",         &Reader::breakPage},
+    {"panose",       &Reader::skipGroup},
     {"par",          &Reader::insert, 0x2029},
     {"pard",         &Reader::resetParagraph},
     {"pc",           &Reader::setCodePage, 437},
     {"pca",          &Reader::setCodePage, 850},
+    {"pgdsctbl",     &Reader::skipGroup},
     {"pict",         &Reader::skipGroup},
     {"plain",        &Reader::resetCharacters},
     {"pntext",       &Reader::nothing},
+    {"pntxta",       &Reader::skipGroup},
+    {"pntxtb",       &Reader::skipGroup},
+    {"private",      &Reader::skipGroup},
     {"qc",           &Reader::setAlignment, static_cast<int>(RichTextAlignment::Center)},
     {"qj",           &Reader::setAlignment, static_cast<int>(RichTextAlignment::Justified)},
     {"ql",           &Reader::setAlignment, static_cast<int>(RichTextAlignment::Left)},
@@ -628,9 +729,11 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"qr",           &Reader::setAlignment, static_cast<int>(RichTextAlignment::Right)},
     {"rdblquote",    &Reader::insert, 0x201D},
     {"red",          &Reader::setColorPart<16>, 0, Number::Given},
+    {"revtbl",       &Reader::skipGroup},
     {"ri",           &Reader::setLength<&ParagraphFormat::rightTwips, -kMaxTwips>, 0, Number::Given},
     {"row",          &Reader::insert, 0x2029},
     {"rquote",       &Reader::insert, 0x2019},
+    {"rsidtbl",      &Reader::skipGroup},
     {"rtlmark",      &Reader::insert, 0x200F},
     {"sa",           &Reader::setLength<&ParagraphFormat::afterTwips, 0, kMaxSpaceTwips>, 0, Number::Given},
     {"sb",           &Reader::setLength<&ParagraphFormat::beforeTwips, 0, kMaxSpaceTwips>, 0, Number::Given},
@@ -646,8 +749,11 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"tab",          &Reader::insert, u'\t'},
     {"tc",           &Reader::skipGroup},
     {"tcn",          &Reader::skipGroup},
+    {"template",     &Reader::skipGroup},
+    {"themedata",    &Reader::skipGroup},
     {"u",            &Reader::insertUnicode, 0, Number::Given},
     {"uc",           &Reader::setFallback, 1, Number::Given},
+    {"ud",           &Reader::endSuperseded},
     {"ul",           &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"uld",          &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"uldash",       &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
@@ -666,8 +772,12 @@ constexpr Reader::ControlWord Reader::kControlWords[] = {
     {"ululdbwave",   &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"ulw",          &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
     {"ulwave",       &Reader::setFlag<&CharacterFormat::underline>, 1, Number::Given},
+    {"upr",          &Reader::beginSuperseded},
+    {"userprops",    &Reader::skipGroup},
     {"v",            &Reader::setFlag<&CharacterFormat::hidden>, 1, Number::Given},
     {"xe",           &Reader::skipGroup},
+    {"xmlname",      &Reader::skipGroup},
+    {"xmlnstbl",     &Reader::skipGroup},
     {"zwj",          &Reader::insert, 0x200D},
     {"zwnj",         &Reader::insert, 0x200C},
 };

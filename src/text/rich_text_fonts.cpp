@@ -98,9 +98,8 @@ constexpr Charset kCharsets[] = {
     {134, 936},  {136, 950},  {161, 1253}, {162, 1254}, {163, 1258}, {177, 1255}, {178, 1256}, {186, 1257},
     {204, 1251}, {222, 874},  {238, 1250}, {254, 437},  {255, 850},
 };
-// The charsets that leave the choice to the document: by default, and symbol fonts.
+// As symbol fonts, one that leaves the choice to the document.
 constexpr int kDefaultCharset = 1;
-constexpr int kSymbolCharset = 2;
 
 } // namespace
 

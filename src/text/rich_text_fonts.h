@@ -19,6 +19,7 @@ struct RichTextFace {
 RichTextFace faceOfFontName(const QString &name);
 
 constexpr int kUnknownCodePage = -1;
+constexpr int kSymbolCharset = 2;
 
 /// The code page of a font's \\fcharset \p number; `kUnknownCodePage` when there is no such charset. Nothing for those
 /// that leave the choice to the document. Pure.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kyb {
 namespace {
@@ -35,6 +36,33 @@ double widthOf(const RichTextRun &run) {
     return width;
 }
 
+/// The direction that counts, of a character of direction \p own that stands after one of direction \p before. What
+/// has none goes along.
+QChar::Direction directionAfter(QChar::Direction before, QChar::Direction own) {
+    switch (own) {
+    case QChar::DirL:
+    case QChar::DirR:
+    case QChar::DirAN:
+        return own;
+    case QChar::DirAL:
+        return QChar::DirR;
+    case QChar::DirEN:
+        return before == QChar::DirR ? own : before;
+    default:
+        return before;
+    }
+}
+
+bool isJapanese(QChar::Script script) {
+    return script == QChar::Script_Han || script == QChar::Script_Hiragana || script == QChar::Script_Katakana;
+}
+
+/// Whether a character of \p direction begins or ends an embedding, an override or an isolate.
+bool isDirectionMark(QChar::Direction direction) {
+    return (direction >= QChar::DirLRE && direction <= QChar::DirPDF && direction != QChar::DirAL) ||
+           (direction >= QChar::DirLRI && direction <= QChar::DirPDI);
+}
+
 } // namespace
 
 RichTextIndents shownIndents(const RichTextParagraph &paragraph) {
@@ -60,6 +88,31 @@ double shownHeight(const RichTextParagraph &paragraph) {
     }
     lines += std::floor(width / column);
     return paragraph.spaceBeforePoints + lines * size * kLineHeight + paragraph.spaceAfterPoints;
+}
+
+std::set<QChar::Script> scriptsOf(const QString &text) {
+    std::set<QChar::Script> scripts;
+    for (const char32_t code : text.toUcs4()) {
+        scripts.insert(std::max(QChar::script(code), QChar::Script_Common));
+    }
+    if (scripts.size() > 1) {
+        scripts.erase(QChar::Script_Common); // goes along with another
+    }
+    return scripts;
+}
+
+TextTurn TextTurns::before(char32_t code) {
+    const QChar::Direction own = QChar::direction(code);
+    const QChar::Direction before = std::exchange(direction_, directionAfter(direction_, own));
+    const QChar::Script script = std::max(QChar::script(code), QChar::Script_Common);
+    const QChar::Script last = std::exchange(script_, script == QChar::Script_Common ? script_ : script);
+    if (isDirectionMark(own) || (before != QChar::DirON && before != direction_)) {
+        return TextTurn::Other;
+    }
+    if (last == QChar::Script_Common || last == script_) {
+        return TextTurn::None;
+    }
+    return isJapanese(last) && isJapanese(script_) ? TextTurn::WithinJapanese : TextTurn::Other;
 }
 
 } // namespace kyb

@@ -127,6 +127,14 @@ TEST(RichText, KnowsEachWayToUnderline) {
     }
 }
 
+TEST(RichText, KeepsTheLettersOfWhatIsShownInCapitals) {
+    const auto runs = runsOf("a\\caps b\\caps0 c");
+    ASSERT_EQ(runs.size(), 3);
+    EXPECT_EQ(runs[1].text, u"b"_qs);
+    EXPECT_TRUE(runs[1].capitals);
+    EXPECT_FALSE(runs[2].capitals);
+}
+
 TEST(RichText, KeepsWhatIsStruckOut) {
     EXPECT_EQ(marked(runsOf("a\\strike b\\strike0 c\\striked1 d\\striked0 e{\\strike f}\\strike g\\plain h")),
               QStringList({u":a"_qs, u"s:b"_qs, u":c"_qs, u"s:d"_qs, u":e"_qs, u"s:fg"_qs, u":h"_qs}));
@@ -266,6 +274,30 @@ TEST(RichText, ReadsBytesInTheFontsCodePage) {
               QStringList(u"明朝"_qs));
 }
 
+TEST(RichText, ReadsUtf8WhateverTheFontsCharset) {
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\ansi\\ansicpg65001{\\fonttbl\\f0\\fcharset0 A;}\\f0 Gr\xC3\xB6\xC3\x9F"
+                                      "e}")),
+              u"Gr\u00F6\u00DFe"_qs);
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\ansi\\ansicpg65001{\\fonttbl\\f0\\fcharset161 A;}\\f0\\'e1}")),
+              u"\u03B1"_qs);
+}
+
+TEST(RichText, ReadsTheSignsOfSymbolFonts) {
+    const QByteArray fonts = "{\\fonttbl{\\f0\\fcharset0 Times;}{\\f1\\fcharset2 Symbol;}{\\f2\\fcharset2 Wingdings;}"
+                             "{\\f3\\fcharset2 Webdings;}{\\f4\\fcharset2 Own Signs;}{\\f5\\fcharset0 Symbol;}}";
+    EXPECT_EQ(textOf(fonts + "\\f1 abW 1+2\\'b7\\'d2\\'d3\\'d4\\'a3\\'fe"),
+              u"\u03B1\u03B2\u03A9 1+2\u2022\u00AE\u00A9\u2122\u2264\u23AD"_qs);
+    EXPECT_EQ(textOf(fonts + "\\f1\\'9f\\'ff"), u"\u2022\u2022"_qs);
+    EXPECT_EQ(textOf(fonts + "\\f2\\'a7\\tab\\'fc \\'fbn\\'01z"), u"\u25AA\t\u2713 \u2717\u25A0\u2022"_qs);
+    EXPECT_EQ(textOf(fonts + "\\f3 a b"), u"\u2022 \u2022"_qs);
+    EXPECT_EQ(textOf(fonts + "\\f4\\'a7 \\f5\\'a7 \\f0\\'a7"),
+              u"\u00A7 \u00A7 \u00A7"_qs); // of no sign font that is known
+    EXPECT_EQ(textOf(fonts + "\\f1\\u-3913\\'b7\\f2\\u-3929\\'a7\\u9675?\\f0\\u-3913?"),
+              u"\u2022\u25AA\u25CB\uF0B7"_qs);
+    EXPECT_EQ(runsOf(fonts + "\\f2\\'a7").first().fontFamilies, QStringList()); // which lacks what is shown
+    EXPECT_EQ(textOf("{\\fonttbl\\f0\\fcharset2 Wing{\\*\\falt x}dings;}\\f0\\'a7"), u"\u25AA"_qs);
+}
+
 TEST(RichText, KnowsTheCharsetsOfFonts) {
     const std::tuple<int, const char *, QString> rows[] = {
         {0, "\\'fc", u"ü"_qs},         {77, "\\'9f", u"ü"_qs},        {78, "\\'93\\'fa", u"日"_qs},
@@ -377,6 +409,21 @@ TEST(RichText, LeavesOutWhatIsNotText) {
     EXPECT_EQ(textOf("a{\\pict\\pngblip 89504e47}b{\\object{\\*\\objdata 01}{\\result r}}c{\\info{\\title t}}d"
                      "{\\stylesheet{\\s0 Normal;}}e{\\header h}f{\\footerf i}g{\\footnote j\\par}h"),
               u"abcdefgh"_qs);
+}
+
+TEST(RichText, LeavesOutDestinationsThatAreNotMarkedAsOptional) {
+    for (const char *word :
+         {"aftnsep",           "annotation", "atnauthor", "atndate",   "atnid",  "atntime",  "bkmkend",
+          "bkmkstart",         "comment",    "filetbl",   "formfield", "ftnsep", "ftnsepc",  "generator",
+          "listoverridetable", "listtable",  "pgdsctbl",  "pntxta",    "pntxtb", "private1", "revtbl",
+          "rsidtbl",           "template",   "userprops"}) {
+        EXPECT_EQ(textOf("a{\\" + QByteArray(word) + " text;{\\b more}}b"), u"ab"_qs) << word;
+    }
+}
+
+TEST(RichText, TakesTheUnicodeSideOfTwo) {
+    EXPECT_EQ(textOf("a{\\upr{b?\\par}{\\*\\ud{c\\u8364?}}}d"), u"ac\u20ACd"_qs);
+    EXPECT_EQ(textOf("a{\\info{\\upr{\\title b}{\\*\\ud{\\title c}}}}d{\\*\\ud e}"), u"ade"_qs);
 }
 
 TEST(RichText, LeavesOutEntriesOfAnIndex) {
@@ -523,7 +570,49 @@ TEST(RichText, PartsLongParagraphsAndLosesNothing) {
     }
 }
 
+/// How often characters of one direction follow ones of another.
+qsizetype turnsOf(const RichTextParagraph &paragraph) {
+    qsizetype turns = 0;
+    QChar last;
+    for (const RichTextRun &run : paragraph.runs) {
+        for (const QChar unit : run.text) {
+            turns += !last.isNull() && unit.direction() != last.direction() ? 1 : 0;
+            last = unit;
+        }
+    }
+    return turns;
+}
+
+TEST(RichText, PartsParagraphsThatTurnTooOften) {
+    const QByteArray bodies[] = {
+        "\\u1488?a",                 // to the left and to the right
+        "\\u1488?1",                 // and numbers
+        "\\u1576?\\u1633?",          // of either kind
+        "\\u8235?a\\u8234?\\u1488?", // embedded
+        "\\u8295?a\\u8294?\\u1488?", // isolated
+        "\\u-10238?\\u-8960?a",      // in pairs
+        "{\\b\\u1488?}a",            // in two formats
+    };
+    for (const QByteArray &body : bodies) {
+        const RichTextDocument document = parsed(body.repeated(10'000));
+        EXPECT_FALSE(document.isCut) << body.toStdString();
+        EXPECT_EQ(withoutLineEnds(plainText(document)), textOf(body).repeated(10'000)) << body.toStdString();
+        for (const RichTextParagraph &paragraph : document.paragraphs) {
+            ASSERT_LE(turnsOf(paragraph), kMaxParagraphRuns) << body.toStdString();
+        }
+    }
+}
+
+TEST(RichText, PartsParagraphsThatChangeTheirScriptTooOften) {
+    EXPECT_GE(parsed(QByteArray("\\u1073?a").repeated(10'000)).paragraphs.size(), 20'000 / kMaxParagraphRuns);
+}
+
 TEST(RichText, LeavesParagraphsOfUsualLengthWhole) {
+    const QByteArray japanese = "\\u26412?\\u12381?"; // two scripts, as everywhere in it
+    const QByteArray hebrew = "\\u1488?\\u1489?, 1.2 (a) ";
+    EXPECT_EQ(parsed(japanese.repeated(1000)).paragraphs.size(), 1);
+    EXPECT_EQ(parsed(hebrew.repeated(40)).paragraphs.size(), 1);
+    EXPECT_EQ(parsed(QByteArray("1.2 a ").repeated(300)).paragraphs.size(), 1); // goes in one direction
     EXPECT_EQ(parsed(QByteArray("word ").repeated(kMaxParagraphUnits / 2 / 5)).paragraphs.size(), 1);
     EXPECT_EQ(parsed(QByteArray("\\b a \\b0 b ").repeated(kMaxParagraphRuns / 2 / 2 - 1)).paragraphs.size(), 1);
     EXPECT_EQ(parsed(QByteArray(kMaxParagraphUnits / 2, 'a')).paragraphs.size(), 1);
@@ -562,6 +651,8 @@ TEST(RichText, KeepsWithinItsLimitsAndSaysSo) {
     const QByteArray bodies[] = {
         QByteArray("\\par").repeated(300'000),
         QByteArray("\\b a\\b0 b").repeated(100'000),
+        QByteArray("\\u1488?a").repeated(100'000), // two directions
+        QByteArray("\\u1073?a").repeated(100'000), // two scripts
         QByteArray(5 << 20, 'a'),
         "\\b " + QByteArray(3 << 20, 'a') + "\\b0 " + QByteArray(3 << 20, '\xE4'),
         "a{\\pict " + QByteArray(kMaxRichTextBytes, 'a') + "}b",
@@ -671,6 +762,28 @@ TEST(RichText, KeepsItsFacesWithinTheirLimit) {
         EXPECT_LE(std::ssize(facesOf(document)), kMaxRichTextFaces + kPlainFaces) << word;
         EXPECT_FALSE(document.isCut) << word;
     }
+}
+
+TEST(RichText, CountsAFontForEachOfItsScripts) {
+    const char letters[] = "a\\u945?\\u1073?\\u1377?\\u1488?\\u1576?\\u2325?\\u3585?\\u4304?\\u26412?";
+    constexpr qsizetype kScripts = 10;
+    QByteArray body;
+    for (int i = 0; i < 60; ++i) {
+        body += "\\f" + QByteArray::number(i) + " " + letters;
+    }
+    const QVector<RichTextRun> runs = runsOf(fontTable(60) + body);
+    const auto isPlain = [](const RichTextRun &run) { return run.fontFamilies.isEmpty(); };
+    const qsizetype fonts = std::find_if(runs.begin(), runs.end(), isPlain) - runs.begin();
+    EXPECT_EQ(fonts, kMaxRichTextFaces / kScripts);
+    EXPECT_TRUE(std::all_of(runs.begin() + fonts, runs.end(), isPlain));
+}
+
+TEST(RichText, CountsNoScriptForDigitsAmongLetters) {
+    QByteArray body;
+    for (int i = 0; i < kMaxRichTextFaces; ++i) {
+        body += "\\f" + QByteArray::number(i) + " a, 1";
+    }
+    EXPECT_FALSE(runsOf(fontTable(kMaxRichTextFaces) + body).last().fontFamilies.isEmpty());
 }
 
 TEST(RichText, KeepsTheFacesThatCameFirst) {

@@ -6,8 +6,11 @@
 #include "ui/wizard/colors.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QApplication>
+#include <QScrollBar>
 #include <QTextBlock>
 #include <QTextLayout>
+#include <QWheelEvent>
 
 namespace {
 
@@ -34,6 +37,13 @@ TEST_F(TermsView, ShowsStylesAndParagraphs) {
     EXPECT_FALSE(formatAt(2).fontStrikeOut());
     EXPECT_TRUE(formatAt(3).fontStrikeOut());
     EXPECT_EQ(view.document()->lastBlock().blockFormat().alignment(), Qt::AlignHCenter);
+}
+
+TEST_F(TermsView, ShowsCapitals) {
+    show("{\\rtf1 a\\caps b}");
+    EXPECT_EQ(formatAt(0).fontCapitalization(), QFont::MixedCase);
+    EXPECT_EQ(formatAt(1).fontCapitalization(), QFont::AllUppercase);
+    EXPECT_EQ(control<kyb::RichText>("licenseTextView").text().toStdString(), "ab");
 }
 
 TEST_F(TermsView, TakesTheFirstFamilyThatTheMachineHas) {
@@ -140,6 +150,25 @@ TEST_F(TermsView, NoIndentLeadsOutOfIt) {
 TEST_F(TermsView, BeginsAtTheTop) {
     show("{\\rtf1 " + QByteArray("line\\par ").repeated(400) + "}");
     EXPECT_EQ(view.textCursor().position(), 0);
+}
+
+void turnWheelDown(QWidget &area, Qt::KeyboardModifiers modifiers) {
+    const QPointF place = area.rect().center();
+    QWheelEvent event(place, area.mapToGlobal(place), {}, {0, -120}, Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&area, &event);
+}
+
+TEST_F(TermsView, TheWheelScrollsAndDoesNotZoom) {
+    show("{\\rtf1 " + QByteArray("\\par ").repeated(400) + "}");
+    open();
+    showScreen("licenseView");
+    const double height = view.document()->size().height();
+    for (const Qt::KeyboardModifiers modifiers : {Qt::NoModifier, Qt::ControlModifier}) {
+        const int before = view.verticalScrollBar()->value();
+        turnWheelDown(*view.viewport(), modifiers);
+        EXPECT_GT(view.verticalScrollBar()->value(), before) << modifiers.toInt();
+        EXPECT_EQ(view.document()->size().height(), height) << modifiers.toInt();
+    }
 }
 
 TEST_F(TermsView, ColoursOfThePaperAreReadableInTheDark) {

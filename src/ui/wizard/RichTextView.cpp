@@ -71,6 +71,7 @@ QTextCharFormat formatOf(const RichTextRun &run, const QColor &ground) {
     format.setFontItalic(run.italic);
     format.setFontUnderline(run.underline);
     format.setFontStrikeOut(run.strikeOut);
+    format.setFontCapitalization(run.capitals ? QFont::AllUppercase : QFont::MixedCase);
     if (run.colorRgb) {
         format.setForeground(readableColor(QColor::fromRgb(*run.colorRgb), ground));
     }
@@ -122,6 +123,11 @@ void RichTextView::changeEvent(QEvent *event) {
     if (event->type() == QEvent::PaletteChange && !document_.paragraphs.isEmpty()) {
         write();
     }
+}
+
+/// Scrolls, with whatever keys. A text edit would zoom, which changes but the lines without a size of their own.
+void RichTextView::wheelEvent(QWheelEvent *event) {
+    QAbstractScrollArea::wheelEvent(event);
 }
 
 } // namespace kyb

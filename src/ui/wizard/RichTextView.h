@@ -21,6 +21,7 @@ public:
 
 protected:
     void changeEvent(QEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
 
 private:
     void write();
