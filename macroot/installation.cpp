@@ -26,18 +26,23 @@ bool isApplication(const PayloadItem &item) {
     return item.kind == PayloadItem::Kind::Folder && item.path.ends_with(".app");
 }
 
-bool isAsPlanned(const struct stat &found, const PayloadItem &item) {
+bool isOfItsKind(const struct stat &found, const PayloadItem &item) {
     switch (item.kind) {
     case PayloadItem::Kind::Folder:
         return S_ISDIR(found.st_mode);
     case PayloadItem::Kind::SymbolicLink:
         return S_ISLNK(found.st_mode);
     case PayloadItem::Kind::HardLink:
-        return S_ISREG(found.st_mode);
     case PayloadItem::Kind::File:
-        return S_ISREG(found.st_mode) && found.st_size == item.sizeBytes && (found.st_mode & 07777) == item.mode;
+        return S_ISREG(found.st_mode);
     }
     return false;
+}
+
+bool isAsWritten(const struct stat &found, const PayloadItem &item) {
+    const bool isFile = item.kind == PayloadItem::Kind::File;
+    return isOfItsKind(found, item) &&
+           (!isFile || (found.st_size == item.sizeBytes && (found.st_mode & 07777) == item.mode));
 }
 
 } // namespace
@@ -78,9 +83,10 @@ void Installation::runSteps() {
     // 3. The work itself.
     runScripts(&PackageInfo::preinstall, "preinstall");
     writeFiles(stage);
+    validate(stage.files(), isAsWritten);
     moveIntoPlace(stage);
     output_.phase(Phase::Validating);
-    validate();
+    validate(root_.get(), isOfItsKind); // NB: no more: others may change a file as soon as it is in its place
     stage.giveFolderModes();
     runScripts(&PackageInfo::postinstall, "postinstall");
     writeReceipts(stage);
@@ -232,10 +238,10 @@ void Installation::moveIntoPlace(Stage &stage) const {
     log_.write("Moved " + std::to_string(payload_.items().size()) + " items into place");
 }
 
-void Installation::validate() const {
+void Installation::validate(int base, IsRight isRight) const {
     for (const auto &[path, item] : payload_.items()) {
-        const auto found = lookBelow(root_.get(), path);
-        if (!found || !isAsPlanned(*found, item)) {
+        const auto found = lookBelow(base, path);
+        if (!found || !isRight(*found, item)) {
             throw InstallError(shownPath(path) + " is not as the package holds it.");
         }
     }
