@@ -15,6 +15,16 @@ using testing::StartsWith;
 
 constexpr const char *kFailedInstall = "installer: The install failed. (";
 
+constexpr int kLargestFile = 64 << 10;
+
+/// With a limit on the size of files, kLargestFile.
+Ran installWithinLimit(const MacRoot &root, const std::string &package) {
+    std::vector<std::string> words = root.installCommand(package);
+    const std::string limit = "ulimit -f " + std::to_string(kLargestFile / 512); // blocks
+    words.insert(words.begin(), {"/bin/sh", "-c", limit + "; exec \"$@\"", "sh"});
+    return runProgram(words);
+}
+
 } // namespace
 
 TEST(InstallerRefusal, TellsHowItIsCalled) {
@@ -207,6 +217,24 @@ TEST(InstallerRefusal, NamesTheSignalThatEndedAScript) {
     package.preinstall = "#!/bin/sh\nkill -9 $$\n";
     EXPECT_EQ(root.install(package.write(root.beside("a.pkg"))).lastLine(),
               std::string(kFailedInstall) + "The preinstall script was ended by signal 9.)");
+}
+
+TEST(InstallerRefusal, LeavesNothingBeyondALimitOnTheSizeOfFiles) {
+    const MacRoot root;
+    const std::string package = root.samplePackage({"--version", "1", "--size", "300000"});
+    const Snapshot before = root.snapshot();
+    const Ran ran = installWithinLimit(root, package);
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.lastLine(), std::string(kFailedInstall) +
+                                  "/Library/Printers/BrelundQuorlix/Resources/halftones.bin: File too large)");
+    EXPECT_EQ(root.snapshot(), before);
+}
+
+TEST(InstallerRefusal, IsNotForALogThatMayNotGrow) {
+    const MacRoot root;
+    writeText(root / "var/log/install.log", std::string(kLargestFile, '\n'));
+    EXPECT_EQ(installWithinLimit(root, root.samplePackage({"--version", "1"})).lastLine(),
+              "installer: The install was successful.");
 }
 
 TEST(InstallerRefusal, NeedsEveryComponentThatAPackageNames) {

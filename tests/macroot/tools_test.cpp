@@ -147,6 +147,16 @@ TEST(MakePackage, KeepsTheEarlierFileWhenItCannotWrite) {
     EXPECT_THAT(ran.errors, testing::StartsWith("make_package: "));
 }
 
+TEST(MakePackage, LeavesNothingBeyondALimitOnTheSizeOfFiles) {
+    const TempFolder folder;
+    const Ran ran = runProgram({"/bin/sh", "-c", "ulimit -f 1; exec \"$@\"", "sh", tool("make-package"),
+                                (folder / "a.pkg").string(), "--version", "1", "--programs", builtProgram("")});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.errors, testing::StartsWith("make_package: "));
+    EXPECT_THAT(ran.errors, HasSubstr("File too large"));
+    EXPECT_TRUE(fs::is_empty(folder.path()));
+}
+
 TEST(SamplePackage, LiesBesideItsVersionList) {
     const FlatPackage package(kSamplePackage);
     EXPECT_THAT(contentOf(kSampleFolder / "macver.list"),
