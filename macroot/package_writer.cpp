@@ -210,6 +210,9 @@ UniqueFd PayloadWriter::finish() {
 }
 
 void writeFlatPackage(const std::string &path, const std::vector<PackageMember> &members) {
+    if (const auto found = std::filesystem::status(path); exists(found) && !is_regular_file(found)) {
+        throw std::runtime_error(path + " is there already and no regular file");
+    }
     const std::string unfinished = path + ".unfinished";
     try {
         const WriteArchive writer = newWriteArchive();

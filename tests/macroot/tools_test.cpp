@@ -4,6 +4,7 @@
 #include "plist_commands.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 namespace kyb::macroot {
 namespace {
@@ -145,6 +146,21 @@ TEST(MakePackage, KeepsTheEarlierFileWhenItCannotWrite) {
     const Ran ran = runProgram({tool("make-package"), out, "--version", "1", "--programs", builtProgram("")});
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.errors, testing::StartsWith("make_package: "));
+}
+
+TEST(MakePackage, ReplacesNothingButAFile) {
+    const TempFolder folder;
+    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+    fs::create_symlink("fifo", folder / "link to fifo");
+    fs::create_directory(folder / "folder");
+    for (const char *const name : {"fifo", "link to fifo", "folder"}) {
+        const std::string out = (folder / name).string();
+        const Ran ran = runProgram({tool("make-package"), out, "--version", "1", "--programs", builtProgram("")});
+        EXPECT_EQ(ran.status, 1) << name;
+        EXPECT_EQ(ran.errors, "make_package: " + out + " is there already and no regular file\n");
+    }
+    EXPECT_TRUE(fs::is_fifo(folder / "fifo") && fs::is_symlink(folder / "link to fifo"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 3);
 }
 
 TEST(MakePackage, LeavesNothingBeyondALimitOnTheSizeOfFiles) {
