@@ -103,19 +103,14 @@ void Installation::prepareDisk() const {
 void Installation::readThrough() {
     PayloadList scripts;
     const auto onBytes = [this](std::size_t) { signals_.check(); };
-    for (const Component &component : package_.components()) {
+    package_.eachArchive("Scripts", [&](const Component &component, archive *reader) {
         signals_.check();
-        if (component.hasScripts) {
-            package_.readArchive(component.member("Scripts"), [&](archive *reader) {
-                scanPayload(reader, scriptsFolder(package_, component), scripts, onBytes);
-            });
-        }
-        if (component.hasPayload) {
-            package_.readArchive(component.member("Payload"), [&](archive *reader) {
-                scanPayload(reader, component.info.installLocation, payload_, onBytes);
-            });
-        }
-    }
+        scanPayload(reader, scriptsFolder(package_, component), scripts, onBytes);
+    });
+    package_.eachArchive("Payload", [&](const Component &component, archive *reader) {
+        signals_.check();
+        scanPayload(reader, component.info.installLocation, payload_, onBytes);
+    });
 }
 
 void Installation::checkFreeSpace() const {
@@ -151,15 +146,11 @@ void Installation::findKind() {
 
 void Installation::unpackScripts(const Stage &stage) const {
     const UniqueFd temporary = stage.makeFolder("tmp");
-    for (const Component &component : package_.components()) {
+    package_.eachArchive("Scripts", [&](const Component &component, archive *reader) {
         signals_.check();
         const UniqueFd folder = stage.makeFolder(scriptsFolder(package_, component));
-        if (component.hasScripts) {
-            package_.readArchive(component.member("Scripts"), [&](archive *reader) {
-                unpackPayload(reader, "", folder.get(), [this](std::size_t) { signals_.check(); });
-            });
-        }
-    }
+        unpackPayload(reader, "", folder.get(), [this](std::size_t) { signals_.check(); });
+    });
 }
 
 void Installation::runScripts(std::string PackageInfo::*file, const char *name) const {
@@ -217,14 +208,10 @@ void Installation::writeFiles(const Stage &stage) const {
         output_.percent(meter.add(bytes));
         signals_.check();
     };
-    for (const Component &component : package_.components()) {
+    package_.eachArchive("Payload", [&](const Component &component, archive *reader) {
         signals_.check();
-        if (component.hasPayload) {
-            package_.readArchive(component.member("Payload"), [&](archive *reader) {
-                unpackPayload(reader, component.info.installLocation, stage.files(), onBytes);
-            });
-        }
-    }
+        unpackPayload(reader, component.info.installLocation, stage.files(), onBytes);
+    });
     output_.percent(meter.finish());
 }
 

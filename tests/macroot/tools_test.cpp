@@ -18,8 +18,8 @@ const std::string kSamplePackage = (kSampleFolder / "Brelund Quorlix Driver.pkg"
 PayloadList payloadOf(const std::string &path) {
     const FlatPackage package(path);
     PayloadList list;
-    package.readArchive(package.components().front().member("Payload"),
-                        [&](archive *reader) { scanPayload(reader, "", list, [](std::size_t) {}); });
+    package.eachArchive("Payload",
+                        [&](const Component &, archive *reader) { scanPayload(reader, "", list, [](std::size_t) {}); });
     return list;
 }
 
@@ -97,8 +97,11 @@ TEST(MakePackage, MakesAProductWithOneComponent) {
     EXPECT_EQ(component.folder, "Some Driver & Co.pkg");
     EXPECT_EQ(component.info.identifier, "com.Brelund.QuorlixInstaller");
     EXPECT_EQ(component.info.version, "4.2.0");
-    EXPECT_TRUE(component.hasPayload);
-    EXPECT_TRUE(component.hasScripts);
+    for (const char *const name : {"Payload", "Scripts"}) {
+        int archives = 0;
+        package.eachArchive(name, [&](const Component &, archive *) { ++archives; });
+        EXPECT_EQ(archives, 1) << name;
+    }
 }
 
 TEST(MakePackage, TakesTheSizeThatIsAskedFor) {
