@@ -19,12 +19,10 @@ namespace {
 void readThrough(const std::string &path) {
     const FlatPackage package(path);
     PayloadList list;
-    for (const Component &component : package.components()) {
-        for (const char *const name : {"Scripts", "Payload"}) {
-            package.readArchive(component.member(name), [&](archive *reader) {
-                scanPayload(reader, component.info.installLocation, list, [](std::size_t) {});
-            });
-        }
+    for (const char *const name : {"Scripts", "Payload"}) {
+        package.eachArchive(name, [&](const Component &component, archive *reader) {
+            scanPayload(reader, component.info.installLocation, list, [](std::size_t) {});
+        });
     }
     for (const auto &[itemPath, item] : list.items()) {
         if (itemPath.empty() || itemPath.front() == '/' || itemPath.starts_with("../")) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -92,7 +93,8 @@ int runCommands(const Arguments &arguments) {
     const auto save = [&] {
         const std::string changed = plistToText(editor.root(), plistFormatOf(*text));
         if (changed.empty()) {
-            throw std::runtime_error(arguments.file + ": nested too deep, or with text that XML cannot hold");
+            throw std::runtime_error(
+                arguments.file + ": nested too deep, with more than 10,000 keys, or with text that XML cannot hold");
         }
         replaceText(arguments.file, changed);
         editor.markSaved();
@@ -115,6 +117,7 @@ int runCommands(const Arguments &arguments) {
 } // namespace
 
 int main(int argc, char **argv) {
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is an error as any other
     const std::optional<Arguments> arguments = parseArguments({argv, static_cast<std::size_t>(argc)});
     if (!arguments) {
         return refuse("Usage: PlistBuddy -c \"<command>\" [-c \"<command>\" ...] <file.plist>");

@@ -6,6 +6,7 @@
 #include "posix/file_io.h"
 
 #include <algorithm>
+#include <map>
 
 namespace kyb::macroot {
 namespace {
@@ -121,7 +122,7 @@ void FlatPackage::readDescriptions(const std::function<void()> &onStep) {
     std::size_t bytes = 0;
     eachMember([&](const std::string &name, archive *reader) {
         onStep();
-        members_.push_back(name);
+        members_.insert(name);
         if (const std::string_view leaf = leafName(name); leaf == "PackageInfo" || leaf == "Distribution") {
             descriptions_.emplace_back(name, readText(reader, name));
             bytes += descriptions_.back().second.size();
@@ -142,9 +143,6 @@ void FlatPackage::readComponents(const std::vector<std::string> &folders, const 
             throw InstallError("The package has no component " + folder);
         }
         component.info = parsePackageInfo(*text);
-        const auto has = [this](const std::string &name) { return std::ranges::count(members_, name) > 0; };
-        component.hasPayload = has(component.member("Payload"));
-        component.hasScripts = has(component.member("Scripts"));
         components_.push_back(std::move(component));
     }
 }
@@ -154,20 +152,25 @@ const std::string *FlatPackage::description(const std::string &name) const {
     return found == descriptions_.end() ? nullptr : &found->second;
 }
 
-void FlatPackage::readArchive(const std::string &name, const std::function<void(archive *)> &use) const {
-    bool found = false;
+// NB: in one walk for all components: to begin one, libarchive reads the whole list of members.
+void FlatPackage::eachArchive(const char *name, const ArchiveUse &use) const {
+    std::map<std::string, const Component *> awaited;
+    for (const Component &component : components_) {
+        if (const std::string member = component.member(name); members_.contains(member)) {
+            awaited.emplace(member, &component);
+        }
+    }
     try {
         eachMember([&](const std::string &member, archive *reader) {
-            if (member == name && !found) {
-                found = true;
-                useInnerArchive(reader, name, use);
+            if (const auto found = awaited.extract(member); found) {
+                useInnerArchive(reader, member, [&](archive *inner) { use(*found.mapped(), inner); });
             }
         });
     } catch (const NotAPackage &) {
         throw InstallError("The package is damaged: " + path_);
     }
-    if (!found) {
-        throw InstallError("The package has no " + name);
+    if (!awaited.empty()) {
+        throw InstallError("The package has no " + awaited.begin()->first);
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <archive.h>
 #include <functional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -21,8 +22,6 @@ public:
 struct Component {
     std::string folder; ///< its folder in a product archive; "" when the package is this one component
     PackageInfo info;
-    bool hasPayload = false;
-    bool hasScripts = false;
 
     std::string member(const char *name) const;
 };
@@ -41,9 +40,11 @@ public:
     const std::string &title() const { return title_; }
     const std::vector<Component> &components() const { return components_; }
 
-    /// Opens the compressed cpio archive that is the member \p name and hands it to \p use, which reads it to its end.
-    /// Throws InstallError when there is no such member, or when it turns out cut off or damaged.
-    void readArchive(const std::string &name, const std::function<void(archive *)> &use) const;
+    /// Opens the compressed cpio archive \p name ("Payload", "Scripts") of each component that has one, in the order of
+    /// the file, and hands it to \p use, which reads it to its end. Throws InstallError when one turns out cut off or
+    /// damaged.
+    using ArchiveUse = std::function<void(const Component &, archive *)>;
+    void eachArchive(const char *name, const ArchiveUse &use) const;
 
 private:
     using MemberUse = std::function<void(const std::string &name, archive *)>;
@@ -57,7 +58,7 @@ private:
     UniqueFd file_;
     std::string title_;
     std::vector<Component> components_;
-    std::vector<std::string> members_;
+    std::set<std::string> members_;
     std::vector<std::pair<std::string, std::string>> descriptions_; ///< PackageInfo and Distribution files: name, text
 };
 

@@ -26,18 +26,23 @@ bool isApplication(const PayloadItem &item) {
     return item.kind == PayloadItem::Kind::Folder && item.path.ends_with(".app");
 }
 
-bool isAsPlanned(const struct stat &found, const PayloadItem &item) {
+bool isOfItsKind(const struct stat &found, const PayloadItem &item) {
     switch (item.kind) {
     case PayloadItem::Kind::Folder:
         return S_ISDIR(found.st_mode);
     case PayloadItem::Kind::SymbolicLink:
         return S_ISLNK(found.st_mode);
     case PayloadItem::Kind::HardLink:
-        return S_ISREG(found.st_mode);
     case PayloadItem::Kind::File:
-        return S_ISREG(found.st_mode) && found.st_size == item.sizeBytes && (found.st_mode & 07777) == item.mode;
+        return S_ISREG(found.st_mode);
     }
     return false;
+}
+
+bool isAsWritten(const struct stat &found, const PayloadItem &item) {
+    const bool isFile = item.kind == PayloadItem::Kind::File;
+    return isOfItsKind(found, item) &&
+           (!isFile || (found.st_size == item.sizeBytes && (found.st_mode & 07777) == item.mode));
 }
 
 } // namespace
@@ -78,9 +83,10 @@ void Installation::runSteps() {
     // 3. The work itself.
     runScripts(&PackageInfo::preinstall, "preinstall");
     writeFiles(stage);
+    validate(stage.files(), isAsWritten);
     moveIntoPlace(stage);
     output_.phase(Phase::Validating);
-    validate();
+    validate(root_.get(), isOfItsKind); // NB: no more: others may change a file as soon as it is in its place
     stage.giveFolderModes();
     runScripts(&PackageInfo::postinstall, "postinstall");
     writeReceipts(stage);
@@ -97,19 +103,14 @@ void Installation::prepareDisk() const {
 void Installation::readThrough() {
     PayloadList scripts;
     const auto onBytes = [this](std::size_t) { signals_.check(); };
-    for (const Component &component : package_.components()) {
+    package_.eachArchive("Scripts", [&](const Component &component, archive *reader) {
         signals_.check();
-        if (component.hasScripts) {
-            package_.readArchive(component.member("Scripts"), [&](archive *reader) {
-                scanPayload(reader, scriptsFolder(package_, component), scripts, onBytes);
-            });
-        }
-        if (component.hasPayload) {
-            package_.readArchive(component.member("Payload"), [&](archive *reader) {
-                scanPayload(reader, component.info.installLocation, payload_, onBytes);
-            });
-        }
-    }
+        scanPayload(reader, scriptsFolder(package_, component), scripts, onBytes);
+    });
+    package_.eachArchive("Payload", [&](const Component &component, archive *reader) {
+        signals_.check();
+        scanPayload(reader, component.info.installLocation, payload_, onBytes);
+    });
 }
 
 void Installation::checkFreeSpace() const {
@@ -145,15 +146,11 @@ void Installation::findKind() {
 
 void Installation::unpackScripts(const Stage &stage) const {
     const UniqueFd temporary = stage.makeFolder("tmp");
-    for (const Component &component : package_.components()) {
+    package_.eachArchive("Scripts", [&](const Component &component, archive *reader) {
         signals_.check();
         const UniqueFd folder = stage.makeFolder(scriptsFolder(package_, component));
-        if (component.hasScripts) {
-            package_.readArchive(component.member("Scripts"), [&](archive *reader) {
-                unpackPayload(reader, "", folder.get(), [this](std::size_t) { signals_.check(); });
-            });
-        }
-    }
+        unpackPayload(reader, "", folder.get(), [this](std::size_t) { signals_.check(); });
+    });
 }
 
 void Installation::runScripts(std::string PackageInfo::*file, const char *name) const {
@@ -211,14 +208,10 @@ void Installation::writeFiles(const Stage &stage) const {
         output_.percent(meter.add(bytes));
         signals_.check();
     };
-    for (const Component &component : package_.components()) {
+    package_.eachArchive("Payload", [&](const Component &component, archive *reader) {
         signals_.check();
-        if (component.hasPayload) {
-            package_.readArchive(component.member("Payload"), [&](archive *reader) {
-                unpackPayload(reader, component.info.installLocation, stage.files(), onBytes);
-            });
-        }
-    }
+        unpackPayload(reader, component.info.installLocation, stage.files(), onBytes);
+    });
     output_.percent(meter.finish());
 }
 
@@ -232,10 +225,10 @@ void Installation::moveIntoPlace(Stage &stage) const {
     log_.write("Moved " + std::to_string(payload_.items().size()) + " items into place");
 }
 
-void Installation::validate() const {
+void Installation::validate(int base, IsRight isRight) const {
     for (const auto &[path, item] : payload_.items()) {
-        const auto found = lookBelow(root_.get(), path);
-        if (!found || !isAsPlanned(*found, item)) {
+        const auto found = lookBelow(base, path);
+        if (!found || !isRight(*found, item)) {
             throw InstallError(shownPath(path) + " is not as the package holds it.");
         }
     }

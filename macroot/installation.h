@@ -39,7 +39,8 @@ private:
     void runScripts(std::string PackageInfo::*file, const char *name) const;
     void writeFiles(const Stage &stage) const;
     void moveIntoPlace(Stage &stage) const;
-    void validate() const;
+    using IsRight = bool (*)(const struct stat &found, const PayloadItem &item);
+    void validate(int base, IsRight isRight) const;
     void writeReceipts(Stage &stage) const;
     void registerApplications() const;
     void finish(Stage &stage) const;

@@ -99,6 +99,7 @@ int run(std::span<char *> words) {
 int main(int argc, char **argv) {
     std::setlocale(LC_CTYPE, "C.UTF-8"); // libarchive turns names into this character set
     std::signal(SIGPIPE, SIG_IGN);       // nobody needs to listen for the installation to go on
+    std::signal(SIGXFSZ, SIG_IGN);       // a file that may not grow is an error as any other
     umask(022);
     return run({argv, static_cast<std::size_t>(argc)});
 }

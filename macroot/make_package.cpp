@@ -6,6 +6,7 @@
 
 #include <charconv>
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -121,6 +122,7 @@ void makePackage(const std::filesystem::path &sources, const Order &order) {
 
 int main(int argc, char **argv) {
     std::setlocale(LC_CTYPE, "C.UTF-8"); // libarchive takes names in this character set
+    std::signal(SIGXFSZ, SIG_IGN);       // a file that may not grow is an error as any other
     const std::optional<Order> order = parseOrder({argv, static_cast<std::size_t>(argc)});
     if (!order) {
         std::fputs("Usage: make_package OUT --version V [--size BYTES] [--files COUNT] "

@@ -15,15 +15,23 @@
 #include <sstream>
 #include <stdexcept>
 #include <sys/stat.h>
+#include <system_error>
 
 namespace kyb::macroot {
 namespace {
 
 constexpr std::size_t kBlockBytes = std::size_t{64} * 1024;
 
+// libarchive's text says what failed, and its number why.
+[[noreturn]] void throwError(archive *writer, const char *what) {
+    const int error = archive_errno(writer);
+    throw std::runtime_error(std::string(what) + ": " + archiveErrorText(writer) +
+                             (error > 0 ? ": " + std::generic_category().message(error) : ""));
+}
+
 void check(int result, archive *writer, const char *what) {
     if (result < ARCHIVE_WARN) {
-        throw std::runtime_error(std::string(what) + ": " + archiveErrorText(writer));
+        throwError(writer, what);
     }
 }
 
@@ -47,7 +55,7 @@ std::int64_t sizeOf(const PackageMember &member) {
 
 void writeBytes(archive *writer, std::string_view bytes) {
     if (!bytes.empty() && archive_write_data(writer, bytes.data(), bytes.size()) < 0) {
-        throw std::runtime_error("data: " + archiveErrorText(writer));
+        throwError(writer, "data");
     }
 }
 
@@ -202,6 +210,9 @@ UniqueFd PayloadWriter::finish() {
 }
 
 void writeFlatPackage(const std::string &path, const std::vector<PackageMember> &members) {
+    if (const auto found = std::filesystem::status(path); exists(found) && !is_regular_file(found)) {
+        throw std::runtime_error(path + " is there already and no regular file");
+    }
     const std::string unfinished = path + ".unfinished";
     try {
         const WriteArchive writer = newWriteArchive();

@@ -3,6 +3,7 @@
 #include "posix/plist_guard.h"
 #include "texts.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -67,6 +68,34 @@ std::string written(plist_t root, PlistFormat format) {
     return bytes != nullptr ? std::string(bytes, length) : std::string();
 }
 
+// libplist writes -0.0 as 0.0.
+void dropSignOfZeros(plist_t node) {
+    double value = 0;
+    plist_get_real_val(node, &value);
+    if (plist_get_node_type(node) == PLIST_REAL && value == 0) {
+        plist_set_real_val(node, 0);
+    }
+    eachChild(node, [](std::string_view, plist_t child) { dropSignOfZeros(child); });
+}
+
+// libplist writes a year without leading zeros, which others do not read.
+std::string withWholeYears(std::string_view xml) {
+    constexpr std::string_view tag = "<date>";
+    std::string result;
+    for (std::size_t at = xml.find(tag); at != std::string_view::npos; at = xml.find(tag)) {
+        result += xml.substr(0, at + tag.size());
+        xml.remove_prefix(at + tag.size());
+        const std::size_t digits = xml.find('-'); // 0: the year is negative
+        result.append(digits == 0 ? 0 : 4 - std::min<std::size_t>(digits, 4), '0');
+    }
+    return result.append(xml);
+}
+
+std::string xmlOf(plist_t root) {
+    dropSignOfZeros(root);
+    return withWholeYears(written(root, PlistFormat::Xml));
+}
+
 } // namespace
 
 PlistFormat plistFormatOf(std::string_view text) {
@@ -84,7 +113,7 @@ Plist plistFromText(std::string_view text) {
 }
 
 std::string plistToText(plist_t root, PlistFormat format) {
-    std::string text = written(root, format);
+    std::string text = format == PlistFormat::Xml ? xmlOf(root) : written(root, format);
     const Plist again = plistFromText(text);
     return again && written(again.get(), PlistFormat::Binary) == written(root, PlistFormat::Binary) ? text : "";
 }

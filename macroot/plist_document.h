@@ -17,7 +17,8 @@ PlistFormat plistFormatOf(std::string_view text);
 /// Empty when the text is no property list, or one that is nested deeper than 64 levels or dear to read in another way.
 Plist plistFromText(std::string_view text);
 
-/// Empty when it would not be read as the same again: it is nested too deep, or holds text that XML cannot hold.
+/// Empty when it would not be read as the same again: it is nested too deep, has too many keys, or holds text that XML
+/// cannot hold. For XML a zero loses its sign.
 std::string plistToText(plist_t root, PlistFormat format);
 
 /// Whether XML can hold the text: UTF-8, and no control characters but tab, line feed and carriage return.

@@ -24,6 +24,7 @@ constexpr std::string_view kPlanName = "plan";
 constexpr std::string_view kUnfinishedPlanName = "plan.new";
 constexpr std::string_view kFilesName = "files";
 constexpr std::string_view kSavedName = "saved";
+constexpr std::string_view kGoneName = "gone"; // a folder at the path of each file to be replaced that was gone by then
 constexpr std::string_view kLockPath = "var/run/installer.lock";
 constexpr std::array kOwnPlaces{Stage::kFolder, Stage::kTrash, Stage::kKept, kLockPath};
 
@@ -37,6 +38,12 @@ std::vector<std::string> readPlan(int stage) {
     return records;
 }
 
+void removeNewFile(int root, int stage, const std::string &path) {
+    if (!lookBelow(stage, joinedPath(kFilesName, path))) {
+        removeFileBelow(root, path);
+    }
+}
+
 // NB: idempotent: it may meet a change that was not made yet, was made, or was rolled back already.
 void rollBack(int root, int stage, const std::string &record) {
     const std::string path = record.substr(1);
@@ -46,12 +53,12 @@ void rollBack(int root, int stage, const std::string &record) {
         removeEmptyFolderBelow(root, path);
         break;
     case NewFile:
-        if (!lookBelow(stage, joinedPath(kFilesName, path))) {
-            removeFileBelow(root, path);
-        }
+        removeNewFile(root, stage, path);
         break;
     case Replaced:
-        if (lookBelow(stage, saved)) {
+        if (lookBelow(stage, joinedPath(kGoneName, path))) {
+            removeNewFile(root, stage, path);
+        } else if (lookBelow(stage, saved)) {
             makeFolderBelow(root, parentPath(path)); // a script may have taken it away
             moveBelow(stage, saved, root, path);
         }
@@ -144,6 +151,7 @@ bool Stage::recover(int root) {
     if (stage) {
         clearWayBelow(stage.get(), kFilesName);
         clearWayBelow(stage.get(), kSavedName);
+        clearWayBelow(stage.get(), kGoneName);
         problem = rollAllBack(root, stage.get());
         problem += problem.empty() ? "" : keepTheRest(root, stage.get());
         moveToTrash(root);
@@ -202,10 +210,22 @@ void Stage::place(const PayloadItem &item) {
         return;
     }
     if (replaced_.contains(item.path)) {
-        makeFolderBelow(saved_.get(), parentPath(item.path));
-        hardLinkBelow(root_, item.path, saved_.get(), item.path);
+        save(item.path);
     }
     moveBelow(files_.get(), item.path, root_, item.path);
+}
+
+// The earlier file may be gone: an uninstallation does not wait for anybody. The new one then replaces nothing.
+void Stage::save(const std::string &path) const {
+    makeFolderBelow(saved_.get(), parentPath(path));
+    try {
+        hardLinkBelow(root_, path, saved_.get(), path);
+    } catch (const InstallError &) {
+        if (lookBelow(root_, path)) {
+            throw;
+        }
+        makeFolderBelow(stage_.get(), joinedPath(kGoneName, path));
+    }
 }
 
 void Stage::placeFolder(const PayloadItem &item) {

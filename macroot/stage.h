@@ -56,6 +56,7 @@ public:
     void remove();
 
 private:
+    void save(const std::string &path) const;
     void placeFolder(const PayloadItem &item);
 
     int root_;

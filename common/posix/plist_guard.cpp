@@ -12,6 +12,7 @@ constexpr std::string_view kBinaryMagic = "bplist00";
 constexpr std::size_t kTrailerBytes = 32;
 constexpr int kMaxDepth = 64;
 constexpr int kMaxXmlContainers = 10'000; // far from the end of a thread's stack, also in a sanitizer's build
+constexpr int kMaxKeys = 10'000;          // libplist looks each one up among those before it
 constexpr std::int64_t kExpandedBytes = std::int64_t{64} << 20;
 // For each entity libplist moves the rest of its text. So much is moved in less than a second.
 constexpr std::int64_t kMovedBytes = std::int64_t{16} << 30;
@@ -109,7 +110,8 @@ private:
         case Set:
             return visitReferences(items.position, items.count, depth);
         case Dictionary:
-            return visitReferences(items.position, 2 * items.count, depth);
+            keys_ += static_cast<std::int64_t>(items.count);
+            return keys_ <= kMaxKeys && visitReferences(items.position, 2 * items.count, depth);
         default:
             budget_ -= static_cast<std::int64_t>(2 * items.count);
             return budget_ >= 0 && (kind == Data || !holdsNul(kind, items.position, items.count));
@@ -142,16 +144,19 @@ private:
     std::uint64_t objects_ = 0;
     std::uint64_t offsetTable_ = 0;
     std::int64_t budget_ = kExpandedBytes;
+    std::int64_t keys_ = 0;
 };
 
 /// XML cannot refer to an object twice, so only nesting counts: it is never deeper than there are containers.
-bool hasFewContainers(std::string_view xml) {
+bool hasFewContainersAndKeys(std::string_view xml) {
     int containers = 0;
+    int keys = 0;
     for (std::size_t at = xml.find('<'); at != std::string_view::npos; at = xml.find('<', at + 1)) {
         const std::string_view tag = xml.substr(at + 1, 5);
         containers += tag == "array" || tag.starts_with("dict") ? 1 : 0;
+        keys += tag.starts_with("key") ? 1 : 0;
     }
-    return containers <= kMaxXmlContainers;
+    return containers <= kMaxXmlContainers && keys <= kMaxKeys;
 }
 
 /// What libplist moves at most to replace the entities of all texts. A text, which may hold a '>', ends before a '<'.
@@ -169,7 +174,7 @@ bool hasFewEntities(std::string_view xml) {
 
 bool isSafeForLibplist(std::string_view bytes) {
     return bytes.starts_with(kBinaryMagic) ? BinaryWalk(bytes).staysInBounds()
-                                           : hasFewContainers(bytes) && hasFewEntities(bytes);
+                                           : hasFewContainersAndKeys(bytes) && hasFewEntities(bytes);
 }
 
 } // namespace kyb

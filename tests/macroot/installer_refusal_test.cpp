@@ -1,4 +1,5 @@
 #include "mac_root.h"
+#include "posix/file_io.h"
 #include "test_package.h"
 
 #include <gmock/gmock.h>
@@ -14,6 +15,22 @@ using testing::Not;
 using testing::StartsWith;
 
 constexpr const char *kFailedInstall = "installer: The install failed. (";
+
+std::string textOf(PayloadWriter &payload) {
+    const UniqueFd file = payload.finish();
+    lseek(file.get(), 0, SEEK_SET);
+    return readAll(file.get(), kNoLimit).value_or("");
+}
+
+constexpr int kLargestFile = 64 << 10;
+
+/// With a limit on the size of files, kLargestFile.
+Ran installWithinLimit(const MacRoot &root, const std::string &package) {
+    std::vector<std::string> words = root.installCommand(package);
+    const std::string limit = "ulimit -f " + std::to_string(kLargestFile / 512); // blocks
+    words.insert(words.begin(), {"/bin/sh", "-c", limit + "; exec \"$@\"", "sh"});
+    return runProgram(words);
+}
 
 } // namespace
 
@@ -209,6 +226,24 @@ TEST(InstallerRefusal, NamesTheSignalThatEndedAScript) {
               std::string(kFailedInstall) + "The preinstall script was ended by signal 9.)");
 }
 
+TEST(InstallerRefusal, LeavesNothingBeyondALimitOnTheSizeOfFiles) {
+    const MacRoot root;
+    const std::string package = root.samplePackage({"--version", "1", "--size", "300000"});
+    const Snapshot before = root.snapshot();
+    const Ran ran = installWithinLimit(root, package);
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.lastLine(), std::string(kFailedInstall) +
+                                  "/Library/Printers/BrelundQuorlix/Resources/halftones.bin: File too large)");
+    EXPECT_EQ(root.snapshot(), before);
+}
+
+TEST(InstallerRefusal, IsNotForALogThatMayNotGrow) {
+    const MacRoot root;
+    writeText(root / "var/log/install.log", std::string(kLargestFile, '\n'));
+    EXPECT_EQ(installWithinLimit(root, root.samplePackage({"--version", "1"})).lastLine(),
+              "installer: The install was successful.");
+}
+
 TEST(InstallerRefusal, NeedsEveryComponentThatAPackageNames) {
     const MacRoot root;
     const std::string path = root.beside("a.pkg").string();
@@ -216,6 +251,29 @@ TEST(InstallerRefusal, NeedsEveryComponentThatAPackageNames) {
     const Ran ran = root.install(path);
     EXPECT_EQ(ran.status, 1);
     EXPECT_EQ(ran.lastLine(), std::string(kFailedInstall) + "The package has no component a.pkg)");
+}
+
+TEST(InstallerRefusal, IsNotForAPackageOfManyComponentsAndMembers) {
+    const MacRoot root;
+    std::vector<PackageMember> members{{"Distribution", ""}};
+    for (int i = 0; i < 100; ++i) {
+        const std::string folder = std::to_string(i);
+        PayloadWriter payload;
+        payload.addFile("./Library/" + folder, "x");
+        members.front().text += "<pkg-ref id='" + folder + "'>#" + folder + "</pkg-ref>";
+        members.push_back({folder + "/PackageInfo", "<pkg-info identifier='" + folder + "' version='1'/>"});
+        members.push_back({folder + "/Payload", textOf(payload)});
+    }
+    members.front().text = "<installer-script>" + members.front().text + "</installer-script>";
+    for (int i = 0; i < 10'000; ++i) {
+        members.push_back({"Resources/" + std::to_string(i), ""});
+    }
+    const std::string path = root.beside("a.pkg").string();
+    writeFlatPackage(path, members);
+    std::vector<std::string> words = root.installCommand(path);
+    words.insert(words.begin(), {"/bin/sh", "-c", "ulimit -t 10; exec \"$@\"", "sh"});
+    EXPECT_EQ(runProgram(words).lastLine(), "installer: The install was successful.");
+    EXPECT_TRUE(fs::exists(root / "Library/0") && fs::exists(root / "Library/99"));
 }
 
 TEST(InstallerRefusal, TakesNoPackageWhoseDescriptionsFillTheMemory) {

@@ -1,11 +1,15 @@
 #include "mac_root.h"
 #include "plist_commands.h"
+#include "stage.h"
 #include "test_package.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <gmock/gmock.h>
+#include <poll.h>
 #include <sys/stat.h>
 
 namespace kyb::macroot {
@@ -18,6 +22,7 @@ using testing::MatchesRegex;
 using testing::Not;
 
 constexpr const char *kDriver = "Library/Printers/BrelundQuorlix";
+constexpr const char *kMoving = "installer:PHASE:Moving items into place";
 constexpr const char *kReceipt = "var/db/receipts/com.Brelund.QuorlixInstaller.plist";
 
 std::vector<std::string> linesThatBegin(const Ran &ran, std::string_view beginning) {
@@ -29,6 +34,52 @@ std::vector<std::string> linesThatBegin(const Ran &ran, std::string_view beginni
 
 std::string fieldOf(const fs::path &plist, const std::string &key) {
     return PlistEditor(plistFromText(contentOf(plist))).run("Print :" + key).text;
+}
+
+void stop(const Program &program) {
+    program.sendSignal(SIGSTOP);
+    while (test::stateOf(program.id()) != 'T' && test::stateOf(program.id()) != 'Z') {
+        poll(nullptr, 0, 1);
+    }
+}
+
+/// Stops a program that fills a folder once it has said so, when the file "first" is there.
+/// \return whether that was before the file "last" is.
+bool stopMeanwhile(Program &program, const std::string &line, const fs::path &folder) {
+    program.readUntil(line);
+    stop(program);
+    while (!fs::exists(folder / "first") && test::stateOf(program.id()) != 'Z') {
+        program.sendSignal(SIGCONT);
+        poll(nullptr, 0, 1);
+        stop(program);
+    }
+    return !fs::exists(folder / "last");
+}
+
+/// How an installation ends when somebody changes the file "first" in \p folder while others follow it there, which
+/// begins with \p line.
+Ran installationMeanwhile(const std::string &line, const std::string &folder,
+                          const std::function<void(const fs::path &first)> &change) {
+    TestPackage package;
+    package.payload = [](PayloadWriter &payload) {
+        payload.addFile("./Library/first", "YES");
+        for (int i = 0; i < 1000; ++i) {
+            payload.addFile("./Library/following/" + std::to_string(i), "");
+        }
+        payload.addFile("./Library/last", "");
+    };
+    for (;;) { // until it was met in between
+        const MacRoot root;
+        Program installer(root.installCommand(package.write(root.beside("a.pkg"))));
+        const bool isMet = stopMeanwhile(installer, line, root / folder);
+        if (isMet) {
+            change(root / folder / "first");
+        }
+        installer.sendSignal(SIGCONT);
+        if (Ran ran = finish(installer); isMet) {
+            return ran;
+        }
+    }
 }
 
 } // namespace
@@ -308,6 +359,29 @@ TEST(InstallerRun, IsASuccessOnceItIsCommittedAlthoughSomethingIsLeftBehind) {
     for (pid_t pid = 0; pids >> pid;) {
         waitForEndOf(pid);
     }
+}
+
+TEST(InstallerRun, LeavesToOthersWhatTheyChangeOnceItIsInPlace) {
+    const Ran ran = installationMeanwhile(kMoving, "Library", [](const fs::path &first) {
+        writeText(first, "NO");
+        fs::permissions(first, fs::perms(0600));
+    });
+    EXPECT_EQ(ran.lastLine(), "installer: The install was successful.");
+}
+
+TEST(InstallerRun, MissesWhatIsGoneWhenAllIsInPlace) {
+    const Ran ran = installationMeanwhile(kMoving, "Library", [](const fs::path &first) { fs::remove(first); });
+    EXPECT_EQ(ran.lastLine(), "installer: The install failed. (/Library/first is not as the package holds it.)");
+}
+
+TEST(InstallerRun, PutsNothingInPlaceThatIsNotAsThePackageHoldsIt) {
+    const std::string stage = std::string(Stage::kFolder) + "/files/Library";
+    const Ran ran = installationMeanwhile("installer:PHASE:Writing files", stage, [](const fs::path &first) {
+        fs::remove(first); // it may still be open there
+        writeText(first, "NO");
+    });
+    EXPECT_EQ(ran.lastLine(), "installer: The install failed. (/Library/first is not as the package holds it.)");
+    EXPECT_THAT(ran.lines, Not(testing::Contains("installer:PHASE:Validating packages…")));
 }
 
 TEST(InstallerRun, WaitsForAnotherInstallation) {

@@ -207,6 +207,36 @@ TEST(PlistBuddyFile, IsReportedWhenItCannotBeWritten) {
     EXPECT_THAT(ran.errors, HasSubstr("Error Writing File"));
 }
 
+TEST(PlistBuddyFile, StaysAsItIsWhenItWouldHaveTooManyKeys) {
+    const TempFolder folder;
+    const std::string file = (folder / "a.plist").string();
+    std::string keys;
+    for (int i = 0; i < 10'000; ++i) {
+        keys += "<key>k" + std::to_string(i) + "</key><true/>";
+    }
+    const std::string content = "<plist version=\"1.0\"><dict>" + keys + "</dict></plist>";
+    writeText(file, content);
+    const Ran ran = runProgram({kProgram, "-c", "Add :more bool true", file});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.errors, "Error Writing File: " + file +
+                              ": nested too deep, with more than 10,000 keys, or with text that XML cannot hold\n");
+    EXPECT_TRUE(contentOf(file) == content);
+    EXPECT_EQ(runProgram({kProgram, "-c", "Set :k9 false", file}).status, 0);
+}
+
+TEST(PlistBuddyFile, StaysAsItIsBeyondALimitOnTheSizeOfFiles) {
+    const TempFolder folder;
+    const std::string file = (folder / "a.plist").string();
+    const std::string content = "<plist version=\"1.0\"><array>" + std::string(1000, ' ') + "</array></plist>";
+    writeText(file, content);
+    const std::string add = "Add :0 string " + std::string(1000, 'x');
+    const Ran ran = runProgram({"/bin/sh", "-c", "ulimit -f 1; exec \"$@\"", "sh", kProgram, "-c", add, file});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.errors, "Error Writing File: " + file + ": File too large\n");
+    EXPECT_EQ(contentOf(file), content);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 1);
+}
+
 TEST(PlistBuddyArguments, AreExplained) {
     const std::vector<std::vector<std::string>> rows = {{}, {"-c"}, {"-c", "Print"}, {"a.plist"}, {"-x", "a.plist"}};
     for (std::vector<std::string> words : rows) {

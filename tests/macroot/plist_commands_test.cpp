@@ -209,6 +209,25 @@ TEST(PlistDocument, IsWrittenOnlyWhenItIsReadAsTheSameAgain) {
     EXPECT_NE(plistToText(control.get(), PlistFormat::Binary), "") << "a binary list may hold it";
 }
 
+TEST(PlistDocument, WritesAYearWithFourDigits) {
+    const std::string text = "<array><date>0001-02-03T04:05:06Z</date><date>0999-12-31T23:59:59Z</date>"
+                             "<string>&lt;date>1-</string><date>1000-01-01T00:00:00Z</date></array>";
+    const std::string xml =
+        plistToText(plistFromText("<plist version=\"1.0\">" + text + "</plist>").get(), PlistFormat::Xml);
+    for (const char *const date : {"0001-02-03T04:05:06Z", "0999-12-31T23:59:59Z", "1000-01-01T00:00:00Z"}) {
+        EXPECT_THAT(xml, HasSubstr("<date>" + std::string(date) + "</date>"));
+    }
+    EXPECT_THAT(xml, HasSubstr("date&gt;1-</string>"));
+}
+
+TEST(PlistDocument, WritesAZeroWithoutItsSign) {
+    const Plist root =
+        plistFromText("<plist version=\"1.0\"><array><real>-0.0</real><real>-1.5</real></array></plist>");
+    const std::string xml = plistToText(root.get(), PlistFormat::Xml);
+    EXPECT_THAT(xml, HasSubstr("<real>0.0</real>"));
+    EXPECT_THAT(xml, HasSubstr("<real>-1.5</real>"));
+}
+
 TEST(PlistDocument, IsEmptyForXmlThatIsNone) {
     for (const std::string &text : {std::string("a\x01z"), std::string("a\0z", 3), std::string("caf\xe9")}) {
         EXPECT_FALSE(plistFromText("<plist version=\"1.0\"><string>" + text + "</string></plist>")) << text;

@@ -43,6 +43,9 @@ protected:
     void place(Stage &stage, std::size_t count) const {
         fill(stage);
         stage.plan(list_.items());
+        placePlanned(stage, count);
+    }
+    void placePlanned(Stage &stage, std::size_t count) const {
         for (const auto &[path, item] : list_.items()) {
             if (count-- == 0) {
                 return;
@@ -111,6 +114,29 @@ TEST_F(StageTest, IsTakenBackAgainWhenTakingBackWasKilled) {
     fs::remove_all(copy / "stage/saved");
     fs::create_directories((root_ / Stage::kFolder).parent_path());
     fs::copy(copy / "stage", root_ / Stage::kFolder, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    EXPECT_TRUE(Stage::recover(rootFd_.get()));
+    EXPECT_EQ(snapshotOf(root_.path()), before_);
+}
+
+TEST_F(StageTest, TakesAFileThatIsGoneSinceThePlanForANewOne) {
+    before_.erase("a/old");
+    for (std::size_t count = 0; count <= list_.items().size(); ++count) {
+        writeText(root_ / "a/old", "old");
+        workAndBeKilled([&](Stage &stage) {
+            fill(stage);
+            stage.plan(list_.items());
+            fs::remove(root_ / "a/old");
+            placePlanned(stage, count);
+        });
+        EXPECT_EQ(fs::exists(root_ / "b/d/e/new"), count == list_.items().size());
+        EXPECT_TRUE(Stage::recover(rootFd_.get()));
+        EXPECT_EQ(snapshotOf(root_.path()), before_) << count;
+    }
+}
+
+TEST_F(StageTest, IsTakenBackWhateverAScriptHasPutIntoIt) {
+    workAndBeKilled([&](Stage &stage) { place(stage, list_.items().size()); });
+    fs::create_symlink("/", root_ / Stage::kFolder / "gone");
     EXPECT_TRUE(Stage::recover(rootFd_.get()));
     EXPECT_EQ(snapshotOf(root_.path()), before_);
 }

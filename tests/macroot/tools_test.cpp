@@ -4,6 +4,7 @@
 #include "plist_commands.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 namespace kyb::macroot {
 namespace {
@@ -17,8 +18,8 @@ const std::string kSamplePackage = (kSampleFolder / "Brelund Quorlix Driver.pkg"
 PayloadList payloadOf(const std::string &path) {
     const FlatPackage package(path);
     PayloadList list;
-    package.readArchive(package.components().front().member("Payload"),
-                        [&](archive *reader) { scanPayload(reader, "", list, [](std::size_t) {}); });
+    package.eachArchive("Payload",
+                        [&](const Component &, archive *reader) { scanPayload(reader, "", list, [](std::size_t) {}); });
     return list;
 }
 
@@ -96,8 +97,11 @@ TEST(MakePackage, MakesAProductWithOneComponent) {
     EXPECT_EQ(component.folder, "Some Driver & Co.pkg");
     EXPECT_EQ(component.info.identifier, "com.Brelund.QuorlixInstaller");
     EXPECT_EQ(component.info.version, "4.2.0");
-    EXPECT_TRUE(component.hasPayload);
-    EXPECT_TRUE(component.hasScripts);
+    for (const char *const name : {"Payload", "Scripts"}) {
+        int archives = 0;
+        package.eachArchive(name, [&](const Component &, archive *) { ++archives; });
+        EXPECT_EQ(archives, 1) << name;
+    }
 }
 
 TEST(MakePackage, TakesTheSizeThatIsAskedFor) {
@@ -145,6 +149,31 @@ TEST(MakePackage, KeepsTheEarlierFileWhenItCannotWrite) {
     const Ran ran = runProgram({tool("make-package"), out, "--version", "1", "--programs", builtProgram("")});
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.errors, testing::StartsWith("make_package: "));
+}
+
+TEST(MakePackage, ReplacesNothingButAFile) {
+    const TempFolder folder;
+    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+    fs::create_symlink("fifo", folder / "link to fifo");
+    fs::create_directory(folder / "folder");
+    for (const char *const name : {"fifo", "link to fifo", "folder"}) {
+        const std::string out = (folder / name).string();
+        const Ran ran = runProgram({tool("make-package"), out, "--version", "1", "--programs", builtProgram("")});
+        EXPECT_EQ(ran.status, 1) << name;
+        EXPECT_EQ(ran.errors, "make_package: " + out + " is there already and no regular file\n");
+    }
+    EXPECT_TRUE(fs::is_fifo(folder / "fifo") && fs::is_symlink(folder / "link to fifo"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 3);
+}
+
+TEST(MakePackage, LeavesNothingBeyondALimitOnTheSizeOfFiles) {
+    const TempFolder folder;
+    const Ran ran = runProgram({"/bin/sh", "-c", "ulimit -f 1; exec \"$@\"", "sh", tool("make-package"),
+                                (folder / "a.pkg").string(), "--version", "1", "--programs", builtProgram("")});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.errors, testing::StartsWith("make_package: "));
+    EXPECT_THAT(ran.errors, HasSubstr("File too large"));
+    EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
 TEST(SamplePackage, LiesBesideItsVersionList) {

@@ -51,6 +51,23 @@ TEST(PlistGuard, RefusesDepth) {
     EXPECT_FALSE(isSafeForLibplist(nestedXml(10'001)));
 }
 
+TEST(PlistGuard, RefusesManyKeys) {
+    const std::string dictionary = "<dict>" + repeated("<key>k</key><true/>", 5'000) + "</dict>";
+    EXPECT_TRUE(isSafeForLibplist("<plist><array>" + repeated(dictionary, 2) + "</array></plist>"));
+    EXPECT_FALSE(isSafeForLibplist("<plist><array>" + repeated(dictionary, 2) + "<dict><key>k</key><true/></dict>"));
+    EXPECT_FALSE(isSafeForLibplist("<plist>" + repeated("<key a='b'>k</key>", 10'001)));
+}
+
+TEST(PlistGuard, RefusesManyKeysOfABinaryList) {
+    std::string dictionary = "\xdf\x11";
+    appendNumber(dictionary, 5'000, 2);
+    for (int i = 0; i < 10'000; ++i) {
+        appendNumber(dictionary, 2, kReferenceBytes);
+    }
+    EXPECT_TRUE(isSafeForLibplist(binaryList({array({1, 1}), dictionary, "\x51k"})));
+    EXPECT_FALSE(isSafeForLibplist(binaryList({array({1, 1, 1}), dictionary, "\x51k"})));
+}
+
 TEST(PlistGuard, LeavesLibplistRoomAtTheDeepestThatItLetsThrough) {
     for (const std::string &list : {nestedList(64), nestedXml(10'000)}) {
         ASSERT_TRUE(isSafeForLibplist(list));
