@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <csignal>
 #include <sys/wait.h>
+#include <utility>
 
 namespace kyb::helper {
 namespace {
@@ -218,14 +219,13 @@ void CommandQueue::end(Run &run, std::string reply, const std::string &failure) 
 
 void CommandQueue::hold(Run &run, const std::string &reply, bool hasFailed) {
     const auto now = SteadyClock::now();
-    held_.emplace(HeldRun{.run = std::move(run),
+    held_.emplace(HeldRun{.run = std::exchange(run, Run()),
                           .reply = reply,
                           .hasFailed = hasFailed,
                           .shownUntil = hasFailed ? kAtOnce : now + limits_.successShow,
                           .until = now + (hasFailed ? limits_.failureHold : limits_.successHold),
                           .nextLook = now + limits_.lookInterval});
-    run.stage = Stage::Ended; // what was moved is as good as gone
-    run.deadline = kAtOnce;
+    run.stage = Stage::Ended;
 }
 
 void CommandQueue::lookAfterHeld() {

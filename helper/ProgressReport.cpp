@@ -99,7 +99,7 @@ void ProgressReport::succeed() {
 std::string ProgressReport::fail(const std::string &reason) {
     endPartialLine();
     const std::string text = errorText_.empty() ? reason : reason + ": " + errorText_;
-    const std::string line =
+    std::string line =
         withoutLastLines(ownFailureLine_.empty() ? "installer: The install failed (" + text + ")" : ownFailureLine_);
     lastLines_ = line + "\n" + std::string(kLastLineBegin);
     append(lastLineIsFailure_ ? kLastLineBegin : lastLines_, lastLines_);

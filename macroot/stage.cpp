@@ -236,12 +236,12 @@ void Stage::placeFolder(const PayloadItem &item) {
 }
 
 void Stage::giveFolderModes() const {
-    for (auto folder = newFolders_.rbegin(); folder != newFolders_.rend(); ++folder) { // inner ones first
-        const UniqueFd made = openFolderBelow(root_, folder->path);
-        if (!made || fchmod(made.get(), folder->mode) != 0) {
-            throwLastError(shownPath(folder->path));
+    std::for_each(newFolders_.rbegin(), newFolders_.rend(), [this](const PayloadItem &folder) { // inner ones first
+        const UniqueFd made = openFolderBelow(root_, folder.path);
+        if (!made || fchmod(made.get(), folder.mode) != 0) {
+            throwLastError(shownPath(folder.path));
         }
-    }
+    });
 }
 
 void Stage::commit() {

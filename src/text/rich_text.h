@@ -39,10 +39,10 @@ struct RichTextDocument {
 };
 
 /// In bytes. Word processors write pictures as text, so that terms of some pages may take a few million.
-constexpr qsizetype kMaxRichTextBytes = 16 * 1024 * 1024;
+constexpr qsizetype kMaxRichTextBytes = qsizetype{16} * 1024 * 1024;
 
 /// Of a document's text, in UTF-16 units: 300 pages.
-constexpr qsizetype kMaxRichTextUnits = 1024 * 1024;
+constexpr qsizetype kMaxRichTextUnits = qsizetype{1024} * 1024;
 
 /// Runs and paragraphs of a document, and the places within runs where the direction of the text or its script changes.
 /// Each costs a text view as much as a line of text.

@@ -127,7 +127,7 @@ void RichTextView::changeEvent(QEvent *event) {
 
 /// Scrolls, with whatever keys. A text edit would zoom, which changes but the lines without a size of their own.
 void RichTextView::wheelEvent(QWheelEvent *event) {
-    QAbstractScrollArea::wheelEvent(event);
+    QAbstractScrollArea::wheelEvent(event); // NOLINT(bugprone-parent-virtual-call): past the zoom of QTextEdit
 }
 
 } // namespace kyb
