@@ -69,10 +69,12 @@ void CommandQueue::makeFile(Run &run) {
     if (SteadyClock::now() < run.deadline) {
         return;
     }
-    giveUpHeld();
     if (run.request.isConnected && !run.request.isConnected()) { // it has been told that the run failed
         refuse(run, "its client has gone");
-    } else if (std::optional<ProgressFile> file = ProgressFile::create(*run.request.progressFilePath)) {
+        return;
+    }
+    giveUpHeld();
+    if (std::optional<ProgressFile> file = ProgressFile::create(*run.request.progressFilePath)) {
         run.report.emplace(std::move(*file));
         if (run.request.fileIsMade) {
             run.request.fileIsMade();
@@ -241,12 +243,12 @@ void CommandQueue::lookAfterHeld() {
     held_->wasMissed = isMissed && !held_->wasMissed;
     held_->nextLook = now + limits_.lookInterval;
     const bool isDropped = !held_->run.request.answer && !held_->isAnswered;
-    if (isDropped || (!isMissed && isOver(*held_))) {
+    if (isDropped || ((!isMissed || held_->isAnswered) && isOver(*held_))) {
         concludeHeld();
     }
 }
 
-/// Whether nobody is left who could miss the failure for the last line. The client leaves when it gets the reply.
+/// Whether nobody is left who could miss the failure for the last line. The client stays as long as its process lives.
 bool CommandQueue::isOver(HeldRun &held) const {
     const auto now = SteadyClock::now();
     const CommandRequest &request = held.run.request;

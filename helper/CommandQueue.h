@@ -23,7 +23,7 @@ struct CommandLimits {
     std::chrono::milliseconds successHold = std::chrono::seconds(3);
     std::chrono::milliseconds failureHold = std::chrono::seconds(10);
 
-    // A client that is still there after the reply to a failure may be stopped between its looks at the last two lines.
+    // A client stays after the reply to a failure; it may be stopped between its looks at the last two lines.
     std::chrono::milliseconds departure = std::chrono::hours(1); ///< how long its going is waited for
 
     // How old a success must be to make way for the next installation, whose program took the file away before it

@@ -6,11 +6,11 @@
 
 namespace kyb::helper {
 
-/// Every process of the system that has not ended. One thread.
+/// Every process of the system; on Linux also those that have ended and were not waited for. One thread.
 std::vector<pid_t> allProcesses();
 
-/// Whether \p process runs, and in the session that \p leader has begun, in whatever process group. As long as the
-/// leader was not waited for, its number names no other session. Any thread.
+/// Whether \p process, one of `allProcesses`, runs in the session that \p leader has begun, in whatever process group.
+/// As long as the leader was not waited for, its number names no other session. Any thread.
 bool runsInSession(pid_t process, pid_t leader);
 
 /// Calls \p visit with each process but \p leader that runs in its session, the moment it is met. It looks for new ones

@@ -32,14 +32,28 @@ void makeNonBlocking(const UniqueFd &fd) {
     fcntl(fd.get(), F_SETFL, fcntl(fd.get(), F_GETFL) | O_NONBLOCK);
 }
 
+namespace {
+
+/// As openat(), but that a file is made with \p newFileMode whatever the umask. What was there keeps its mode.
+UniqueFd openOrMake(const std::string &path, int flags, mode_t newFileMode, int folder) {
+    UniqueFd file(openat(folder, path.c_str(), flags & ~O_CREAT));
+    if (file || errno != ENOENT || (flags & O_CREAT) == 0) {
+        return file;
+    }
+    file = UniqueFd(openat(folder, path.c_str(), flags | O_EXCL, newFileMode));
+    if (file) {
+        fchmod(file.get(), newFileMode);
+    } else if (errno == EEXIST) { // somebody was faster
+        file = UniqueFd(openat(folder, path.c_str(), flags & ~O_CREAT));
+    }
+    return file;
+}
+
+} // namespace
+
 UniqueFd openRegularFile(const std::string &path, int flags, mode_t newFileMode, int folder) {
     // NB: O_NONBLOCK, so that a FIFO at the path does not hold the caller.
-    const int openFlags = flags | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
-    UniqueFd file(openat(folder, path.c_str(), openFlags & ~O_CREAT));
-    if (!file && errno == ENOENT && (flags & O_CREAT) != 0) {
-        file = UniqueFd(openat(folder, path.c_str(), openFlags, newFileMode));
-        fchmod(file.get(), newFileMode);
-    }
+    UniqueFd file = openOrMake(path, flags | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, newFileMode, folder);
     struct stat info {};
     const bool isRegular = file && fstat(file.get(), &info) == 0 && S_ISREG(info.st_mode);
     if (file && (!isRegular || ((flags & O_NOFOLLOW) != 0 && info.st_nlink > 1))) {

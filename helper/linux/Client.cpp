@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <poll.h>
 #include <sys/socket.h>
 
 namespace kyb::helper {
@@ -43,9 +44,9 @@ void Client::takeLastByte() const {
 }
 
 bool Client::isConnected() const {
-    char byte = 0;
-    const ssize_t count = recv(connection_.get(), &byte, 1, MSG_PEEK | MSG_DONTWAIT);
-    return count > 0 || (count < 0 && (errno == EAGAIN || errno == EINTR));
+    // NB: not by a read, which would meet what the client has sent before it went.
+    pollfd peer{.fd = connection_.get(), .events = POLLRDHUP, .revents = 0};
+    return connection_ && poll(&peer, 1, 0) == 0;
 }
 
 std::optional<CommandRequest> readRequest(std::string_view propertyList) {

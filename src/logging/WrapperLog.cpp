@@ -9,10 +9,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {

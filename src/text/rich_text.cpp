@@ -500,6 +500,8 @@ private:
     void endSuperseded(int) {
         if (state().destination == Destination::Superseded) {
             setDestination(Destination::Body);
+        } else if (state().destination != Destination::Body) {
+            skipGroup(0);
         }
     }
 

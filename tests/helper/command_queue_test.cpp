@@ -170,6 +170,20 @@ TEST_F(CommandQueueTest, EndsAFailureWhoseClientStaysForVeryLong) {
     EXPECT_EQ(answers_[0].size(), 1U);
 }
 
+TEST_F(CommandQueueTest, EndsAFailureWhoseClientGoesAlthoughItsFileCannotBePutBack) {
+    clientsStay_ = true;
+    add("exit 3", Progress::Wanted);
+    workUntil([this] { return !answers_[0].empty(); });
+    fs::remove_all(fs::path(root_.progressFile()).parent_path());
+    for (int look = 0; look < 50; ++look) {
+        usleep(2000);
+        queue_.work();
+    }
+    EXPECT_FALSE(queue_.isEmpty());
+    clientsStay_ = false;
+    workToEnd();
+}
+
 TEST_F(CommandQueueTest, AFailureWhoseClientStaysMakesWay) {
     clientsStay_ = true;
     add("exit 3", Progress::Wanted);

@@ -280,7 +280,7 @@ TEST_F(ServiceTest, RefusesASecondInstallationAndSparesTheFirst) {
 
 TEST_F(ServiceTest, TakesNoRequestBeforeAYoungSuccessHasMadeWay) {
     options_.commands.successHold = 1h;
-    options_.commands.successShow = 1s;
+    options_.commands.successShow = 3s;
     serve();
     const RawClient first = connect();
     first.install("echo one", root_.progressFile());
@@ -294,6 +294,21 @@ TEST_F(ServiceTest, TakesNoRequestBeforeAYoungSuccessHasMadeWay) {
     EXPECT_EQ(test::contentOf(root_.progressFile()), "") << "the second one's";
     EXPECT_EQ(first.reply(), kSuccess);
     std::ofstream(root_.at("/go")).put('\n');
+}
+
+TEST_F(ServiceTest, RunsNothingForAClientThatHasGoneWhileItWaited) {
+    options_.commands.successHold = 1h;
+    options_.commands.successShow = 500ms;
+    serve();
+    const RawClient first = connect();
+    first.install("echo one", root_.progressFile());
+    waitUntil([this] { return test::contentOf(root_.progressFile()).ends_with("Installation_Done\n"); });
+    RawClient second = connect();
+    second.install("touch " + root_.at("/ran"), root_.progressFile());
+    second.leave();
+    waitUntil([this] { return log().find("Refused, for its client has gone: ") != std::string::npos; });
+    EXPECT_FALSE(fs::exists(root_.at("/ran")));
+    EXPECT_TRUE(test::contentOf(root_.progressFile()).ends_with("Installation_Done\n")) << "the first one's";
 }
 
 TEST_F(ServiceTest, EndsAFailureWhenItsClientHasGone) {

@@ -182,6 +182,17 @@ TEST_F(HelperConnectionOnMac, StaysAfterTheReplyToAMessageThatNamesTheProgressFi
     xpc_release(system(connection));
 }
 
+TEST_F(HelperConnectionOnMac, AnErrorInPlaceOfAReplyDoesNotHideItsEvent) {
+    fake::machine().holdMessages = true;
+    const HelperConnection connection = connect();
+    send(connection, {{kCommandKey, "true"}, {kInstallerLogPathKey, "/var/tmp/kyb/progress"}});
+    fake::deliverReply(XPC_ERROR_CONNECTION_INTERRUPTED);
+    settle();
+    fake::deliverEvent(system(connection), XPC_ERROR_CONNECTION_INTERRUPTED);
+    EXPECT_EQ(events_.size(), 1U);
+    xpc_release(system(connection));
+}
+
 TEST_F(HelperConnectionOnMac, KeepsItsHandlersNoLongerThanTheConnection) {
     const auto token = std::make_shared<int>(0);
     const HelperConnection connection = createHelperConnection(kHelperServiceName);

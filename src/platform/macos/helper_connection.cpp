@@ -52,6 +52,17 @@ bool namesProgressFile(const HelperMessage &message) {
                        [](const auto &entry) { return std::string_view(entry.first) == kInstallerLogPathKey; });
 }
 
+/// What stands in the place of a reply comes as an event as well, before it or after it.
+bool isError(xpc_object_t reply) {
+    return xpc_get_type(reply) == XPC_TYPE_ERROR;
+}
+
+/// What becomes of the helper after its reply is no failure.
+void ignoreEvents(xpc_connection_t connection) {
+    xpc_connection_set_event_handler(connection, ^(xpc_object_t){
+                                     });
+}
+
 std::optional<QByteArray> replyText(xpc_object_t reply) {
     const char *text = xpc_dictionary_get_string(reply, kReplyKey); // null for an error object, too
     return text == nullptr ? std::nullopt : std::optional<QByteArray>(text);
@@ -96,9 +107,8 @@ void sendMessageWithReply(HelperConnection connection, const HelperMessage &mess
     xpc_connection_send_message_with_reply(systemConnection(connection), request, dispatch_get_main_queue(),
                                            ^(xpc_object_t reply) {
                                              connectionEvents().settle(pending);
-                                             if (staying != nullptr) { // what becomes of the helper now is no failure
-                                                 xpc_connection_set_event_handler(staying, ^(xpc_object_t){
-                                                                                  });
+                                             if (staying != nullptr && !isError(reply)) {
+                                                 ignoreEvents(staying);
                                              }
                                              replyHandler(replyText(reply));
                                            });
