@@ -65,7 +65,7 @@ void CommandQueue::makeFile(Run &run) {
     if (!lacksFile(run)) {
         return;
     }
-    run.deadline = held_ ? held_->shownUntil : kAtOnce;
+    run.deadline = held_ && !isForsaken(*held_) ? held_->shownUntil : kAtOnce;
     if (SteadyClock::now() < run.deadline) {
         return;
     }
@@ -235,6 +235,11 @@ void CommandQueue::lookAfterHeld() {
     if (!held_ || now < held_->nextLook) {
         return;
     }
+    if (isForsaken(*held_)) {
+        held_->run.report->leaveToOthers();
+        concludeHeld();
+        return;
+    }
     const bool isMissed = !held_->run.report->isInPlace();
     // NB: not at once. A client that takes the file away for a run of its own must not find the old one in its place.
     if (isMissed && held_->wasMissed) {
@@ -248,6 +253,12 @@ void CommandQueue::lookAfterHeld() {
     }
 }
 
+/// Whether its client has gone: whoever takes the file away does so for a run of his own.
+bool CommandQueue::isForsaken(const HeldRun &held) {
+    const CommandRequest &request = held.run.request;
+    return request.isConnected && !request.isConnected();
+}
+
 /// Whether nobody is left who could miss the failure for the last line. The client stays as long as its process lives.
 bool CommandQueue::isOver(HeldRun &held) const {
     const auto now = SteadyClock::now();
@@ -255,7 +266,7 @@ bool CommandQueue::isOver(HeldRun &held) const {
     if (now < held.until) {
         return false;
     }
-    if (!held.hasFailed || !request.isConnected || !request.isConnected() || now >= held.until + limits_.departure) {
+    if (!held.hasFailed || !request.isConnected || now >= held.until + limits_.departure) {
         return true;
     }
     answer(held);

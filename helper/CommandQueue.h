@@ -130,6 +130,7 @@ private:
     void hold(Run &run, const std::string &reply, bool hasFailed);
     void lookAfterHeld();
     static void putBack(HeldRun &held);
+    static bool isForsaken(const HeldRun &held);
     bool isOver(HeldRun &held) const;
     static void answer(HeldRun &held);
     void concludeHeld();

@@ -5,7 +5,7 @@
 #if defined(__APPLE__)
 #define KYB_MACOS_AVAILABLE(version) __builtin_available(macOS version, *)
 #else
-// NB: elsewhere the built-in is always true; the tests' fake of the system says which macOS it plays.
-extern "C" bool kybFakeMacOSAtLeast(int version);
-#define KYB_MACOS_AVAILABLE(version) kybFakeMacOSAtLeast(version)
+// NB: elsewhere the built-in is always true; the box that plays a Mac says which macOS it is.
+extern "C" bool kybMacBoxAtLeast(int version);
+#define KYB_MACOS_AVAILABLE(version) kybMacBoxAtLeast(version)
 #endif

@@ -49,7 +49,9 @@ protected:
             answers_[number].push_back(reply.value_or("dropped"));
             order_.push_back(number);
         };
-        request.isConnected = [this, number] { return answers_[number].empty() ? !clientsGo_ : clientsStay_; };
+        request.isConnected = [this, number] {
+            return answers_[number].empty() ? number >= clientsGone_ : clientsStay_;
+        };
         request.fileIsMade = [this, number] { fileIsMade_.push_back(number); };
         queue_.add(std::move(request));
     }
@@ -89,8 +91,8 @@ protected:
     std::vector<Answers> answers_;
     std::vector<std::size_t> order_;
     std::vector<std::size_t> fileIsMade_;
-    bool clientsGo_ = false;   ///< before their replies
-    bool clientsStay_ = false; ///< after their replies
+    std::size_t clientsGone_ = 0; ///< so many have, before their replies
+    bool clientsStay_ = false;    ///< after their replies
     CommandQueue queue_{kLimits};
 };
 
@@ -115,6 +117,28 @@ TEST_F(CommandQueueTest, EndsASuccessWithTheLastLineAtOnce) {
     add("echo installer:PHASE:Preparing", Progress::Wanted);
     workUntil([this] { return content() == "installer:PHASE:Preparing\n" + std::string(kDone); });
     EXPECT_EQ(answers_[0], Answers());
+}
+
+TEST_F(CommandQueueTest, DoesNotPutTheFileOfASuccessBackWhoseClientHasGone) {
+    queue_ = CommandQueue({.successHold = 1h, .lookInterval = 1ms});
+    add("true", Progress::Wanted);
+    workUntil([this] { return content() == kDone; });
+    clientsGone_ = 1;
+    fs::remove(root_.progressFile()); // as the next program does
+    workToEnd();
+    EXPECT_FALSE(fs::exists(root_.progressFile()));
+}
+
+TEST_F(CommandQueueTest, ASuccessWhoseClientHasGoneMakesWayAtOnce) {
+    queue_ = CommandQueue({.successHold = 1h, .successShow = 1h, .lookInterval = 1h});
+    add("echo first", Progress::Wanted);
+    workUntil([this] { return content() == "first\n" + std::string(kDone); });
+    clientsGone_ = 1;
+    add("sleep 300", Progress::Wanted);
+    EXPECT_EQ(content(), "");
+    EXPECT_EQ(fileIsMade_, (std::vector<std::size_t>{0, 1}));
+    queue_.endAll();
+    workToEnd();
 }
 
 TEST_F(CommandQueueTest, AnswersWhenTheCommandHasEnded) {
@@ -332,7 +356,7 @@ TEST_F(CommandQueueTest, RefusesAFileThatCannotBeMade) {
 }
 
 TEST_F(CommandQueueTest, RunsNothingForAClientThatHasGoneBeforeItsFileIsMade) {
-    clientsGo_ = true;
+    clientsGone_ = 2;
     add("touch " + root_.at("/ran"), Progress::Wanted);
     workToEnd();
     EXPECT_EQ(answers_[0], Answers{"dropped"});
@@ -342,7 +366,7 @@ TEST_F(CommandQueueTest, RunsNothingForAClientThatHasGoneBeforeItsFileIsMade) {
 
 TEST_F(CommandQueueTest, GoesOnWithACommandWhoseClientLeavesAfterItsFileIsMade) {
     add("touch " + root_.at("/ran"), Progress::Wanted);
-    clientsGo_ = true;
+    clientsGone_ = 2;
     workToEnd();
     EXPECT_TRUE(fs::exists(root_.at("/ran")));
 }

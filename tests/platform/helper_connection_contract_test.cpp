@@ -42,8 +42,8 @@ TEST(HelperConnectionContract, IsInvalidWithoutAService) {
     test::turnUntil(isIdle);
 }
 
+/// But not before it was resumed, which macOS leaves undefined.
 TEST(HelperConnectionContract, MayBeReleasedUnused) {
-    releaseConnection(createHelperConnection(kNobodysService));
     HelperConnection connection = createHelperConnection(kNobodysService);
     setConnectionEventHandler(connection, [](const ConnectionEvent &) {});
     resumeConnection(connection);

@@ -3,7 +3,7 @@
 #
 # Compiles every source of the macOS side for macOS 11 on ARCHITECTURE, without making an object: warnings are errors,
 # and so is the use of an interface that macOS 11 lacks outside an availability check. The system's interfaces are those
-# of tests/fakes/macos/include; the C and C++ libraries' headers, for want of a Mac's, are this machine's. Their own
+# of tests/macbox/include; the C and C++ libraries' headers, for want of a Mac's, are this machine's. Their own
 # assumptions about the processor are satisfied by the macros below, which none of the program's sources reads.
 # POSIX_SPAWN_CLOEXEC_DEFAULT is what a Mac's <spawn.h> has over this machine's.
 set -eu
@@ -35,7 +35,7 @@ for source in "$root"/common/posix/*.cpp "$root"/src/platform/macos/*.cpp "$root
         -U__nonnull -D_GNU_SOURCE -D__linux__ $processor $warnings \
         -DPOSIX_SPAWN_CLOEXEC_DEFAULT=0x4000 \
         -DQT_NO_CAST_FROM_ASCII -DQT_NO_CAST_TO_ASCII -DQT_NO_KEYWORDS \
-        -I "$root/common" -I "$root/src" -I "$root/helper" -I "$bundle_files" -isystem "$root/tests/fakes/macos/include" $qt \
+        -I "$root/common" -I "$root/src" -I "$root/helper" -I "$bundle_files" -isystem "$root/tests/macbox/include" $qt \
         -isystem "$stand_ins" -isystem "/usr/include/c++/$gcc_version" -isystem "/usr/include/$host/c++/$gcc_version" \
         -isystem "/usr/include/$host" -isystem /usr/include "$source"
     count=$((count + 1))

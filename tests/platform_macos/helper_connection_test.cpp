@@ -1,27 +1,30 @@
 #include "platform/helper_connection.h"
 
+#include "InBox.h"
+#include "ScriptedService.h"
 #include "base/threads.h"
+#include "box.h"
 #include "channel/message_keys.h"
-#include "recorded.h"
+#include "support/turn_until.h"
 
 #include <cstdlib>
-#include <future>
+#include <mutex>
+#include <xpc/xpc.h>
 
 using namespace kyb;
+using kyb::test::turnUntil;
+using macbox::Frame;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
 
-xpc_connection_t system(HelperConnection connection) {
-    return reinterpret_cast<xpc_connection_t>(connection);
-}
-
-class HelperConnectionOnMac : public OnFakeMac {
+class HelperConnectionOnMac : public InBox {
 protected:
     HelperConnection connect() {
         const HelperConnection connection = createHelperConnection(kHelperServiceName);
         setConnectionEventHandler(connection, [this](const ConnectionEvent &event) {
+            const std::lock_guard lock(mutex_);
             events_.push_back(event);
             eventsOnMainThread_ = isMainThread();
         });
@@ -29,7 +32,7 @@ protected:
         return connection;
     }
 
-    void send(HelperConnection connection, const HelperMessage &message) {
+    void send(HelperConnection connection, const HelperMessage &message = {{kCommandKey, "true"}}) {
         sendMessageWithReply(connection, message, [this](const std::optional<QByteArray> &reply) {
             replies_.push_back(reply);
             repliesOnMainThread_ = isMainThread();
@@ -37,160 +40,167 @@ protected:
         releaseConnection(connection);
     }
 
-    void settle() {
-        fake::waitForQueues();
-        fake::drainMainQueue();
+    std::vector<ConnectionEvent> events() const {
+        const std::lock_guard lock(mutex_);
+        return events_;
+    }
+    std::vector<ConnectionEventKind> kinds() const {
+        std::vector<ConnectionEventKind> kinds;
+        for (const ConnectionEvent &event : events()) {
+            kinds.push_back(event.kind);
+        }
+        return kinds;
+    }
+    void waitForEvents(std::size_t count) {
+        EXPECT_TRUE(turnUntil([&] { return events().size() == count; }));
+    }
+    void waitForReply() {
+        EXPECT_TRUE(turnUntil([&] { return !replies_.empty(); }));
+        settle();
     }
 
-    std::vector<ConnectionEvent> events_;
     std::vector<std::optional<QByteArray>> replies_;
     bool eventsOnMainThread_ = false;
     bool repliesOnMainThread_ = false;
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<ConnectionEvent> events_;
 };
 
+const HelperMessage kInstallation = {{kCommandKey, "install"}, {kInstallerLogPathKey, "/tmp/log"}};
+
 TEST_F(HelperConnectionOnMac, AsksTheSystemInThisOrderAndWithTheseConstants) {
-    fake::machine().holdMessages = true;
+    ScriptedService service(root);
     const HelperConnection connection = connect();
-    send(connection, {{kCommandKey, "ls /Applications/"}, {kInstallerLogPathKey, "/tmp/log"}});
-    EXPECT_THAT(fake::calls(),
+    send(connection, kInstallation);
+    EXPECT_THAT(calls(),
                 ElementsAre("xpc_connection_create_mach_service name=com.kyb.HelperTool.xpc queue=null flags=2",
                             "xpc_connection_set_event_handler connection", "xpc_connection_resume connection",
                             "xpc_connection_send_message_with_reply connection "
-                            "message={command_to_be_execute=ls /Applications/, installerlog_file_path=/tmp/log} "
-                            "queue=main"));
-    fake::deliverReply({{"reply", "done"}});
-    settle();
-    xpc_release(system(connection)); // which stays
+                            "message={command_to_be_execute=install, installerlog_file_path=/tmp/log} queue=main"));
+    EXPECT_THAT(service.takeMessage(), ElementsAre(kCommandKey, "install", kInstallerLogPathKey, "/tmp/log"));
+    service.reply({"reply", "done"});
+    waitForReply();
+    expectKept(1); // the connection, which stays
 }
 
 TEST_F(HelperConnectionOnMac, HandsTheReplyOverOnTheMainThread) {
-    fake::machine().holdMessages = true;
-    send(connect(), {{kCommandKey, "true"}});
-    fake::deliverReply({{"reply", "done"}, {"other", "x"}});
-    EXPECT_THAT(replies_, IsEmpty());
-    settle();
+    ScriptedService service(root);
+    send(connect());
+    service.takeMessage();
+    service.reply({"reply", "done", "other", "x"});
+    waitForReply();
     EXPECT_THAT(replies_, ElementsAre(QByteArray("done")));
     EXPECT_TRUE(repliesOnMainThread_);
-    EXPECT_THAT(events_, IsEmpty());
+    EXPECT_THAT(events(), IsEmpty());
 }
 
 TEST_F(HelperConnectionOnMac, TakesAReplyWithoutItsKeyAsNoText) {
-    fake::machine().holdMessages = true;
-    send(connect(), {{kCommandKey, "true"}});
-    fake::deliverReply({{"answer", "done"}});
-    settle();
-    EXPECT_THAT(replies_, ElementsAre(std::nullopt));
-}
-
-TEST_F(HelperConnectionOnMac, TakesAnErrorInPlaceOfTheReplyAsNoText) {
-    fake::machine().holdMessages = true;
-    send(connect(), {{kCommandKey, "true"}});
-    fake::deliverReply(XPC_ERROR_CONNECTION_INTERRUPTED);
-    settle();
+    ScriptedService service(root);
+    send(connect());
+    service.takeMessage();
+    service.reply({"answer", "done"});
+    waitForReply();
     EXPECT_THAT(replies_, ElementsAre(std::nullopt));
 }
 
 TEST_F(HelperConnectionOnMac, SaysWhenThereIsNoHelper) {
-    send(connect(), {{kCommandKey, "true"}});
-    settle();
-    ASSERT_EQ(events_.size(), 1U);
-    EXPECT_EQ(events_[0].kind, ConnectionEventKind::Invalid);
+    send(connect());
+    waitForReply();
+    EXPECT_THAT(kinds(), ElementsAre(ConnectionEventKind::Invalid));
     EXPECT_FALSE(eventsOnMainThread_);
     EXPECT_THAT(replies_, ElementsAre(std::nullopt));
 }
 
-struct EventRow {
-    const char *name;
-    const void *object;
-    ConnectionEventKind kind;
-    const char *typeDescription;
-};
-
-const EventRow kEvents[] = {
-    {"Interrupted", XPC_ERROR_CONNECTION_INTERRUPTED, ConnectionEventKind::Interrupted, ""},
-    {"Invalid", XPC_ERROR_CONNECTION_INVALID, ConnectionEventKind::Invalid, ""},
-    {"AnotherError", XPC_ERROR_TERMINATION_IMMINENT, ConnectionEventKind::OtherError, ""},
-};
-
-class ConnectionEventOnMac : public HelperConnectionOnMac, public testing::WithParamInterface<EventRow> {};
-
-TEST_P(ConnectionEventOnMac, IsToldByItsKind) {
-    const HelperConnection connection = connect();
-    fake::deliverEvent(system(connection), GetParam().object);
-    releaseConnection(connection);
-    ASSERT_EQ(events_.size(), 1U);
-    EXPECT_EQ(events_[0].kind, GetParam().kind);
-    EXPECT_EQ(events_[0].typeDescription, QLatin1String(GetParam().typeDescription));
+TEST_F(HelperConnectionOnMac, SaysWhenTheHelperHasGone) {
+    ScriptedService service(root);
+    send(connect());
+    service.takeMessage();
+    service.hangUp();
+    waitForReply();
+    EXPECT_THAT(kinds(), ElementsAre(ConnectionEventKind::Interrupted));
     EXPECT_FALSE(eventsOnMainThread_);
-}
-INSTANTIATE_TEST_SUITE_P(Events, ConnectionEventOnMac, testing::ValuesIn(kEvents),
-                         [](const auto &row) { return row.param.name; });
-
-TEST_F(HelperConnectionOnMac, NamesTheTypeOfAnEventThatIsNoError) {
-    const HelperConnection connection = connect();
-    xpc_object_t message = xpc_dictionary_create(nullptr, nullptr, 0);
-    fake::deliverEvent(system(connection), message);
-    xpc_release(message);
-    releaseConnection(connection);
-    ASSERT_EQ(events_.size(), 1U);
-    EXPECT_EQ(events_[0].kind, ConnectionEventKind::NotAnError);
-    EXPECT_EQ(events_[0].typeDescription, QLatin1String("OS_xpc_dictionary"));
+    EXPECT_THAT(replies_, ElementsAre(std::nullopt));
 }
 
-TEST_F(HelperConnectionOnMac, DeliversEveryEventOfAConnection) {
-    const HelperConnection connection = connect();
-    fake::deliverEvent(system(connection), XPC_ERROR_CONNECTION_INTERRUPTED);
-    fake::deliverEvent(system(connection), XPC_ERROR_CONNECTION_INVALID);
-    releaseConnection(connection);
-    ASSERT_EQ(events_.size(), 2U);
-    EXPECT_EQ(events_[1].kind, ConnectionEventKind::Invalid);
+TEST_F(HelperConnectionOnMac, TellsAnyOtherErrorAsOneAndAnythingElseByItsType) {
+    ScriptedService service(root);
+    send(connect());
+    service.takeMessage();
+    service.send(Frame::Kind::Notice);
+    service.send(Frame::Kind::Message, {"unasked", "for"});
+    waitForEvents(2);
+    EXPECT_THAT(kinds(), ElementsAre(ConnectionEventKind::OtherError, ConnectionEventKind::NotAnError));
+    EXPECT_EQ(events()[0].typeDescription, QString());
+    EXPECT_EQ(events()[1].typeDescription, QLatin1String("OS_xpc_dictionary"));
+    service.hangUp();
+    waitForReply();
 }
 
 TEST_F(HelperConnectionOnMac, PassesANullConnectionOnToTheSystem) {
-    fake::machine().connectionsAreNull = true;
+    macbox::set("connections", "null");
     const HelperConnection connection = connect();
     EXPECT_EQ(connection, nullptr);
-    send(connection, {{kCommandKey, "true"}});
-    EXPECT_THAT(fake::calls(),
+    send(connection);
+    EXPECT_THAT(calls(),
                 ElementsAre("xpc_connection_create_mach_service name=com.kyb.HelperTool.xpc queue=null flags=2",
                             "xpc_connection_set_event_handler null", "xpc_connection_resume null",
-                            "xpc_connection_send_message_with_reply null message={command_to_be_execute=true} "
-                            "queue=main",
+                            "xpc_connection_send_message_with_reply null "
+                            "message={command_to_be_execute=true} queue=main",
                             "xpc_release null"));
 }
 
 TEST_F(HelperConnectionOnMac, KeepsTheConnectionUntilTheReplyAndNoLonger) {
-    const int before = fake::liveObjects();
-    fake::machine().holdMessages = true;
-    send(connect(), {{kCommandKey, "true"}});
-    EXPECT_EQ(fake::liveObjects(), before + 1) << "the connection, and the message no more";
-    fake::deliverReply({{"reply", "done"}});
-    settle();
-    EXPECT_EQ(fake::liveObjects(), before);
+    ScriptedService service(root);
+    const int before = macbox::liveObjects();
+    send(connect());
+    EXPECT_EQ(macbox::liveObjects(), before + 1) << "the connection, and the message no more";
+    service.takeMessage();
+    service.reply({"reply", "done"});
+    waitForReply();
+    EXPECT_TRUE(turnUntil([&] { return macbox::liveObjects() == before; }));
 }
 
 TEST_F(HelperConnectionOnMac, StaysAfterTheReplyToAMessageThatNamesTheProgressFile) {
-    const int before = fake::liveObjects();
-    fake::machine().holdMessages = true;
-    const HelperConnection connection = connect();
-    send(connection, {{kCommandKey, "true"}, {kInstallerLogPathKey, "/var/tmp/kyb/progress"}});
-    fake::deliverReply({{"reply", "done"}});
+    ScriptedService service(root);
+    const int before = macbox::liveObjects();
+    send(connect(), kInstallation);
+    service.takeMessage();
+    service.reply({"reply", "done"});
+    waitForReply();
+    EXPECT_TRUE(turnUntil([&] { return macbox::liveObjects() == before + 1; }));
+    service.send(Frame::Kind::Notice);
+    service.hangUp();
     settle();
-    EXPECT_EQ(fake::liveObjects(), before + 1);
-    fake::deliverEvent(system(connection), XPC_ERROR_CONNECTION_INTERRUPTED);
-    EXPECT_TRUE(events_.empty()) << "the helper has ended, after its work";
-    xpc_release(system(connection));
+    EXPECT_THAT(events(), IsEmpty()) << "the helper has ended, after its work";
+    expectKept(1);
 }
 
-TEST_F(HelperConnectionOnMac, AnErrorInPlaceOfAReplyDoesNotHideItsEvent) {
-    fake::machine().holdMessages = true;
-    const HelperConnection connection = connect();
-    send(connection, {{kCommandKey, "true"}, {kInstallerLogPathKey, "/var/tmp/kyb/progress"}});
-    fake::deliverReply(XPC_ERROR_CONNECTION_INTERRUPTED);
-    settle();
-    fake::deliverEvent(system(connection), XPC_ERROR_CONNECTION_INTERRUPTED);
-    EXPECT_EQ(events_.size(), 1U);
-    xpc_release(system(connection));
+class ErrorOrder : public HelperConnectionOnMac, public testing::WithParamInterface<const char *> {};
+
+TEST_P(ErrorOrder, AnErrorInPlaceOfAReplyDoesNotHideItsEvent) {
+    ScriptedService service(root);
+    macbox::set("error order", GetParam());
+    send(connect(), kInstallation);
+    service.takeMessage();
+    service.hangUp();
+    waitForReply();
+    waitForEvents(1);
+    expectKept(1);
+}
+INSTANTIATE_TEST_SUITE_P(First, ErrorOrder, testing::Values("event", "reply"),
+                         [](const auto &row) { return row.param; });
+
+/// The system does not say whether it tells a connection that its last reference was given back.
+TEST_F(HelperConnectionOnMac, TheEndOfAConnectionThatHasHadItsReplyIsNoEvent) {
+    ScriptedService service(root);
+    macbox::set("last release", "invalid");
+    send(connect());
+    service.takeMessage();
+    service.reply({"reply", "done"});
+    waitForReply();
+    EXPECT_THAT(events(), IsEmpty());
 }
 
 TEST_F(HelperConnectionOnMac, KeepsItsHandlersNoLongerThanTheConnection) {
@@ -198,19 +208,15 @@ TEST_F(HelperConnectionOnMac, KeepsItsHandlersNoLongerThanTheConnection) {
     const HelperConnection connection = createHelperConnection(kHelperServiceName);
     setConnectionEventHandler(connection, [token](const ConnectionEvent &) {});
     resumeConnection(connection);
-    sendMessageWithReply(connection, {{kCommandKey, "true"}}, [token](const std::optional<QByteArray> &) {});
+    sendMessageWithReply(connection, {{kCommandKey, "true"}},
+                         [this, token](const std::optional<QByteArray> &) { replies_.emplace_back(); });
     releaseConnection(connection);
     EXPECT_GT(token.use_count(), 1);
-    settle();
-    fake::waitForQueues();
-    EXPECT_EQ(token.use_count(), 1);
+    waitForReply();
+    EXPECT_TRUE(turnUntil([&] { return token.use_count() == 1; }));
 }
 
-TEST(RunLoop, IsAskedForBeforeTheApplicationObjectIsMade) {
-    const HelperConnection connection = createHelperConnection(kHelperServiceName); // links the part that asks
-    setConnectionEventHandler(connection, [](const ConnectionEvent &) {});
-    resumeConnection(connection);
-    releaseConnection(connection);
+TEST_F(HelperConnectionOnMac, AsksForTheRunLoopBeforeTheApplicationObjectIsMade) {
     EXPECT_STREQ(std::getenv("QT_EVENT_DISPATCHER_CORE_FOUNDATION"), "1");
 }
 

@@ -1,8 +1,10 @@
 #include "macos/XpcListener.h"
 
+#include "InBox.h"
+#include "Queue.h"
+#include "box.h"
 #include "code_requirement.h"
-#include "recorded.h"
-#include "support/Program.h"
+#include "wire.h"
 
 #include <atomic>
 #include <csignal>
@@ -31,7 +33,7 @@ struct Outcome {
 };
 
 /// Runs the service on a thread of its own, and talks to it as the application does.
-class HelperServiceOnMac : public OnFakeMac {
+class HelperServiceOnMac : public InBox {
 protected:
     HelperServiceOnMac() {
         std::string pattern = std::filesystem::temp_directory_path() / "kyb_mac_helper_XXXXXX";
@@ -39,8 +41,17 @@ protected:
         progressFile_ = folder_ / "progress.log";
         options_.idle = 100ms;
         options_.commands.successHold = options_.commands.failureHold = options_.commands.lookInterval = 1ms;
+        publishService();
     }
     ~HelperServiceOnMac() override { std::filesystem::remove_all(folder_); }
+
+    /// This process plays the job: launchd starts nobody, and lets anybody check in.
+    void publishService() const {
+        macbox::set("check in", "anybody");
+        macbox::set("no program", "nothing");
+        root.write("/Library/LaunchDaemons/helper.plist", test::contentOf(KYB_BUNDLE_FILES "/launchd.plist"));
+        macbox::askLaunchd(root.path(), {"load", "/Library/LaunchDaemons/helper.plist"});
+    }
 
     void start() {
         status_ = std::async(std::launch::async, [this] {
@@ -48,7 +59,7 @@ protected:
             XpcListener listener(progressFile_);
             return serve(listener, options_);
         });
-        while (callsOf("xpc_connection_resume listener").empty()) {
+        while (calls("xpc_connection_resume listener").empty()) {
             std::this_thread::yield();
         }
     }
@@ -56,7 +67,7 @@ protected:
     /// The service ends by itself when nobody is connected. Its listener lives as long as the process.
     void waitForEnd() {
         EXPECT_EQ(status_.get(), 0);
-        expectOneKept();
+        expectKept(1);
     }
 
     /// As the system ends a job. Only the process's main thread takes signals there: the queues' threads block them.
@@ -74,7 +85,7 @@ protected:
         for (const auto &[key, value] : message) {
             xpc_dictionary_set_string(request, key.c_str(), value.c_str());
         }
-        xpc_connection_send_message_with_reply(client, request, fake::defaultQueue(), ^(xpc_object_t reply) {
+        xpc_connection_send_message_with_reply(client, request, macbox::makeQueue(), ^(xpc_object_t reply) {
           const char *text = xpc_dictionary_get_string(reply, "reply");
           told->set_value({text == nullptr ? std::nullopt : std::optional<std::string>(text),
                            reply == XPC_ERROR_CONNECTION_INTERRUPTED});
@@ -101,11 +112,10 @@ protected:
 TEST_F(HelperServiceOnMac, ListensForTheServiceThatTheJobPublishes) {
     start();
     waitForEnd();
-    EXPECT_THAT(fake::calls(),
-                ElementsAre("dispatch_queue_create label=com.kyb.HelperTool.xpc attributes=null",
-                            "xpc_connection_create_mach_service name=com.kyb.HelperTool.xpc queue=own flags=1",
-                            "xpc_connection_set_event_handler listener", "xpc_connection_resume listener",
-                            "xpc_connection_cancel listener"));
+    EXPECT_THAT(calls(), ElementsAre("dispatch_queue_create label=com.kyb.HelperTool.xpc attributes=null",
+                                     "xpc_connection_create_mach_service name=com.kyb.HelperTool.xpc queue=own flags=1",
+                                     "xpc_connection_set_event_handler listener", "xpc_connection_resume listener",
+                                     "xpc_connection_cancel listener"));
 }
 
 TEST_F(HelperServiceOnMac, RunsACommandAndAnswersWhenItHasEnded) {
@@ -150,19 +160,19 @@ TEST_F(HelperServiceOnMac, DropsAMessageWithoutACommand) {
 }
 
 TEST_F(HelperServiceOnMac, HasTheSystemCheckEachPeerFromMacOS12On) {
-    fake::machine().macOSVersion = 12;
+    macbox::set("macos", "12");
     start();
     ask({{"command_to_be_execute", touch("made")}});
     waitForEnd();
     EXPECT_TRUE(exists("made"));
-    EXPECT_THAT(callsOf("xpc_connection_set_peer_code_signing_requirement"),
-                ElementsAre("xpc_connection_set_peer_code_signing_requirement connection requirement=" +
+    EXPECT_THAT(calls("xpc_connection_set_peer_code_signing_requirement"),
+                ElementsAre("xpc_connection_set_peer_code_signing_requirement peer requirement=" +
                             std::string(kClientRequirement)));
-    EXPECT_THAT(callsOf("Sec"), IsEmpty());
+    EXPECT_THAT(calls("Sec"), IsEmpty());
 }
 
 TEST_F(HelperServiceOnMac, RunsNothingForAPeerThatTheSystemRefuses) {
-    fake::machine().clientSatisfiesRequirement = false;
+    macbox::set("code", "stranger");
     start();
     EXPECT_TRUE(ask({{"command_to_be_execute", touch("made")}}).wasInterrupted);
     EXPECT_FALSE(exists("made"));
@@ -170,7 +180,7 @@ TEST_F(HelperServiceOnMac, RunsNothingForAPeerThatTheSystemRefuses) {
 }
 
 TEST_F(HelperServiceOnMac, RunsNothingWhenTheRequirementCannotBeSet) {
-    fake::machine().requirementStatus = 22;
+    macbox::set("requirement", "refused");
     start();
     EXPECT_TRUE(ask({{"command_to_be_execute", touch("made")}}).wasInterrupted);
     EXPECT_FALSE(exists("made"));
@@ -178,13 +188,13 @@ TEST_F(HelperServiceOnMac, RunsNothingWhenTheRequirementCannotBeSet) {
 }
 
 TEST_F(HelperServiceOnMac, LooksAtTheMessagesOwnCodeOnMacOS11) {
-    fake::machine().macOSVersion = 11;
+    macbox::set("macos", "11");
     start();
     ask({{"command_to_be_execute", touch("made")}});
     waitForEnd();
     EXPECT_TRUE(exists("made"));
-    EXPECT_THAT(callsOf("xpc_connection_set_peer_code_signing_requirement"), IsEmpty());
-    EXPECT_THAT(callsOf("Sec"),
+    EXPECT_THAT(calls("xpc_connection_set_peer_code_signing_requirement"), IsEmpty());
+    EXPECT_THAT(calls("Sec"),
                 ElementsAre("SecCodeCreateWithXPCMessage message=dictionary flags=0",
                             "SecRequirementCreateWithString text=" + std::string(kClientRequirement) + " flags=0",
                             "SecCodeCheckValidity code=set flags=0 requirement=set"));
@@ -192,18 +202,20 @@ TEST_F(HelperServiceOnMac, LooksAtTheMessagesOwnCodeOnMacOS11) {
 
 struct RefusalRow {
     const char *name;
-    void (*change)(fake::Machine &);
+    const char *setting;
+    const char *value;
 };
 const RefusalRow kRefusals[] = {
-    {"OtherCode", [](fake::Machine &machine) { machine.clientSatisfiesRequirement = false; }},
-    {"NoCode", [](fake::Machine &machine) { machine.messageHasCode = false; }},
-    {"NoRequirement", [](fake::Machine &machine) { machine.requirementTextIsValid = false; }},
+    {"OtherCode", "code", "stranger"},
+    {"UnsignedCode", "code", "unsigned"},
+    {"NoCode", "message code", "unknown"},
+    {"NoRequirement", "requirement text", "refused"},
 };
 class RefusalOnMac11 : public HelperServiceOnMac, public testing::WithParamInterface<RefusalRow> {};
 
 TEST_P(RefusalOnMac11, RunsNothing) {
-    fake::machine().macOSVersion = 11;
-    GetParam().change(fake::machine());
+    macbox::set("macos", "11");
+    macbox::set(GetParam().setting, GetParam().value);
     start();
     EXPECT_TRUE(ask({{"command_to_be_execute", touch("made")}}).wasInterrupted);
     EXPECT_FALSE(exists("made"));
@@ -213,8 +225,8 @@ INSTANTIATE_TEST_SUITE_P(Refusals, RefusalOnMac11, testing::ValuesIn(kRefusals),
                          [](const auto &row) { return row.param.name; });
 
 TEST_F(HelperServiceOnMac, TellsOfAStrangerOnce) {
-    fake::machine().macOSVersion = 11;
-    fake::machine().clientSatisfiesRequirement = false;
+    macbox::set("macos", "11");
+    macbox::set("code", "stranger");
     testing::internal::CaptureStderr();
     start();
     for (int i = 0; i < 20; ++i) {
@@ -222,7 +234,7 @@ TEST_F(HelperServiceOnMac, TellsOfAStrangerOnce) {
     }
     waitForEnd();
     const std::string lines = testing::internal::GetCapturedStderr();
-    const std::string line = "Refused a client of the user 501.";
+    const std::string line = "Refused a client of the user " + std::to_string(geteuid()) + ".";
     ASSERT_NE(lines.find(line), std::string::npos);
     EXPECT_EQ(lines.find(line), lines.rfind(line));
 }

@@ -1,19 +1,18 @@
 #include "platform/privileges.h"
 
+#include "InBox.h"
+#include "box.h"
 #include "channel/message_keys.h"
 #include "platform/helper_connection.h"
-#include "recorded.h"
-#include "support/Program.h"
 
 #include <atomic>
-#include <unistd.h>
 
 using namespace kyb;
 using testing::ElementsAre;
 
 namespace {
 
-class PrivilegesOnMac : public OnFakeMac {
+class PrivilegesOnMac : public InBox {
 protected:
     const QString label_ = QString::fromLatin1(kHelperLabel);
 };
@@ -26,64 +25,60 @@ TEST_F(PrivilegesOnMac, AsksForTheRightToBlessAHelper) {
     AdministratorRights rights = nullptr;
     EXPECT_EQ(requestAdministratorRights(&rights), 0);
     EXPECT_NE(rights, nullptr);
-    EXPECT_THAT(fake::calls(), ElementsAre(kRequest));
+    EXPECT_THAT(calls(), ElementsAre(kRequest));
 }
 
-TEST_F(PrivilegesOnMac, ReturnsTheStatusOfARefusalAndLeavesTheSlotAlone) {
-    for (const OSStatus status : {-60005, -60006, -1}) {
-        fake::machine().authorizationStatus = status;
-        int marker = 0;
-        auto *rights = reinterpret_cast<AdministratorRights>(&marker);
-        EXPECT_EQ(requestAdministratorRights(&rights), status);
-        EXPECT_EQ(rights, reinterpret_cast<AdministratorRights>(&marker));
-    }
+struct RefusalRow {
+    const char *user;
+    std::int32_t status;
+};
+class RefusalOnMac : public PrivilegesOnMac, public testing::WithParamInterface<RefusalRow> {};
+
+TEST_P(RefusalOnMac, ReturnsItsStatusAndLeavesTheSlotAlone) {
+    macbox::set("user", GetParam().user);
+    int marker = 0;
+    auto *rights = reinterpret_cast<AdministratorRights>(&marker);
+    EXPECT_EQ(requestAdministratorRights(&rights), GetParam().status);
+    EXPECT_EQ(rights, reinterpret_cast<AdministratorRights>(&marker));
 }
+INSTANTIATE_TEST_SUITE_P(Users, RefusalOnMac,
+                         testing::Values(RefusalRow{"denies", -60005}, RefusalRow{"cancels", -60006},
+                                         RefusalRow{"absent", -60007}),
+                         [](const auto &row) { return row.param.user; });
 
 TEST_F(PrivilegesOnMac, BlessesInTheSystemDomainAndNeverFreesTheGrant) {
     AdministratorRights rights = nullptr;
-    PlatformError error = nullptr;
     requestAdministratorRights(&rights);
-    EXPECT_TRUE(installHelperTool(label_, rights, &error));
-    EXPECT_EQ(error, nullptr);
-    EXPECT_THAT(fake::calls(),
-                ElementsAre(kRequest, "SMJobBless domain=kSMDomainSystemLaunchd label=com.kyb.InstallerHelperTool "
-                                      "authorization=the grant error=set"));
+    EXPECT_FALSE(installHelperTool(label_, rights, nullptr)) << "a test has no helper in a bundle";
+    EXPECT_THAT(calls(), ElementsAre(kRequest, "SMJobBless domain=kSMDomainSystemLaunchd "
+                                               "label=com.kyb.InstallerHelperTool authorization=set error=null"));
 }
 
 TEST_F(PrivilegesOnMac, HandsTheErrorSlotToTheSystemAsItIs) {
-    const CFErrorRef left = fake::makeError();
-    fake::machine().blessResult = false;
-    fake::machine().blessError = left;
     PlatformError error = nullptr;
     EXPECT_FALSE(installHelperTool(label_, nullptr, &error));
-    EXPECT_EQ(error, reinterpret_cast<PlatformError>(left));
-    EXPECT_FALSE(installHelperTool(label_, nullptr, nullptr));
-    EXPECT_THAT(callsOf("SMJobBless"),
-                ElementsAre(testing::EndsWith("authorization=null error=set"), testing::EndsWith("error=null")));
-    CFRelease(left);
+    EXPECT_NE(error, nullptr);
+    EXPECT_THAT(calls(), ElementsAre(testing::EndsWith("authorization=null error=set")));
+    expectKept(1); // the error
 }
 
 TEST_F(PrivilegesOnMac, RegistersOnlyAfterTheNewsThatThereIsNoHelper) {
+    macbox::set("delay.event", "300");
     std::atomic<bool> told{false};
     const HelperConnection connection = createHelperConnection(kHelperServiceName);
     setConnectionEventHandler(connection, [&](const ConnectionEvent &) {
         told = true;
-        fake::record("event");
+        macbox::record("event");
     });
     resumeConnection(connection);
-    // The news queues up behind this, so that a registration that does not wait is the first by far.
-    dispatch_async(fake::defaultQueue(), ^{
-      while (test::stateOf(getpid()) != 'S') { // the main thread, which waits for the news
-      }
-    });
     sendMessageWithReply(connection, {{kCommandKey, "true"}}, [](const std::optional<QByteArray> &) {});
     releaseConnection(connection);
     installHelperTool(label_, nullptr, nullptr);
     EXPECT_TRUE(told);
-    const std::vector<std::string> calls = fake::calls();
-    ASSERT_GE(calls.size(), 2U);
-    EXPECT_EQ(calls[calls.size() - 2], "event");
-    EXPECT_THAT(calls.back(), testing::StartsWith("SMJobBless"));
+    const std::vector<std::string> all = calls();
+    ASSERT_GE(all.size(), 2U);
+    EXPECT_EQ(all[all.size() - 2], "event");
+    EXPECT_THAT(all.back(), testing::StartsWith("SMJobBless"));
 }
 
 } // namespace

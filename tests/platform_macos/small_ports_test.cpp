@@ -1,3 +1,5 @@
+#include "InBox.h"
+#include "box.h"
 #include "platform/activation.h"
 #include "platform/bundle.h"
 #include "platform/locale_info.h"
@@ -5,7 +7,6 @@
 #include "platform/system_log.h"
 #include "platform/system_root.h"
 #include "platform/volume.h"
-#include "recorded.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -17,7 +18,7 @@ using testing::ElementsAre;
 
 namespace {
 
-class SmallPortsOnMac : public OnFakeMac {
+class SmallPortsOnMac : public InBox {
 protected:
     QString write(const char *content) {
         const QString path = folder_.filePath(QStringLiteral("list.plist"));
@@ -31,7 +32,7 @@ protected:
 
 TEST_F(SmallPortsOnMac, AnAccessoryIsAUserInterfaceElement) {
     becomeAccessory();
-    EXPECT_THAT(fake::calls(), ElementsAre("TransformProcessType process=0:2 state=4"));
+    EXPECT_THAT(calls(), ElementsAre("TransformProcessType process=0:2 state=4"));
 }
 
 TEST_F(SmallPortsOnMac, TheBundleIsTheSystemsMainBundle) {
@@ -51,11 +52,11 @@ TEST_F(SmallPortsOnMac, TheSystemLogGetsTheMessageAsAnArgumentAndNeverAsAFormat)
     systemLog(QStringLiteral("warm"));
     countFromNow();
     systemLog(QString::fromUtf8("100 % \u00e4 %@ %s"));
-    EXPECT_EQ(fake::calls().back(), "NSLog format=%@\n argument=100 % \u00e4 %@ %s");
+    EXPECT_EQ(calls().back(), "NSLog format=%@  argument=100 % \u00e4 %@ %s");
 }
 
 TEST_F(SmallPortsOnMac, TheStartUpVolumeHasItsOwnName) {
-    fake::machine().volumeNames = {{"/", "Macintosh HD \u2013 Daten"}};
+    macbox::set("volume name", "Macintosh HD \u2013 Daten");
     EXPECT_EQ(displayName(QStringLiteral("/")), QString::fromUtf8("Macintosh HD \u2013 Daten"));
 }
 
@@ -65,7 +66,7 @@ TEST_F(SmallPortsOnMac, AVolumeThatTheSystemDoesNotKnowIsNamedByItsPath) {
 }
 
 TEST_F(SmallPortsOnMac, FreeSpaceIsWhatTheUserMayWrite) {
-    fake::machine().freeBytes = {{"/", 499'999'999'999.0}};
+    macbox::set("free bytes", "499999999999");
     EXPECT_EQ(freeBytesOnVolume(QStringLiteral("/")), 499'999'999'999.0);
 }
 
@@ -94,7 +95,7 @@ TEST_F(SmallPortsOnMac, WhatIsNoDictionaryHasNoValue) {
 class LocaleOnMac : public SmallPortsOnMac {
 protected:
     void use(const char *identifier) {
-        fake::machine().localeIdentifier = identifier;
+        macbox::set("locale", identifier);
         shortDateAndTime({}); // makes what lives as long as the process
         countFromNow();
     }
@@ -111,7 +112,7 @@ TEST_F(LocaleOnMac, AmericanEnglish) {
     EXPECT_EQ(twoDecimals(499.999999999), QStringLiteral("500.00"));
     EXPECT_EQ(twoDecimals(12345.5), QStringLiteral("12345.50"));
     EXPECT_EQ(twoDecimals(2.675), QStringLiteral("2.67"));
-    EXPECT_THAT(callsOf("CFLocaleCopyCurrent"), ElementsAre("CFLocaleCopyCurrent"));
+    EXPECT_THAT(calls("CFLocaleCopyCurrent"), ElementsAre("CFLocaleCopyCurrent"));
 }
 
 TEST_F(LocaleOnMac, German) {
@@ -122,7 +123,7 @@ TEST_F(LocaleOnMac, German) {
 }
 
 TEST_F(LocaleOnMac, LanguagesAreTheUsersInTheirOrder) {
-    fake::machine().preferredLanguages = {"zh-Hant-TW", "de_DE", "en-US", "fr"};
+    macbox::set("languages", "zh-Hant-TW de_DE en-US fr");
     EXPECT_EQ(preferredLanguages().join(u' '), QStringLiteral("zh-Hant-TW zh-TW zh-Hant zh de-DE de en-US en"));
 }
 

@@ -1,5 +1,6 @@
 #include "SilentRun.h"
 
+#include <csignal>
 #include <thread>
 #include <unistd.h>
 
@@ -14,14 +15,20 @@ const std::string kHelperInBundle = "/Library/LaunchServices/com.kyb.InstallerHe
 SilentRun::SilentRun() {
     root.makeMacRoot();
     for (char **variable = environ; *variable != nullptr; ++variable) {
-        const std::string text = *variable;
-        environment[text.substr(0, text.find('='))] = text.substr(text.find('=') + 1);
+        addVariable(*variable);
+    }
+    for (const std::string &variable : root.environment()) {
+        addVariable(variable);
     }
     environment["PATH"] = root.pathWithSudo();
-    environment["KYB_SYSTEM_ROOT"] = root.path();
     environment["LANG"] = "C.UTF-8";
     environment.erase("DISPLAY");
     environment.erase("WAYLAND_DISPLAY");
+}
+
+void SilentRun::addVariable(const std::string &assignment) {
+    const std::size_t end = assignment.find('=');
+    environment[assignment.substr(0, end)] = assignment.substr(end + 1);
 }
 
 void SilentRun::putInstaller(const Words &options) const {
@@ -29,8 +36,14 @@ void SilentRun::putInstaller(const Words &options) const {
     for (const std::string &program : {kProgramInBundle, kHelperInBundle}) {
         kyb::test::copyProgram(KYB_BUNDLE "/Contents" + program, contents + program);
     }
-    std::filesystem::create_directory_symlink(KYB_BUNDLE "/Contents/Resources", contents + "/Resources");
+    for (const char *name : {"Info.plist", "Resources"}) {
+        std::filesystem::create_symlink(std::string(KYB_BUNDLE "/Contents/") + name, contents + "/" + name);
+    }
     putPackage(options);
+}
+
+std::string SilentRun::program() const {
+    return installerFolder_ + kContents + kProgramInBundle;
 }
 
 void SilentRun::putPackage(const Words &options) const {
@@ -40,13 +53,23 @@ void SilentRun::putPackage(const Words &options) const {
 
 std::unique_ptr<SilentRun::Program> SilentRun::start(const Words &arguments) const {
     Words words = startedBy;
-    words.push_back(installerFolder_ + kContents + kProgramInBundle);
+    words.push_back(program());
     words.insert(words.end(), arguments.begin(), arguments.end());
     Words assignments;
     for (const auto &[name, value] : environment) {
         assignments.push_back(name + '=' + value);
     }
     return std::make_unique<Program>(words, assignments);
+}
+
+void SilentRun::expectToGoOn(Program &process) {
+    EXPECT_TRUE(process.isQuietFor(300));
+    process.sendSignal(SIGTERM);
+    EXPECT_EQ(process.wait(), -SIGTERM);
+}
+
+bool SilentRun::mayRaiseHardLimits() {
+    return kyb::test::runProgram({"/bin/sh", "-c", "ulimit -n 64; ulimit -n 65"}).status == 0;
 }
 
 void SilentRun::waitUntil(const std::function<bool()> &condition) {

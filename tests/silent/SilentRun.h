@@ -20,6 +20,7 @@ protected:
     /// The folder that holds the bundle. Before anything is put into it.
     void setInstallerFolder(const std::string &name) { installerFolder_ = root.beside(name); }
     std::string installerFolder() const { return installerFolder_; }
+    std::string program() const;
     std::string package() const { return installerFolder_ + "/OSX/Brelund Quorlix Driver.pkg"; }
 
     /// Puts the bundle's programs, a version list and a package made with \p options into the installer folder.
@@ -29,6 +30,12 @@ protected:
     /// Starts the program and does not wait.
     std::unique_ptr<Program> start(const Words &arguments = {"-s", "bob", "PUBLIC"}) const;
     Ran run(const Words &arguments = {"-s", "bob", "PUBLIC"}) const { return finish(*start(arguments)); }
+
+    /// Expects that a process does not end by itself, and ends it.
+    static void expectToGoOn(Program &process);
+
+    /// Whether what was lowered for good may be raised, which takes more than to be root.
+    static bool mayRaiseHardLimits();
 
     /// Looks until \p condition holds; the test's own time limit bounds it.
     static void waitUntil(const std::function<bool()> &condition);
@@ -41,5 +48,7 @@ protected:
     Words startedBy; ///< a program, with its arguments, that becomes the program
 
 private:
+    void addVariable(const std::string &assignment);
+
     std::string installerFolder_ = root.beside("Installer");
 };

@@ -26,13 +26,6 @@ protected:
         EXPECT_THAT(outcome.lastLine(), testing::EndsWith(":InstallFailed"));
         EXPECT_FALSE(root.exists(kDriver));
     }
-
-    /// Expects that a process does not end by itself, and ends it.
-    static void expectToGoOn(Program &process) {
-        EXPECT_TRUE(process.isQuietFor(300));
-        process.sendSignal(SIGTERM);
-        EXPECT_EQ(process.wait(), -SIGTERM);
-    }
 };
 
 class FailingPackage : public BadInput, public ::testing::WithParamInterface<const char *> {};
@@ -198,55 +191,6 @@ TEST_F(BadInput, AHelperThatIsKilledInTheMiddleEndsTheRunAsFailed) {
     EXPECT_TRUE(hasLogged("XPC connection interupted."));
 }
 
-TEST_F(BadInput, AHelperThatCannotBeExecutedEndsTheRunAsFailedUnlessItIsRegisteredAgain) {
-    putInstaller();
-    root.putProgram("/Library/PrivilegedHelperTools/com.kyb.InstallerHelperTool", "no program");
-    const Ran outcome = run();
-    EXPECT_TRUE(hasLogged("XPC connection interupted.")) << outcome.errors;
-    // The probe's failure comes in time for the helper to be registered again, and then all is well; or too late.
-    const bool isRegisteredAgain = hasLogged("Authorization successful");
-    EXPECT_EQ(outcome.status, isRegisteredAgain ? 0 : 1) << outcome.errors;
-    EXPECT_EQ(root.exists(kDriver), isRegisteredAgain);
-}
-
-struct NonsenseRow {
-    const char *kind;
-    const char *logged;
-};
-
-class NonsenseHelper : public BadInput, public ::testing::WithParamInterface<NonsenseRow> {};
-
-TEST_P(NonsenseHelper, EndsTheRunAsFailedWithItsText) {
-    putInstaller();
-    root.registerHelper(KYB_NONSENSE_HELPER);
-    root.write("/Library/PrivilegedHelperTools/nonsense", GetParam().kind);
-    const Ran outcome = run();
-    EXPECT_EQ(outcome.status, 1) << outcome.errors;
-    EXPECT_TRUE(hasLogged(GetParam().logged)) << outcome.errors;
-}
-
-INSTANTIATE_TEST_SUITE_P(Kinds, NonsenseHelper,
-                         ::testing::Values(NonsenseRow{"close", "XPC connection interupted."},
-                                           NonsenseRow{"half", "XPC connection interupted."},
-                                           NonsenseRow{"garbage", "Unexpected XPC connection error."},
-                                           NonsenseRow{"array", "Unexpected XPC connection error."},
-                                           NonsenseRow{"oversize", "Unexpected XPC connection error."}),
-                         [](const auto &row) { return row.param.kind; });
-
-TEST_F(BadInput, ARefusedHelperIsLoggedAndNothingIsInstalled) {
-    putInstaller();
-    environment["KYB_SYSTEM_ROOT"] = "/usr"; // it is root's, whoever runs this
-    if (geteuid() == 0) {
-        startedBy = {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
-    }
-    const auto process = start();
-    waitUntil([&process] {
-        return process->errors().find("Failed to install the Helper Tool. Error: (null)") != std::string::npos;
-    });
-    EXPECT_THAT(process->errors(), HasSubstr("Failed to create AuthorizationRef. Error code: -60005"));
-    expectToGoOn(*process);
-}
-
 TEST_F(BadInput, AFifoInEveryPlaceHoldsNobodyUp) {
     putInstaller();
     std::filesystem::remove(installerFolder() + "/OSX/macver.list");
@@ -295,11 +239,6 @@ TEST_F(BadInput, AQuitSignalEndsAProgramThatDoesNotAnswer) {
     EXPECT_EQ(process->wait(), -SIGTERM);
 }
 
-/// Whether what was lowered for good may be raised, which takes more than to be root.
-bool mayRaiseHardLimits() {
-    return kyb::test::runProgram({"/bin/sh", "-c", "ulimit -n 64; ulimit -n 65"}).status == 0;
-}
-
 TEST_F(BadInput, TheFirstCallersLimitsDoNotBindTheHelper) {
     putInstaller({"--version", "1.0", "--size", "12000000"});
     startedBy = {"/bin/sh", "-c", "ulimit -S -f 20000; ulimit -S -n 64; exec \"$@\"", "sh"}; // blocks of 512 bytes
@@ -318,37 +257,6 @@ TEST_F(BadInput, WhoeverHasStoppedReadingDoesNotHoldUpTheInstallation) {
     waitUntil([&process] { return kyb::test::stateOf(process->id()) == 'Z'; });
     EXPECT_EQ(process->wait(), 0);
     EXPECT_EQ(root.installedVersion(), "1.0");
-}
-
-/// What an installer says that the helper starts: its limits and its nice value.
-constexpr char kTellingInstaller[] = "#!/bin/sh\nroot=${0%/usr/sbin/installer}\n"
-                                     "(ulimit -S -n; ulimit -S -s; ulimit -S -f; ulimit -S -t; ulimit -S -v; "
-                                     "ulimit -S -d) >\"$root/limits\"\nnice >\"$root/nice\"\n"
-                                     "echo 'installer: The install was successful.'\n";
-
-TEST_F(BadInput, TheHelperLiftsTheLimitsThatMayBeLifted) {
-    putInstaller();
-    root.putProgram("/usr/sbin/installer", kTellingInstaller);
-    const std::string kind = mayRaiseHardLimits() ? "" : "-S ";
-    // NB: of data a thousand terabytes, or no program with the thread sanitizer would start.
-    startedBy = {"/bin/sh", "-c", "", "sh"};
-    for (const char *limit : {"-n 64", "-s 2048", "-f 4000000", "-t 4000", "-d 1000000000000"}) {
-        startedBy[2] += "ulimit " + kind + limit + "; ";
-    }
-    startedBy[2] += "exec \"$@\"";
-    EXPECT_EQ(run().status, 0);
-    EXPECT_EQ(root.read("/limits"), "1024\n8192\nunlimited\nunlimited\nunlimited\nunlimited\n");
-}
-
-TEST_F(BadInput, TheHelperOfRootIsNotNice) {
-    if (geteuid() != 0) {
-        GTEST_SKIP() << "only root can become less nice";
-    }
-    putInstaller();
-    root.putProgram("/usr/sbin/installer", kTellingInstaller);
-    startedBy = {"/usr/bin/nice", "-n", "7"};
-    EXPECT_EQ(run().status, 0);
-    EXPECT_EQ(root.read("/nice"), "0\n");
 }
 
 TEST_F(BadInput, ScreensThatCanBeShownAreAndTheProgramEndsWhenAsked) {
@@ -407,28 +315,5 @@ TEST_F(WithoutScreens, ABrokenInterfaceDescriptionIsNamed) {
     environment["QT_QPA_PLATFORM"] = "offscreen";
     EXPECT_THAT(refusal({}), HasSubstr("The interface description \"LicenseView.ui\" is broken: "));
 }
-
-struct RootRow {
-    const char *shows;
-    const char *root;
-};
-
-class BadRoot : public BadInput, public ::testing::WithParamInterface<RootRow> {};
-
-TEST_P(BadRoot, EndsAtOnceWithAClearLineAndStatusTwo) {
-    putInstaller();
-    environment["KYB_SYSTEM_ROOT"] = GetParam().root;
-    const Ran outcome = run();
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(std::ranges::count(outcome.errors, '\n'), 1) << outcome.errors;
-    EXPECT_THAT(outcome.errors, HasSubstr("KYB_SYSTEM_ROOT"));
-    EXPECT_TRUE(outcome.lines.empty());
-}
-
-INSTANTIATE_TEST_SUITE_P(Values, BadRoot,
-                         ::testing::Values(RootRow{"Relative", "usr"}, RootRow{"Missing", "/no/such/folder"},
-                                           RootRow{"AFile", "/etc/passwd"}, RootRow{"NeedsQuoting", "/tmp/a b"},
-                                           RootRow{"Empty", ""}),
-                         [](const auto &row) { return row.param.shows; });
 
 } // namespace

@@ -171,25 +171,6 @@ TEST_F(Outcome, ARunThatIsCutOffWithItsHelperHasFailedAndTheNextIsWell) {
     EXPECT_EQ(root.read("/order"), "ended\nbegins\n");
 }
 
-/// For longer than the sleep after a look that finds no progress file.
-TEST_F(Outcome, ARunThatComesAfterTheSocketIsTakenAwayWaitsForItsOwn) {
-    putInstaller();
-    root.putProgram("/usr/sbin/installer",
-                    "#!/bin/sh\nroot=${0%/usr/sbin/installer}\ntouch \"$root/waiting\"\n"
-                    "i=0; while [ $i -lt 60 ]; do echo installer:%$i; sleep 0.05; i=$((i + 1)); done\n");
-    const auto first = start();
-    waitUntil([this] { return root.exists("/waiting"); });
-    for (const auto &entry : std::filesystem::directory_iterator(root.at("/var/run"))) {
-        std::filesystem::remove(entry);
-    }
-    root.remove("/usr/sbin/installer");
-    root.putProgram("/usr/sbin/installer", "#!/bin/sh\ntouch \"${0%/usr/sbin/installer}/second\"\nexit 1\n");
-    const auto second = start();
-    EXPECT_EQ(finish(*first).status, 0);
-    EXPECT_EQ(finish(*second).status, 1);
-    EXPECT_TRUE(root.exists("/second"));
-}
-
 TEST_F(Outcome, TheInstallerHasTheTimeToTakeEverythingBackAndNothingOfItIsLeft) {
     putInstaller();
     root.putProgram("/usr/sbin/installer",

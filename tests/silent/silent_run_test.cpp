@@ -73,16 +73,6 @@ TEST_F(SilentRun, TellsTheWholeStoryInItsLog) {
     }
 }
 
-/// How many processes but a root folder's helpers name \p path, of that folder, in their command lines.
-std::ptrdiff_t processesThatName(const std::string &path, const kyb::test::RootFolder &root) {
-    const std::vector<pid_t> helpers = root.helpers();
-    return std::count_if(fs::directory_iterator("/proc"), fs::directory_iterator(), [&](const auto &entry) {
-        const pid_t process = std::atoi(entry.path().filename().c_str());
-        return process > 0 && std::find(helpers.begin(), helpers.end(), process) == helpers.end() &&
-               kyb::test::contentOf(entry.path() / "cmdline").find(path) != std::string::npos;
-    });
-}
-
 TEST_F(SilentRun, CapturesWhatTheSystemInstallersLogSaysDuringTheInstallation) {
     putInstaller();
     root.write("/var/log/install.log", "before the installation\n");
@@ -93,7 +83,7 @@ TEST_F(SilentRun, CapturesWhatTheSystemInstallersLogSaysDuringTheInstallation) {
                                                "say 'in the next log'\n"
                                                "echo 'installer: The install was successful.'\n");
     EXPECT_EQ(run().status, 0);
-    waitUntil([this] { return processesThatName(root.path(), root) == 0; });
+    waitUntil([this] { return root.processes().empty(); });
     std::ofstream(root.at("/var/log/install.log"), std::ios::app) << "after the installation\n";
     const std::string captured = root.read("/var/tmp/kyb/kyb_install.log");
     EXPECT_THAT(captured, testing::MatchesRegex("(during the installation\n)+(in the next log\n)+"));
@@ -168,7 +158,7 @@ TEST_F(SilentRun, AReaderOfTheProgressLinesMayGoAway) {
 TEST_F(SilentRun, LeavesNoProcessBehindButTheHelper) {
     putInstaller();
     run();
-    waitUntil([this] { return processesThatName(root.path(), root) == 0; });
+    waitUntil([this] { return root.processes().empty(); });
     EXPECT_EQ(root.helpers().size(), 1U);
 }
 
@@ -176,10 +166,10 @@ TEST_F(SilentRun, LeavesNoCaptureBehindWhenItIsKilled) {
     putInstaller();
     root.putProgram("/usr/sbin/installer", kWaitingInstaller);
     const auto process = start();
-    const std::string capture = "/bin/sh\0-c\0 /usr/bin/tail -n0 -F "s + root.at("/var/log/install.log");
-    waitUntil([&] { return root.exists("/waiting") && processesThatName("kill 0\0"s + capture, root) == 1; });
+    const std::string capture = "/bin/sh\0-c\0 /usr/bin/tail -n0 -F "s + root.seen("/var/log/install.log");
+    waitUntil([&] { return root.exists("/waiting") && root.processes("kill 0\0"s + capture).size() == 1; });
     process->sendSignal(SIGKILL);
-    waitUntil([this] { return processesThatName(root.at("/var/log/install.log"), root) == 0; });
+    waitUntil([this] { return root.processes(root.seen("/var/log/install.log")).empty(); });
     EXPECT_EQ(process->wait(), -SIGKILL);
     root.write("/go", "");
 }

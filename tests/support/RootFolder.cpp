@@ -2,6 +2,7 @@
 
 #include "channel/message_keys.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -10,6 +11,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+#include <unistd.h>
 
 namespace kyb::test {
 namespace fs = std::filesystem;
@@ -64,20 +66,38 @@ TempFolder::~TempFolder() {
 }
 
 RootFolder::~RootFolder() {
+    killHelpers();
+    killAll(processes()); // their commands
+    system_.reset();
     killAll(processesOf(path() + '/'));
 }
 
 void RootFolder::clear() const {
+    system_.reset();
     killAll(processesOf(path() + '/'));
     fs::remove_all(root_);
     for (const char *folder : {"/var/run", "/var/log", "/var/tmp/kyb"}) {
         fs::create_directories(at(folder));
     }
+    system_ = startSystem(path());
 }
 
 void RootFolder::makeMacRoot() const {
     fs::remove_all(root_);
     runTool({"make-macroot", path()});
+}
+
+std::vector<pid_t> RootFolder::processes(std::string_view text) const {
+    const std::vector<pid_t> others = helpers();
+    std::vector<pid_t> found;
+    for (const auto &entry : fs::directory_iterator("/proc")) {
+        const pid_t process = std::atoi(entry.path().filename().c_str());
+        if (process > 0 && process != getpid() && std::find(others.begin(), others.end(), process) == others.end() &&
+            system_->concerns(process) && contentOf(entry.path() / "cmdline").find(text) != std::string::npos) {
+            found.push_back(process);
+        }
+    }
+    return found;
 }
 
 std::string RootFolder::read(std::string_view fixedPath) const {
@@ -113,6 +133,7 @@ std::string RootFolder::helperFile() const {
 
 void RootFolder::registerHelper(const std::string &program) const {
     copyProgram(program, helperFile());
+    system_->noteHelper(program);
 }
 
 std::vector<pid_t> RootFolder::helpers() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/Program.h"
+#include "support/System.h"
 
 #include <filesystem>
 #include <string>
@@ -51,6 +52,13 @@ public:
     std::string at(std::string_view fixedPath) const { return root_.string().append(fixedPath); }
     std::filesystem::path beside(std::string_view name) const { return folder_ / name; }
 
+    /// What a program that is to run in it has in its environment, "NAME=value".
+    std::vector<std::string> environment() const { return system_->environment(); }
+    /// The name that programs know a fixed path by.
+    std::string seen(std::string_view fixedPath) const { return system_->seen(fixedPath); }
+    /// The processes of its programs but the helpers, and what they have started, whose command lines name \p text.
+    std::vector<pid_t> processes(std::string_view text = {}) const;
+
     std::string read(std::string_view fixedPath) const;
     bool exists(std::string_view fixedPath) const { return std::filesystem::exists(at(fixedPath)); }
     void remove(std::string_view fixedPath) const { std::filesystem::remove(at(fixedPath)); }
@@ -80,6 +88,7 @@ private:
 
     TempFolder folder_;
     std::filesystem::path root_;
+    mutable std::unique_ptr<System> system_; ///< begins anew with the folder
 };
 
 /// The beginning of an installer that can say TEXT: in the system installer's log, again and again until the program

@@ -38,7 +38,10 @@ private:
 
 Walk::Walk() : root("MacintoshHD", qgetenv("KYB_SCRATCH").toStdString()) {
     root.makeMacRoot();
-    qputenv("KYB_SYSTEM_ROOT", root.path().c_str());
+    for (const std::string &variable : root.environment()) {
+        const std::size_t end = variable.find('=');
+        qputenv(variable.substr(0, end).c_str(), QByteArray::fromStdString(variable.substr(end + 1)));
+    }
     qputenv("PATH", root.pathWithSudo().c_str());
     kyb::test::makePackage(package(), {"--version", "4.2.0"});
 }

@@ -54,7 +54,7 @@ void acceptTerms(User &user) {
 }
 
 TEST_F(Walk, InstallsByDraggingTheIconOntoTheDestination) {
-    const int status = walk([this](User &user) {
+    const int status = walk([&](User &user) {
         acceptTerms(user);
         user.drag(kIcon, user.centerOf(kDestination));
         user.waitForVisible(kChoice);
@@ -315,7 +315,7 @@ TEST_F(Walk, QuitIsRefusedWhileTheEngineWorks) {
         EXPECT_TRUE(installationInProgress);
         EXPECT_TRUE(user.isVisible(kProgress));
         user.onMain(
-            [this] { EXPECT_FALSE(QApplication::activeWindow() != nullptr && QApplication::activeWindow()->close()); });
+            [] { EXPECT_FALSE(QApplication::activeWindow() != nullptr && QApplication::activeWindow()->close()); });
         EXPECT_TRUE(user.isVisible(kProgress));
         root.write("/go", "");
         user.waitForVisible(kResult);

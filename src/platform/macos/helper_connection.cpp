@@ -100,17 +100,23 @@ void sendMessageWithReply(HelperConnection connection, const HelperMessage &mess
         xpc_dictionary_set_string(request, key, text.constData());
     }
     const PendingEvents::Serial pending = eventOf(connection);
-    const xpc_connection_t staying = namesProgressFile(message) ? systemConnection(connection) : nullptr;
-    if (staying != nullptr) {
-        xpc_retain(staying); // NB: for good; see the header
+    // NB: kept until the reply has been looked at, or for good; see the header. The system does not say whether the
+    // last release of a connection is an event.
+    const xpc_connection_t kept = systemConnection(connection);
+    const bool stays = namesProgressFile(message);
+    if (kept != nullptr) {
+        xpc_retain(kept);
     }
     xpc_connection_send_message_with_reply(systemConnection(connection), request, dispatch_get_main_queue(),
                                            ^(xpc_object_t reply) {
                                              connectionEvents().settle(pending);
-                                             if (staying != nullptr && !isError(reply)) {
-                                                 ignoreEvents(staying);
+                                             if (!isError(reply)) {
+                                                 ignoreEvents(kept);
                                              }
                                              replyHandler(replyText(reply));
+                                             if (!stays) {
+                                                 xpc_release(kept);
+                                             }
                                            });
     xpc_release(request);
 }

@@ -1,21 +1,18 @@
 #pragma once
 
 // Declarations of the system's dispatch interface, as far as this program uses it, written after the page "Dispatch" of
-// the system's developer documentation: dispatch_get_main_queue, dispatch_queue_create, dispatch_async, dispatch_main.
+// the system's developer documentation: dispatch_get_main_queue, dispatch_queue_create.
 
 extern "C" {
 
 using dispatch_queue_t = struct dispatch_queue_s *;
 using dispatch_queue_attr_t = struct dispatch_queue_attr_s *;
-using dispatch_block_t = void (^)();
 extern struct dispatch_queue_s _dispatch_main_q;
 
 static inline dispatch_queue_t dispatch_get_main_queue() {
     return &_dispatch_main_q;
 }
-void dispatch_async(dispatch_queue_t queue, dispatch_block_t block);
 dispatch_queue_t dispatch_queue_create(const char *label, dispatch_queue_attr_t attributes);
-[[noreturn]] void dispatch_main();
 
 } // extern "C"
 

@@ -1,11 +1,10 @@
-#include "FakeMacOS.h"
-
 #include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sys/sysctl.h>
+#include <vector>
 
 namespace {
 

@@ -59,7 +59,4 @@ void xpc_connection_send_message(xpc_connection_t connection, xpc_object_t messa
 void xpc_connection_send_message_with_reply(xpc_connection_t connection, xpc_object_t message,
                                             dispatch_queue_t replyQueue, xpc_handler_t handler);
 
-void xpc_transaction_begin();
-void xpc_transaction_end();
-
 } // extern "C"

@@ -1,5 +1,6 @@
-#include "FakeMacOS.h"
+#include "CoreFoundation.h"
 
+#include "box.h"
 #include "posix/plist_guard.h"
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <plist/plist.h>
@@ -19,6 +21,7 @@
 #include <unicode/numfmt.h>
 #include <unicode/ucnv.h>
 #include <unicode/unistr.h>
+#include <vector>
 
 namespace {
 
@@ -33,12 +36,12 @@ enum Type : CFTypeID {
     DateFormat,
     NumberFormat,
     Url,
-    Error
+    Other ///< of other interfaces
 };
 
 struct Object {
-    explicit Object(Type type) : type(type) { fake::countObject(+1); }
-    virtual ~Object() { fake::countObject(-1); }
+    explicit Object(Type type) : type(type) { macbox::countObject(+1); }
+    virtual ~Object() { macbox::countObject(-1); }
     Type type;
     std::atomic<int> references{1};
 };
@@ -113,7 +116,7 @@ Object *object(CFTypeRef any) {
 /// A constant of the system's: lives for ever and is not counted.
 template <typename T, typename... Arguments> T *constant(Arguments... arguments) {
     auto *made = new T(arguments...);
-    fake::countObject(-1);
+    macbox::countObject(-1);
     made->references = 1'000'000;
     return made;
 }
@@ -189,7 +192,7 @@ Object *fromPlist(plist_t node) {
 }
 
 icu::Locale currentLocale() {
-    const std::string &wanted = fake::machine().localeIdentifier;
+    const std::string wanted = macbox::setting("locale");
     if (!wanted.empty()) {
         return icu::Locale(wanted.c_str());
     }
@@ -203,20 +206,28 @@ std::string tagOf(std::string localeName) {
     return localeName.substr(0, localeName.find_first_of(".@"));
 }
 
-/// The test's, else the environment's: LANGUAGE, and then the language of the locale.
+/// The names between \p separator.
+std::vector<std::string> split(const std::string &list, char separator) {
+    std::vector<std::string> names;
+    std::istringstream listed(list);
+    for (std::string name; std::getline(listed, name, separator);) {
+        if (!name.empty()) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
+/// The box's, else the environment's: LANGUAGE, and then the language of the locale.
 std::vector<std::string> preferredLanguages() {
-    std::vector<std::string> languages = fake::machine().preferredLanguages;
+    std::vector<std::string> languages = split(macbox::setting("languages"), ' ');
     if (!languages.empty()) {
         return languages;
     }
-    const std::string locale = currentLocale().getName();
-    std::istringstream listed(std::getenv("LANGUAGE") != nullptr ? std::getenv("LANGUAGE") : "");
-    for (std::string name; std::getline(listed, name, ':');) {
-        if (!name.empty()) {
-            languages.push_back(tagOf(name));
-        }
+    for (const std::string &name : split(std::getenv("LANGUAGE") != nullptr ? std::getenv("LANGUAGE") : "", ':')) {
+        languages.push_back(tagOf(name));
     }
-    languages.push_back(tagOf(locale));
+    languages.push_back(tagOf(currentLocale().getName()));
     return languages;
 }
 
@@ -232,22 +243,12 @@ icu::LocalUConverterPointer openConverter(CFStringEncoding encoding) {
     return converter;
 }
 
-std::atomic<int> objects{0};
-
 } // namespace
 
-namespace fake {
+namespace macbox {
 
-int liveObjects() {
-    return objects;
-}
-
-void countObject(int change) {
-    objects += change;
-}
-
-CFErrorRef makeError() {
-    return ref<CFErrorRef>(new Object(Error));
+CFTypeRef makeOther() {
+    return ref<CFTypeRef>(new Object(Other));
 }
 
 std::string text(CFStringRef string) {
@@ -255,7 +256,7 @@ std::string text(CFStringRef string) {
     return string == nullptr ? "null" : as<Text>(string)->value.toUTF8String(utf8);
 }
 
-} // namespace fake
+} // namespace macbox
 
 extern "C" {
 
@@ -276,13 +277,7 @@ CFTypeRef CFRetain(CFTypeRef any) {
     return any;
 }
 void CFRelease(CFTypeRef any) {
-    const int before = object(any)->references--;
-    if (before < 1) {
-        std::abort();
-    }
-    if (before == 1) {
-        delete object(any);
-    }
+    macbox::releaseOne(object(any));
 }
 CFTypeID CFGetTypeID(CFTypeRef any) {
     return object(any)->type;
@@ -361,7 +356,7 @@ CFTypeID CFDictionaryGetTypeID() {
 }
 const void *CFDictionaryGetValue(CFDictionaryRef dictionary, const void *key) {
     const auto &values = as<DictionaryObject>(dictionary)->values;
-    const auto found = values.find(fake::text(static_cast<CFStringRef>(key)));
+    const auto found = values.find(macbox::text(static_cast<CFStringRef>(key)));
     return found == values.end() ? nullptr : found->second;
 }
 CFIndex CFArrayGetCount(CFArrayRef array) {
@@ -407,15 +402,12 @@ CFURLRef CFBundleCopyBundleURL(CFBundleRef) {
 }
 
 static Object *localizedName(const std::string &path) {
-    const auto named = fake::machine().volumeNames.find(path);
-    const std::string name =
-        named != fake::machine().volumeNames.end() ? named->second : path.substr(path.rfind('/') + 1);
+    const std::string name = path == "/" ? macbox::setting("volume name") : path.substr(path.rfind('/') + 1);
     return new Text(icu::UnicodeString::fromUTF8(name));
 }
-static Object *availableCapacity(const std::string &path, const struct statvfs &volume) {
-    const auto given = fake::machine().freeBytes.find(path);
-    const double bytes =
-        given != fake::machine().freeBytes.end() ? given->second : double(volume.f_bavail) * double(volume.f_frsize);
+static Object *availableCapacity(const struct statvfs &volume) {
+    const std::string given = macbox::setting("free bytes");
+    const double bytes = given.empty() ? double(volume.f_bavail) * double(volume.f_frsize) : std::stod(given);
     return new NumberObject(false, bytes, std::int64_t(bytes));
 }
 Boolean CFURLCopyResourcePropertyForKey(CFURLRef url, CFStringRef key, void *value, CFErrorRef *) {
@@ -428,14 +420,14 @@ Boolean CFURLCopyResourcePropertyForKey(CFURLRef url, CFStringRef key, void *val
     if (key == kCFURLLocalizedNameKey) {
         answer = localizedName(path);
     } else if (key == kCFURLVolumeAvailableCapacityKey) {
-        answer = availableCapacity(path, volume);
+        answer = availableCapacity(volume);
     }
     *static_cast<CFTypeRef *>(value) = answer;
     return answer != nullptr;
 }
 
 CFLocaleRef CFLocaleCopyCurrent() {
-    fake::record("CFLocaleCopyCurrent");
+    macbox::record("CFLocaleCopyCurrent");
     return ref<CFLocaleRef>(new LocaleObject(currentLocale()));
 }
 CFStringRef CFLocaleGetIdentifier(CFLocaleRef locale) {
@@ -446,7 +438,7 @@ CFStringRef CFLocaleCopyDisplayNameForPropertyValue(CFLocaleRef displayLocale, C
         return nullptr;
     }
     icu::UnicodeString name;
-    icu::Locale(fake::text(value).c_str()).getDisplayName(as<LocaleObject>(displayLocale)->locale, name);
+    icu::Locale(macbox::text(value).c_str()).getDisplayName(as<LocaleObject>(displayLocale)->locale, name);
     return ref<CFStringRef>(new Text(name));
 }
 CFArrayRef CFLocaleCopyPreferredLanguages() {
@@ -504,10 +496,10 @@ CFStringRef CFNumberFormatterCreateStringWithValue(CFAllocatorRef, CFNumberForma
 void NSLog(CFStringRef format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const std::string argument = fake::text(va_arg(arguments, CFStringRef));
+    const std::string argument = macbox::text(va_arg(arguments, CFStringRef));
     va_end(arguments);
-    fake::record("NSLog format=" + fake::text(format) + " argument=" + argument);
-    std::string line = fake::text(format);
+    macbox::record("NSLog format=" + macbox::text(format) + " argument=" + argument);
+    std::string line = macbox::text(format);
     line.replace(line.find("%@"), 2, argument);
     std::fwrite(line.data(), 1, line.size(), stderr);
 }

@@ -1,0 +1,115 @@
+#include "CoreFoundation.h"
+#include "box.h"
+#include "job.h"
+#include "signature.h"
+#include "wire.h"
+
+#include <ServiceManagement/ServiceManagement.h>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+// SMJobBless, as its page in the system's developer documentation describes it: "submits the executable for the given
+// label as a launchd job (...) if the job is already installed, true is returned" unless the executable's version has
+// risen.
+
+namespace {
+
+namespace fs = std::filesystem;
+using macbox::Signature;
+using macbox::Texts;
+
+std::string contentOf(const fs::path &path) {
+    std::ostringstream content;
+    content << std::ifstream(path, std::ios::binary).rdbuf();
+    return content.str();
+}
+
+/// The "Contents" of the program's bundle.
+fs::path contents() {
+    return fs::read_symlink("/proc/self/exe").parent_path().parent_path();
+}
+
+fs::path installedTool(const std::string &label) {
+    return macbox::root() + "/Library/PrivilegedHelperTools/" + label;
+}
+
+bool meets(const Texts &facts, const std::string &requirement) {
+    const auto read = macbox::readRequirement(requirement);
+    return read && satisfies(facts, *read);
+}
+
+/// "SMPrivilegedExecutables: a dictionary; each key is a label, each value the requirement for the tool."
+/// "SMAuthorized- Clients: an array of the requirements for those who may manage the tool."
+bool trustEachOther(const std::string &label, const Signature &tool) {
+    const auto application = macbox::signatureOf("/proc/self/exe");
+    const Texts wanted = macbox::dictionaryIn(contentOf(contents() / "Info.plist"), "SMPrivilegedExecutables");
+    if (!application || wanted.count(label) == 0 || !meets(tool.facts, wanted.at(label))) {
+        return false;
+    }
+    for (const std::string &client : macbox::textsIn(tool.sections.at("__info_plist"), "SMAuthorizedClients")) {
+        if (meets(application->facts, client)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string versionOf(const Signature &tool) {
+    return macbox::textIn(tool.sections.at("__info_plist"), "CFBundleVersion").value_or("");
+}
+
+bool isInstalled(const std::string &label, const Signature &tool) {
+    const auto installed = macbox::signatureOf(installedTool(label));
+    return installed && macbox::isNotBelow(versionOf(*installed), versionOf(tool));
+}
+
+bool install(const std::string &label, const fs::path &source) {
+    macbox::askLaunchd(macbox::root(), {"unload", label});
+    std::error_code error;
+    fs::create_directories(installedTool(label).parent_path(), error);
+    fs::remove(installedTool(label), error);
+    if (!fs::copy_file(source, installedTool(label), error)) {
+        return false;
+    }
+    fs::permissions(installedTool(label), fs::perms(0544), error);
+    return macbox::installJob(macbox::root(), label, source);
+}
+
+bool isWellFormed(const std::string &label, const Signature &tool) {
+    return tool.sections.count("__info_plist") == 1 && tool.sections.count("__launchd_plist") == 1 &&
+           macbox::textIn(tool.sections.at("__launchd_plist"), "Label") == label;
+}
+
+bool bless(const std::string &label) {
+    const fs::path source = contents() / "Library/LaunchServices" / label;
+    const auto tool = macbox::signatureOf(source);
+    if (macbox::isSet("bless", "fails") || !tool || !isWellFormed(label, *tool) || !trustEachOther(label, *tool)) {
+        return false;
+    }
+    return isInstalled(label, *tool) ? macbox::askLaunchd(macbox::root(), {"load", macbox::jobList(label)}).has_value()
+                                     : install(label, source);
+}
+
+} // namespace
+
+extern "C" {
+
+const CFStringRef kSMDomainUserLaunchd =
+    CFStringCreateWithCString(nullptr, "kSMDomainUserLaunchd", kCFStringEncodingUTF8);
+const CFStringRef kSMDomainSystemLaunchd =
+    CFStringCreateWithCString(nullptr, "kSMDomainSystemLaunchd", kCFStringEncodingUTF8);
+
+/// "outError: an output reference to a CFErrorRef describing the specific error encountered (...) This can be NULL."
+Boolean SMJobBless(CFStringRef domain, CFStringRef executableLabel, AuthorizationRef authorization, CFErrorRef *error) {
+    const std::string label = macbox::text(executableLabel);
+    macbox::record("SMJobBless domain=" + macbox::text(domain) + " label=" + label + " authorization=" +
+                   (authorization == nullptr ? "null" : "set") + " error=" + (error == nullptr ? "null" : "set"));
+    const bool isBlessed = authorization != nullptr && domain == kSMDomainSystemLaunchd && bless(label);
+    if (!isBlessed && error != nullptr) {
+        *error = reinterpret_cast<CFErrorRef>(const_cast<void *>(macbox::makeOther()));
+    }
+    return isBlessed;
+}
+
+} // extern "C"

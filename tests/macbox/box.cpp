@@ -1,0 +1,125 @@
+#include "box.h"
+
+#include "posix/file_io.h"
+
+#include <algorithm>
+#include <atomic>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <unistd.h>
+
+namespace macbox {
+namespace {
+
+struct Setting {
+    std::string_view name;
+    std::string_view value;
+};
+
+/// What the box is like unless a test says otherwise.
+constexpr Setting kDefaults[] = {
+    {"macos", "14"},              ///< the major number of the system's version
+    {"user", "grants"},           ///< who sits there: grants, cancels, denies; or absent, when nobody can be asked
+    {"mismatch", "interrupted"},  ///< what a client hears whose code a peer refuses: interrupted, or nothing
+    {"last release", "silent"},   ///< whether the last release of a connection raises an event: silent, or invalid
+    {"error order", "event"},     ///< which comes first when a peer has gone: the event, or the error for the reply
+    {"no program", "invalid"},    ///< what a client hears of a job whose program is missing: invalid, or nothing
+    {"respawn", "0"},             ///< milliseconds from one start of a job to the next; 10,000 on a Mac
+    {"exit timeout", "20000"},    ///< milliseconds from a job's SIGTERM to its SIGKILL
+    {"connections", "made"},      ///< whether connections can be made: made, or null
+    {"requirement", "set"},       ///< whether a peer's requirement can be set: set, or refused
+    {"requirement text", "read"}, ///< whether a requirement's text can be read: read, or refused
+    {"code", "own"},              ///< what a client is signed with: its own signature, a stranger's, or unsigned
+    {"message code", "known"},    ///< whether a message's code can be told: known, or unknown
+    {"bless", "works"},           ///< whether a helper can be put in its place: works, or fails
+    {"power", "granted"},         ///< whether an assertion can be had: granted, or refused
+    {"check in", "job"},          ///< who gets a service: its job only, or anybody
+    {"locale", ""},               ///< empty: the environment's
+    {"languages", ""},            ///< likewise
+    {"volume name", "Macintosh HD"},
+    {"free bytes", ""}, ///< empty: what is free here
+};
+
+std::string_view defaultOf(std::string_view name) {
+    for (const Setting &each : kDefaults) {
+        if (each.name == name) {
+            return each.value;
+        }
+    }
+    return {};
+}
+
+std::string nameOfThisProgram() {
+    std::error_code none;
+    return std::filesystem::read_symlink("/proc/self/exe", none).filename().string();
+}
+
+std::atomic<int> objects{0};
+
+} // namespace
+
+std::string root() {
+    const char *folder = std::getenv("KYB_MACBOX");
+    return folder == nullptr ? std::string() : folder;
+}
+
+std::string ownFile(std::string_view name) {
+    return root() + ".macbox/" + std::string(name);
+}
+
+std::string setting(std::string_view name) {
+    std::ifstream settings(ownFile("settings"));
+    for (std::string line; std::getline(settings, line);) {
+        if (line.starts_with(name) && line[name.size()] == '=') {
+            return line.substr(name.size() + 1);
+        }
+    }
+    return std::string(defaultOf(name));
+}
+
+void set(std::string_view name, std::string_view value) {
+    std::ostringstream settings; // the first line counts
+    settings << name << '=' << value << '\n' << std::ifstream(ownFile("settings")).rdbuf();
+    kyb::replaceFile(ownFile("settings"), settings.str(), {.mode = 0644});
+}
+
+bool isSet(std::string_view name, std::string_view value) {
+    return setting(name) == value;
+}
+
+std::chrono::milliseconds milliseconds(std::string_view name) {
+    return std::chrono::milliseconds(std::atoi(setting(name).c_str()));
+}
+
+void delayAt(std::string_view crossing) {
+    std::this_thread::sleep_for(milliseconds("delay." + std::string(crossing)));
+}
+
+void record(std::string_view call) {
+    if (root().empty()) {
+        return;
+    }
+    static const std::string program = nameOfThisProgram();
+    std::string line = program + ": " + std::string(call);
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    line += '\n';
+    const int journal = open(ownFile("journal").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    [[maybe_unused]] const ssize_t ignored = write(journal, line.data(), line.size());
+    close(journal);
+}
+
+int liveObjects() {
+    return objects;
+}
+
+void countObject(int change) {
+    objects += change;
+}
+
+} // namespace macbox
+
+extern "C" bool kybMacBoxAtLeast(int version) {
+    return std::atoi(macbox::setting("macos").c_str()) >= version;
+}

@@ -1,0 +1,363 @@
+// Whole runs on a Mac that is played: what the program, the helper and the system say to each other, and each of the
+// turns that the system's documentation leaves open.
+
+#include "SilentRun.h"
+
+#include "box.h"
+#include "signature.h"
+#include "wire.h"
+
+#include <random>
+#include <sstream>
+#include <thread>
+
+namespace {
+
+using namespace std::string_literals;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+constexpr char kProgram[] = "BrelundQuorlixInstaller";
+constexpr char kHelper[] = "com.kyb.InstallerHelperTool";
+
+constexpr char kFailingInstaller[] = "#!/bin/sh\necho 'installer: The install failed. (x)'\nexit 1\n";
+
+constexpr char kSlowInstaller[] = "#!/bin/sh\nfor i in 1 2 3 4 5 6 7 8; do echo installer:%$i; sleep 0.4; done\n"
+                                  "echo 'installer: The install was successful.'\n";
+constexpr char kFastInstaller[] = "#!/bin/sh\necho 'installer: The install was successful.'\n";
+constexpr char kSlowFailingInstaller[] = "#!/bin/sh\nsleep 3\necho 'installer: The install failed. (x)'\nexit 1\n";
+
+class MacRun : public SilentRun {
+protected:
+    MacRun() { setenv("KYB_MACBOX", root.path().c_str(), 1); }
+
+    /// What \p program asked the system for, in order.
+    static std::vector<std::string> calls(const std::string &program, const std::string &prefix = {}) {
+        const std::string speaker = program + ": ";
+        std::vector<std::string> found;
+        std::istringstream journal(kyb::test::contentOf(macbox::ownFile("journal")));
+        for (std::string line; std::getline(journal, line);) {
+            if (line.starts_with(speaker + prefix) && line.find(": NSLog ") == std::string::npos) {
+                found.push_back(line.substr(speaker.size()));
+            }
+        }
+        return found;
+    }
+
+    void putSystemInstaller(const char *script) const { root.putProgram("/usr/sbin/installer", script); }
+
+    std::string helperInBundle() const {
+        return installerFolder() + "/Brelund Quorlix Installer.app/Contents/Library/LaunchServices/" + kHelper;
+    }
+
+    /// Signs the program at \p path again, with one fact of its signature changed.
+    static void signWith(const std::string &path, const std::string &fact, const std::string &value) {
+        macbox::Signature signature = macbox::signatureOf(path).value();
+        signature.facts[fact] = value;
+        ASSERT_TRUE(macbox::sign(path, signature));
+    }
+
+    /// The same, with another version of the helper.
+    static void signWithVersion(const std::string &path, const std::string &version) {
+        macbox::Signature signature = macbox::signatureOf(path).value();
+        std::string &info = signature.sections["__info_plist"];
+        const std::string before = "<string>" + macbox::textIn(info, "CFBundleVersion").value() + "</string>";
+        const std::size_t at = info.find(before, info.find("CFBundleVersion"));
+        info.replace(at, before.size(), "<string>" + version + "</string>");
+        ASSERT_TRUE(macbox::sign(path, signature));
+    }
+
+    std::string installedHelpersVersion() const {
+        const auto signature = macbox::signatureOf(root.helperFile());
+        return signature ? macbox::textIn(signature->sections.at("__info_plist"), "CFBundleVersion").value_or("") : "";
+    }
+};
+
+TEST_F(MacRun, TheProgramAsksAFreshMacInThisOrder) {
+    putInstaller();
+    ASSERT_EQ(run().status, 0);
+    const std::vector<std::string> create{
+        "xpc_connection_create_mach_service name=com.kyb.HelperTool.xpc queue=null flags=2",
+        "xpc_connection_set_event_handler connection", "xpc_connection_resume connection"};
+    const std::string send = "xpc_connection_send_message_with_reply connection message={command_to_be_execute=";
+    EXPECT_THAT(
+        calls(kProgram),
+        ElementsAre(
+            "CFLocaleCopyCurrent", "TransformProcessType process=0:2 state=4", //
+            create[0], create[1], create[2], send + "ls /Applications/} queue=main",
+            "AuthorizationCreate rights=[{name=com.apple.ServiceManagement.blesshelper valueLength=0 value=null "
+            "flags=0}] environment=null flags=19 slot=null",
+            "SMJobBless domain=kSMDomainSystemLaunchd label=com.kyb.InstallerHelperTool authorization=set "
+            "error=set",
+            create[0], create[1], create[2],
+            send + "/usr/sbin/installer -pkg \"" + package() + "\" -target / -verboseR, " +
+                "installerlog_file_path=/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log} queue=main"));
+}
+
+TEST_F(MacRun, TheHelperAsksForItsServiceAndAnswersItsClientInThisOrder) {
+    putInstaller();
+    putSystemInstaller(kSlowInstaller);
+    ASSERT_EQ(run().status, 0);
+    ASSERT_EQ(run().status, 0); // with a probe that is answered
+    const std::vector<std::string> all = calls(kHelper);
+    ASSERT_GE(all.size(), 8U);
+    const std::vector<std::string> listens(all.begin(), all.begin() + 4);
+    EXPECT_THAT(listens, ElementsAre("dispatch_queue_create label=com.kyb.HelperTool.xpc attributes=null",
+                                     "xpc_connection_create_mach_service name=com.kyb.HelperTool.xpc queue=own flags=1",
+                                     "xpc_connection_set_event_handler listener", "xpc_connection_resume listener"));
+    const std::vector<std::string> admits(all.begin() + 4, all.begin() + 8);
+    EXPECT_THAT(
+        admits,
+        ElementsAre(StartsWith("xpc_connection_set_peer_code_signing_requirement peer requirement=anchor apple "),
+                    "xpc_connection_set_target_queue peer queue=own", "xpc_connection_set_event_handler peer",
+                    "xpc_connection_resume peer"));
+    EXPECT_THAT(all,
+                Contains("xpc_connection_send_message peer message={reply=Command finished with status 0}").Times(2));
+}
+
+TEST_F(MacRun, ASecondRunAsksNobody) {
+    putInstaller();
+    ASSERT_EQ(run().status, 0);
+    ASSERT_EQ(run().status, 0);
+    EXPECT_EQ(calls(kProgram, "AuthorizationCreate").size(), 1U);
+    EXPECT_EQ(calls(kProgram, "SMJobBless").size(), 1U);
+    EXPECT_TRUE(hasLogged("Received response: Command finished with status 0."));
+}
+
+TEST_F(MacRun, TheHelpersLogLiesWhereItsJobSays) {
+    putInstaller();
+    putSystemInstaller(kFastInstaller);
+    ASSERT_EQ(run().status, 0);
+    EXPECT_THAT(root.read("/var/log/com.kyb.InstallerHelperTool.log"), HasSubstr("Command finished with status 0"));
+    EXPECT_EQ(root.read("/Library/LaunchDaemons/com.kyb.InstallerHelperTool.plist").find("KYB"), std::string::npos);
+}
+
+TEST_F(MacRun, AHelperThatWasKilledIsStartedAgainWhenItIsAskedFor) {
+    putInstaller();
+    putSystemInstaller(kFastInstaller);
+    ASSERT_EQ(run().status, 0);
+    root.killHelpers();
+    EXPECT_EQ(run().status, 0);
+    EXPECT_EQ(calls("macbox_launchd", "start ").size(), 2U);
+    EXPECT_EQ(calls(kProgram, "SMJobBless").size(), 1U);
+}
+
+/// The system starts a job no more often than every ten seconds.
+TEST_F(MacRun, AHelperThatMayNotStartYetIsWaitedFor) {
+    putInstaller();
+    putSystemInstaller(kFailingInstaller);
+    macbox::set("respawn", "10000");
+    ASSERT_EQ(run().status, 1);
+    root.killHelpers();
+    putSystemInstaller(kFastInstaller);
+    EXPECT_EQ(run().status, 0);
+    putSystemInstaller(kFailingInstaller);
+    root.killHelpers();
+    EXPECT_EQ(run().status, 1);
+}
+
+// ---- Who sits there
+
+struct UserRow {
+    const char *user;
+    const char *logged;
+};
+class MacUser : public MacRun, public testing::WithParamInterface<UserRow> {};
+
+TEST_P(MacUser, WhoDoesNotGrantItIsToldAndNothingIsInstalled) {
+    putInstaller();
+    macbox::set("user", GetParam().user);
+    const auto process = start();
+    waitUntil([this] { return hasLogged("Failed to install the Helper Tool. Error: (null)"); });
+    EXPECT_TRUE(hasLogged(GetParam().logged));
+    expectToGoOn(*process);
+    EXPECT_FALSE(root.exists("/Library/PrivilegedHelperTools/com.kyb.InstallerHelperTool"));
+    EXPECT_THAT(calls(kProgram, "SMJobBless"), IsEmpty());
+}
+INSTANTIATE_TEST_SUITE_P(Users, MacUser,
+                         testing::Values(UserRow{"cancels", "Failed to create AuthorizationRef. Error code: -60006"},
+                                         UserRow{"denies", "Failed to create AuthorizationRef. Error code: -60005"},
+                                         UserRow{"absent", "Failed to create AuthorizationRef. Error code: -60007"}),
+                         [](const auto &row) { return row.param.user; });
+
+TEST_F(MacRun, AUserWhoTakesHisTimeIsWaitedFor) {
+    putInstaller();
+    putSystemInstaller(kFastInstaller);
+    macbox::set("delay.user", "5000");
+    EXPECT_EQ(run().status, 0);
+}
+
+// ---- Who trusts whom
+
+struct SignatureRow {
+    const char *shows;
+    bool isHelpers;
+    const char *fact;
+    const char *value;
+};
+class MacSignature : public MacRun, public testing::WithParamInterface<SignatureRow> {};
+
+/// The helper and the program that do not trust each other: the system registers no helper.
+TEST_P(MacSignature, OfAnotherMakerIsNotTrusted) {
+    putInstaller();
+    signWith(GetParam().isHelpers ? helperInBundle() : program(), GetParam().fact, GetParam().value);
+    const auto process = start();
+    waitUntil([this] { return hasLogged("Failed to install the Helper Tool. Error: (null)"); });
+    expectToGoOn(*process);
+    EXPECT_FALSE(root.exists("/Library/PrivilegedHelperTools/com.kyb.InstallerHelperTool"));
+}
+INSTANTIATE_TEST_SUITE_P(
+    Facts, MacSignature,
+    testing::Values(SignatureRow{"HelpersTeam", true, "certificate leaf[subject.OU]", "XY98ZW76VU"},
+                    SignatureRow{"HelpersName", true, "identifier", "com.example.helper"},
+                    SignatureRow{"HelpersAnchor", true, "anchor", "another"},
+                    SignatureRow{"ProgramsTeam", false, "certificate leaf[subject.OU]", "XY98ZW76VU"},
+                    SignatureRow{"ProgramsName", false, "identifier", "com.example.program"},
+                    SignatureRow{"ProgramsAnchor", false, "anchor", "another"}),
+    [](const auto &row) { return row.param.shows; });
+
+struct StrangerRow {
+    const char *macos;
+    const char *mismatch;
+    const char *code;
+};
+class MacStranger : public MacRun, public testing::WithParamInterface<StrangerRow> {};
+
+/// A helper that is there serves no program but its own. What a refused program hears is the system's business.
+TEST_P(MacStranger, IsServedByNoHelper) {
+    putInstaller();
+    putSystemInstaller("#!/bin/sh\ntouch \"${0%/usr/sbin/installer}/ran\"\n");
+    root.registerHelper(helperInBundle());
+    macbox::set("macos", GetParam().macos);
+    macbox::set("mismatch", GetParam().mismatch);
+    macbox::set("code", GetParam().code);
+    const auto process = start();
+    if (GetParam().mismatch == "nothing"s) { // nothing ends the run
+        waitUntil([this] { return hasLogged("Installing " + package()); });
+        std::this_thread::sleep_for(std::chrono::seconds(3));
+        EXPECT_NE(kyb::test::stateOf(process->id()), 'Z');
+    } else {
+        EXPECT_EQ(finish(*process).status, 1);
+        EXPECT_TRUE(hasLogged("XPC connection interupted."));
+    }
+    EXPECT_FALSE(root.exists("/ran"));
+}
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, MacStranger,
+    testing::Values(StrangerRow{"11", "interrupted", "stranger"}, StrangerRow{"11", "interrupted", "unsigned"},
+                    StrangerRow{"14", "interrupted", "stranger"}, StrangerRow{"14", "interrupted", "unsigned"},
+                    StrangerRow{"14", "nothing", "stranger"}),
+    [](const auto &row) { return std::string("MacOS") + row.param.macos + row.param.code + row.param.mismatch; });
+
+struct VersionRow {
+    const char *shows;
+    const char *installed;
+    const char *shipped;
+    const char *left;
+};
+class MacVersion : public MacRun, public testing::WithParamInterface<VersionRow> {};
+
+/// A helper that does not answer the probe is registered again, and replaced when the one in the bundle is newer.
+TEST_P(MacVersion, OfTheHelperDecidesWhetherItIsReplaced) {
+    putInstaller();
+    putSystemInstaller(kFastInstaller);
+    signWithVersion(helperInBundle(), GetParam().installed);
+    root.registerHelper(helperInBundle());
+    signWithVersion(helperInBundle(), GetParam().shipped);
+    macbox::askLaunchd(root.path(), {"unload", kHelper});                // as an administrator may have done
+    environment["KYB_MACBOX_SLOW_LOOK"] = "/PrivilegedHelperTools/=500"; // the probe's failure comes before it
+    EXPECT_EQ(run().status, 0);
+    EXPECT_EQ(installedHelpersVersion(), GetParam().left);
+}
+INSTANTIATE_TEST_SUITE_P(Rows, MacVersion,
+                         testing::Values(VersionRow{"Older", "3", "4", "4"}, VersionRow{"Same", "4", "4", "4"},
+                                         VersionRow{"Newer", "10", "9", "10"},
+                                         VersionRow{"OlderByDigits", "9", "10", "10"}),
+                         [](const auto &row) { return row.param.shows; });
+
+// ---- What the documentation leaves open
+
+struct TurnRow {
+    const char *setting;
+    const char *value;
+};
+class MacTurn : public MacRun, public testing::WithParamInterface<TurnRow> {};
+
+TEST_P(MacTurn, ChangesNoOutcome) {
+    putInstaller();
+    macbox::set(GetParam().setting, GetParam().value);
+    putSystemInstaller(kFastInstaller);
+    EXPECT_EQ(run().status, 0);
+    EXPECT_EQ(run().status, 0);
+    putSystemInstaller(kFailingInstaller);
+    EXPECT_EQ(run().status, 1);
+    root.killHelpers();
+    putSystemInstaller(kFastInstaller);
+    EXPECT_EQ(run().status, 0);
+}
+INSTANTIATE_TEST_SUITE_P(Turns, MacTurn,
+                         testing::Values(TurnRow{"last release", "invalid"}, TurnRow{"error order", "reply"},
+                                         TurnRow{"macos", "11"}, TurnRow{"mismatch", "nothing"}),
+                         [](const auto &row) {
+                             std::string name = std::string(row.param.setting) + row.param.value;
+                             std::erase(name, ' ');
+                             return name;
+                         });
+
+struct DelayRow {
+    const char *crossing;
+    int milliseconds;
+};
+class MacDelay : public MacRun, public testing::WithParamInterface<DelayRow> {};
+
+TEST_P(MacDelay, ChangesNoOutcome) {
+    putInstaller();
+    macbox::set(std::string("delay.") + GetParam().crossing, std::to_string(GetParam().milliseconds));
+    putSystemInstaller(kFastInstaller);
+    EXPECT_EQ(run().status, 0);
+    putSystemInstaller(kFailingInstaller);
+    EXPECT_EQ(run().status, 1);
+}
+INSTANTIATE_TEST_SUITE_P(Crossings, MacDelay,
+                         testing::Values(DelayRow{"connection", 100}, DelayRow{"connection", 1000},
+                                         DelayRow{"connection", 5000}, DelayRow{"message", 100},
+                                         DelayRow{"message", 1000}, DelayRow{"message", 5000}, DelayRow{"reply", 100},
+                                         DelayRow{"reply", 1000}, DelayRow{"reply", 5000}, DelayRow{"event", 100},
+                                         DelayRow{"event", 1000}, DelayRow{"event", 5000}, DelayRow{"departure", 100},
+                                         DelayRow{"departure", 1000}, DelayRow{"departure", 5000},
+                                         DelayRow{"file", 100}, DelayRow{"file", 1000}, DelayRow{"file", 5000}),
+                         [](const auto &row) { return row.param.crossing + std::to_string(row.param.milliseconds); });
+
+// ---- Many
+
+class ManyMacRuns : public MacRun, public testing::WithParamInterface<unsigned> {};
+
+/// Good and failing ones, fast and slow, with a helper that runs, one that does not, and none.
+TEST_P(ManyMacRuns, AllEndWithTheTrueOutcome) {
+    constexpr int kRuns = 20;
+    const struct {
+        const char *installer;
+        int status;
+    } kInstallers[] = {{kFastInstaller, 0}, {kSlowInstaller, 0}, {kFailingInstaller, 1}, {kSlowFailingInstaller, 1}};
+    putInstaller();
+    std::mt19937 random(GetParam());
+    for (int i = 0; i < kRuns; ++i) {
+        const auto &installer = kInstallers[random() % std::size(kInstallers)];
+        putSystemInstaller(installer.installer);
+        const auto helper = random() % 3;
+        if (helper > 0) {
+            root.killHelpers();
+        }
+        if (helper > 1) {
+            root.remove("/Library/PrivilegedHelperTools/com.kyb.InstallerHelperTool");
+        }
+        const Ran outcome = run();
+        ASSERT_EQ(outcome.status, installer.status) << "run " << i << ", helper " << helper << ": " << outcome.errors;
+    }
+}
+INSTANTIATE_TEST_SUITE_P(Seeds, ManyMacRuns, testing::Range(1U, 11U));
+
+} // namespace
