@@ -203,6 +203,9 @@ class FleetPackage(unittest.TestCase):
         self.output.rmdir()
         os.mkfifo(self.bundle / "Contents/fifo")
         self.assert_refused(self.run_tool(), "Contents/fifo is no file that can be read")
+        (self.bundle / "Contents/fifo").unlink()
+        self.spoil("the driver/macver.list", target="/proc/version")  # which is longer than it says
+        self.assert_refused(self.run_tool(), "macver.list was changed while it was read")
 
     def assert_refused(self, run, complaint):
         self.assertEqual(run.returncode, 1)
