@@ -9,6 +9,7 @@ namespace {
 constexpr std::uint64_t kUniversalMagic = 0xCAFEBABE;
 constexpr std::uint64_t kProgramMagic = 0xFEEDFACF;
 constexpr std::uint64_t kProgramHeaderBytes = 32;
+constexpr std::uint64_t kCommandHeaderBytes = 8;
 constexpr std::uint64_t kSegmentCommand = 0x19;
 constexpr std::uint64_t kSegmentHeaderBytes = 72;
 constexpr std::uint64_t kSectionBytes = 80;
@@ -65,16 +66,16 @@ std::optional<std::string_view> machSection(std::string_view file, std::string_v
     if (littleEndian(part(program, 0, 4)) != kProgramMagic) {
         return found;
     }
-    std::uint64_t at = kProgramHeaderBytes;
-    for (std::uint64_t left = littleEndian(part(program, 16, 4)); left > 0 && !found; --left) {
-        const std::string_view command = part(program, at, littleEndian(part(program, at + 4, 4)));
-        if (command.size() < 8) {
+    std::string_view commands = part(program, kProgramHeaderBytes, littleEndian(part(program, 20, 4)));
+    while (!commands.empty() && !found) {
+        const std::string_view command = part(commands, 0, littleEndian(part(commands, 4, 4)));
+        if (command.size() < kCommandHeaderBytes) {
             return found;
         }
         if (littleEndian(command.substr(0, 4)) == kSegmentCommand) {
             found = sectionOfSegment(program, command, segment, section);
         }
-        at += command.size();
+        commands.remove_prefix(command.size());
     }
     return found;
 }

@@ -41,8 +41,9 @@ std::string program(const std::vector<Section> &sections, std::uint64_t magic = 
         contents += section.content;
         at += section.content.size();
     }
-    return number(magic, 4) + std::string(12, '\0') + number(2, 4) + std::string(12, '\0') + other + number(0x19, 4) +
-           number(segmentBytes, 4) + name("__TEXT") + std::string(48, '\0') + headers + contents;
+    return number(magic, 4) + std::string(12, '\0') + number(2, 4) + number(other.size() + segmentBytes, 4) +
+           std::string(8, '\0') + other + number(0x19, 4) + number(segmentBytes, 4) + name("__TEXT") +
+           std::string(48, '\0') + headers + contents;
 }
 
 std::string universal(const std::string &first, const std::string &second) {
@@ -97,13 +98,15 @@ TEST(MachSection, IsNotReadOutOfAFileThatIsCutOff) {
 }
 
 TEST(MachSection, IsLookedForOnlyAsFarAsTheCommandsCanBeRead) {
-    std::string file = program(kSections);
-    file.replace(16, 4, number(0xFFFFFFFF, 4));
-    EXPECT_EQ(jobOf(file), "<job/>");
-    file.replace(36, 4, number(0, 4)); // the first command's size
-    EXPECT_EQ(jobOf(file), std::nullopt);
-    file.replace(36, 4, number(0xFFFFFFFF, 4));
-    EXPECT_EQ(jobOf(file), std::nullopt);
+    constexpr std::size_t allCommandsBytes = 20;
+    constexpr std::size_t firstCommandBytes = 36;
+    for (const std::size_t place : {allCommandsBytes, firstCommandBytes}) {
+        for (const std::uint64_t bytes : {0U, 7U, 0xFFFFFFFFU}) {
+            std::string file = program(kSections);
+            file.replace(place, 4, number(bytes, 4));
+            EXPECT_EQ(jobOf(file), std::nullopt) << place << ", " << bytes;
+        }
+    }
 }
 
 } // namespace kyb::macroot
