@@ -1,7 +1,7 @@
 #include "mach_section.h"
 
 #include <cstdint>
-#include <ranges>
+#include <numeric>
 
 namespace kyb::macroot {
 namespace {
@@ -19,20 +19,16 @@ std::string_view part(std::string_view bytes, std::uint64_t at, std::uint64_t le
     return at <= bytes.size() && length <= bytes.size() - at ? bytes.substr(at, length) : std::string_view();
 }
 
+std::uint64_t withByte(std::uint64_t value, char byte) {
+    return value << 8U | static_cast<unsigned char>(byte);
+}
+
 std::uint64_t bigEndian(std::string_view bytes) {
-    std::uint64_t value = 0;
-    for (const char byte : bytes) {
-        value = value << 8U | static_cast<unsigned char>(byte);
-    }
-    return value;
+    return std::accumulate(bytes.begin(), bytes.end(), std::uint64_t{0}, withByte);
 }
 
 std::uint64_t littleEndian(std::string_view bytes) {
-    std::uint64_t value = 0;
-    for (const char byte : bytes | std::views::reverse) {
-        value = value << 8U | static_cast<unsigned char>(byte);
-    }
-    return value;
+    return std::accumulate(bytes.rbegin(), bytes.rend(), std::uint64_t{0}, withByte);
 }
 
 // Names fill 16 bytes, with zeros behind them.
