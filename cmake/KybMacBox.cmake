@@ -21,5 +21,5 @@ function(kyb_sign_bundle)
       AB12CD34EF "${lists}/HelperInfo.plist" "__info_plist=${lists}/HelperInfo.plist"
       "__launchd_plist=${lists}/launchd.plist"
     VERBATIM)
-  add_dependencies(signed_bundle bundle macbox_sign macbox_launchd macbox_view)
+  add_dependencies(signed_bundle bundle macbox_sign macbox_launchctl macbox_launchd macbox_view)
 endfunction()

@@ -8,7 +8,8 @@
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
-#include <optional>
+#include <limits>
+#include <numeric>
 #include <pugixml.hpp>
 #include <random>
 #include <set>
@@ -40,17 +41,13 @@ WriteArchive newWriteArchive() {
     return writer ? std::move(writer) : throw std::bad_alloc();
 }
 
-std::string readWholeFile(const std::string &path) {
-    const std::optional<std::string> content = readAll(openRegularFile(path, O_RDONLY).get(), kNoLimit);
-    return content ? *content : throw std::runtime_error(path + " cannot be read");
+std::int64_t sizeOf(int file, const std::string &name) {
+    struct stat found = {};
+    return fstat(file, &found) == 0 ? found.st_size : throw std::runtime_error(name + " cannot be read");
 }
 
 std::int64_t sizeOf(const PackageMember &member) {
-    struct stat found = {};
-    if (member.file < 0) {
-        return static_cast<std::int64_t>(member.text.size());
-    }
-    return fstat(member.file, &found) == 0 ? found.st_size : throw std::runtime_error(member.name);
+    return member.file < 0 ? static_cast<std::int64_t>(member.text.size()) : sizeOf(member.file, member.name);
 }
 
 void writeBytes(archive *writer, std::string_view bytes) {
@@ -59,14 +56,25 @@ void writeBytes(archive *writer, std::string_view bytes) {
     }
 }
 
-void writeContent(archive *writer, const PackageMember &member) {
-    writeBytes(writer, member.text);
+/// Hands a whole file on, from its beginning; \p name is for messages.
+void eachBlock(int file, const std::string &name, const std::function<void(std::string_view)> &use) {
     std::array<char, kBlockBytes> block; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by each read
+    const std::int64_t size = sizeOf(file, name);
     off_t offset = 0;
     ssize_t got = 0;
-    while (member.file >= 0 && (got = pread(member.file, block.data(), block.size(), offset)) > 0) {
-        writeBytes(writer, {block.data(), static_cast<std::size_t>(got)});
+    while ((got = pread(file, block.data(), block.size(), offset)) > 0) {
+        use({block.data(), static_cast<std::size_t>(got)});
         offset += got;
+    }
+    if (got < 0 || offset != size) {
+        throw std::runtime_error(name + (got < 0 ? " cannot be read" : " was changed while it was read"));
+    }
+}
+
+void writeContent(archive *writer, const PackageMember &member) {
+    writeBytes(writer, member.text);
+    if (member.file >= 0) {
+        eachBlock(member.file, member.name, [writer](std::string_view bytes) { writeBytes(writer, bytes); });
     }
 }
 
@@ -94,6 +102,28 @@ void writeMembers(archive *writer, const std::vector<PackageMember> &members) {
         }
         addMember(writer, newEntry(member.name, AE_IFREG, 0644, sizeOf(member)));
         writeContent(writer, member);
+    }
+}
+
+off_t bytesOfTable(int file, const std::string &name) {
+    std::array<unsigned char, 8> field{};
+    if (pread(file, field.data(), field.size(), 8) != std::ssize(field)) {
+        throw std::runtime_error(name + " cannot be read");
+    }
+    return std::accumulate(field.begin(), field.end(), off_t{0},
+                           [](off_t value, unsigned char byte) { return value * 256 + byte; });
+}
+
+// NB: libarchive copies more of its temporary file than the members: as much again as the checksum of the table.
+void cutSurplus(const std::string &path, const std::vector<PackageMember> &members) {
+    constexpr off_t kHeaderBytes = 28;
+    constexpr off_t kChecksumBytes = 20;
+    const UniqueFd file = openRegularFile(path, O_RDWR);
+    const off_t end =
+        std::accumulate(members.begin(), members.end(), kHeaderBytes + bytesOfTable(file.get(), path) + kChecksumBytes,
+                        [](off_t sum, const PackageMember &member) { return sum + sizeOf(member); });
+    if (ftruncate(file.get(), end) != 0) {
+        throw std::runtime_error(path + " cannot be finished");
     }
 }
 
@@ -142,11 +172,25 @@ PayloadWriter::PayloadWriter() : file_(unnamedFile()), writer_(newWriteArchive()
 }
 
 void PayloadWriter::begin(const ArchiveEntry &entry) {
+    const std::int64_t size = archive_entry_size(entry.get());
+    if (size > std::numeric_limits<std::uint32_t>::max()) {
+        throw std::runtime_error(entryPath(entry.get()) + " is too large: it has more than 4 GiB");
+    }
+    if (archive_entry_ino64(entry.get()) == 0) {
+        archive_entry_set_ino64(entry.get(), 1); // any: libarchive numbers the items, but those alone that have one
+    }
     check(archive_write_header(writer_.get(), entry.get()), writer_.get(), "payload");
+    items_.push_back({.path = entryPath(entry.get()),
+                      .mode = archive_entry_mode(entry.get()),
+                      .modified = static_cast<std::uint32_t>(archive_entry_mtime(entry.get())),
+                      .sizeBytes = static_cast<std::uint32_t>(size),
+                      .checksum = {},
+                      .linkTarget = {}});
 }
 
 void PayloadWriter::write(std::string_view bytes) {
     writeBytes(writer_.get(), bytes);
+    items_.back().checksum.add(bytes);
 }
 
 void PayloadWriter::addFolder(const std::string &path, mode_t mode) {
@@ -162,6 +206,9 @@ void PayloadWriter::addSymbolicLink(const std::string &path, const std::string &
     const ArchiveEntry entry = newEntry(path, AE_IFLNK, 0755, 0);
     archive_entry_set_symlink(entry.get(), target.c_str());
     begin(entry);
+    items_.back().sizeBytes = static_cast<std::uint32_t>(target.size());
+    items_.back().checksum.add(target);
+    items_.back().linkTarget = target;
 }
 
 void PayloadWriter::addLinkedFiles(const std::string &path, const std::string &secondPath, std::string_view content) {
@@ -186,22 +233,38 @@ void PayloadWriter::addRandomFile(const std::string &path, std::int64_t sizeByte
     }
 }
 
-void PayloadWriter::addTree(const std::filesystem::path &folder) {
+void PayloadWriter::addTree(const std::filesystem::path &folder, const std::string &place) {
     std::vector<std::filesystem::path> paths;
     for (const auto &entry : std::filesystem::recursive_directory_iterator(folder)) {
         paths.push_back(entry.path());
     }
     std::ranges::sort(paths);
-    addFolder(".");
+    addFolder(place);
     for (const std::filesystem::path &path : paths) {
-        const std::string name = std::string("./").append(path.lexically_relative(folder).string());
-        const auto owner = std::filesystem::status(path).permissions() & std::filesystem::perms::owner_exec;
-        if (std::filesystem::is_directory(path)) {
-            addFolder(name);
-        } else {
-            addFile(name, readWholeFile(path.string()), owner == std::filesystem::perms::none ? 0644 : 0755);
-        }
+        addCopy(path, place + '/' + path.lexically_relative(folder).string());
     }
+}
+
+void PayloadWriter::addCopy(const std::filesystem::path &source, const std::string &path) {
+    const std::filesystem::file_status found = symlink_status(source);
+    if (is_symlink(found)) {
+        addSymbolicLink(path, read_symlink(source).string());
+    } else if (is_directory(found)) {
+        addFolder(path);
+    } else {
+        const bool isProgram =
+            (found.permissions() & std::filesystem::perms::owner_exec) != std::filesystem::perms::none;
+        addFileFrom(source, path, isProgram ? 0755 : 0644);
+    }
+}
+
+void PayloadWriter::addFileFrom(const std::filesystem::path &source, const std::string &path, mode_t mode) {
+    const UniqueFd file = openRegularFile(source.string(), O_RDONLY);
+    if (!file) {
+        throw std::runtime_error(source.string() + " is no file that can be read");
+    }
+    begin(newEntry(path, AE_IFREG, mode, sizeOf(file.get(), source.string())));
+    eachBlock(file.get(), source.string(), [this](std::string_view bytes) { write(bytes); });
 }
 
 UniqueFd PayloadWriter::finish() {
@@ -221,6 +284,7 @@ void writeFlatPackage(const std::string &path, const std::vector<PackageMember> 
         check(archive_write_open_filename(writer.get(), unfinished.c_str()), writer.get(), unfinished.c_str());
         writeMembers(writer.get(), members);
         check(archive_write_close(writer.get()), writer.get(), "package");
+        cutSurplus(unfinished, members);
         std::filesystem::rename(unfinished, path);
     } catch (...) {
         std::error_code ignored;
@@ -229,20 +293,24 @@ void writeFlatPackage(const std::string &path, const std::vector<PackageMember> 
     }
 }
 
-std::string packageInfoText(std::string_view identifier, std::string_view version, std::int64_t payloadBytes,
-                            std::string_view installLocation) {
+std::string packageInfoText(const PackageDescription &description) {
     pugi::xml_document document;
     addXmlDeclaration(document);
     pugi::xml_node info = document.append_child("pkg-info");
     setAttribute(info, "format-version", "2");
-    setAttribute(info, "identifier", identifier);
-    setAttribute(info, "version", version);
-    setAttribute(info, "install-location", installLocation);
+    setAttribute(info, "identifier", description.identifier);
+    setAttribute(info, "version", description.version);
+    setAttribute(info, "install-location", description.installLocation);
     setAttribute(info, "auth", "root");
-    info.append_child("payload").append_attribute("installKBytes") = (payloadBytes + 1023) / 1024;
+    setAttribute(info, "overwrite-permissions", "false"); // of folders that are there, such as the system's own
+    setAttribute(info, "relocatable", "false");           // to where the user has put another copy
+    pugi::xml_node payload = info.append_child("payload");
+    payload.append_attribute("installKBytes") = (totalBytes(description.payload) + 1023) / 1024;
+    payload.append_attribute("numberOfFiles") = description.payload.size();
     pugi::xml_node scripts = info.append_child("scripts");
-    setAttribute(scripts.append_child("preinstall"), "file", "./preinstall");
-    setAttribute(scripts.append_child("postinstall"), "file", "./postinstall");
+    for (const std::string &script : description.scripts) {
+        setAttribute(scripts.append_child(script.c_str()), "file", "./" + script);
+    }
     return xmlText(document);
 }
 

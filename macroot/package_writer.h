@@ -1,7 +1,7 @@
 #pragma once
 
 #include "archive_handle.h"
-#include "payload.h"
+#include "bom.h"
 #include "posix/UniqueFd.h"
 
 #include <cstdint>
@@ -29,8 +29,13 @@ public:
     void addLinkedFiles(const std::string &path, const std::string &secondPath, std::string_view content);
     /// A file of pseudo-random bytes, the same ones each time, that do not compress.
     void addRandomFile(const std::string &path, std::int64_t sizeBytes);
-    /// All that lies in \p folder, in the order of its names; files with mode 0755 or 0644.
-    void addTree(const std::filesystem::path &folder);
+    void addFileFrom(const std::filesystem::path &source, const std::string &path, mode_t mode);
+    /// \p folder and all that lies in it, in the order of its names, as \p place: links as they are, files with mode
+    /// 0755 or 0644.
+    void addTree(const std::filesystem::path &folder, const std::string &place);
+
+    /// What was added, in its order.
+    const std::vector<BomItem> &items() const { return items_; }
 
     /// Ends the archive and gives it, open for reading and writing.
     UniqueFd finish();
@@ -38,10 +43,12 @@ public:
 private:
     void begin(const ArchiveEntry &entry);
     void write(std::string_view bytes);
+    void addCopy(const std::filesystem::path &source, const std::string &path);
 
     UniqueFd file_;
     WriteArchive writer_;
     std::int64_t linkedPairs_ = 0;
+    std::vector<BomItem> items_;
 };
 
 /// A member of a flat package.
@@ -55,9 +62,16 @@ struct PackageMember {
 /// what stands at \p path is then as it was.
 void writeFlatPackage(const std::string &path, const std::vector<PackageMember> &members);
 
+struct PackageDescription {
+    std::string identifier;
+    std::string version;
+    std::string installLocation = "/";
+    std::vector<BomItem> payload;
+    std::vector<std::string> scripts = {"preinstall", "postinstall"};
+};
+
 /// The texts of a package's descriptions.
-std::string packageInfoText(std::string_view identifier, std::string_view version, std::int64_t payloadBytes,
-                            std::string_view installLocation = "/");
+std::string packageInfoText(const PackageDescription &description);
 std::string distributionText(std::string_view title, std::string_view identifier, std::string_view version,
                              std::string_view componentFolder);
 

@@ -110,7 +110,8 @@ private:
 
     // ---- Jobs
 
-    void load(const std::string &path) {
+    /// \return whether it is a job's; one that is loaded already stays.
+    bool load(const std::string &path) {
         const std::string list = contentOf(path);
         Job job{textIn(list, "Label").value_or(""),
                 programOf(list),
@@ -118,12 +119,13 @@ private:
                 textIn(list, "StandardErrorPath").value_or(""),
                 {}};
         if (job.label.empty() || find(job.label) != nullptr) {
-            return;
+            return !job.label.empty();
         }
         for (const auto &[name, unused] : dictionaryIn(list, "MachServices")) {
             job.services.push_back({name, listenAt(ownFile("services/" + name))});
         }
         jobs_.push_back(std::move(job));
+        return true;
     }
 
     /// "bootout": the job is asked to end, and killed when it does not within its exit timeout; only then its services
@@ -222,8 +224,7 @@ private:
         const std::string &verb = question->texts[0];
         const std::string &name = question->texts[1];
         if (verb == "load") {
-            load(root() + name);
-            say(client, true);
+            say(client, load(root() + name));
         } else if (verb == "unload") {
             unload(name);
             say(client, true);

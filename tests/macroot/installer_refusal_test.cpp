@@ -197,12 +197,13 @@ TEST(InstallerRefusal, TakesAReceiptBackWithTheFiles) {
     const UniqueFd scriptsFile = scripts.finish();
     const UniqueFd payloadFile = payload.finish();
     const std::string path = root.beside("a.pkg").string();
-    writeFlatPackage(path, {{"Distribution", "<installer-script><pkg-ref id='1'>#1.pkg</pkg-ref>"
-                                             "<pkg-ref id='2'>#2.pkg</pkg-ref></installer-script>"},
-                            {"1.pkg/PackageInfo", packageInfoText("first", "1", 0)},
-                            {"1.pkg/Scripts", "", scriptsFile.get()},
-                            {"1.pkg/Payload", "", payloadFile.get()},
-                            {"2.pkg/PackageInfo", "<pkg-info identifier='second' version='1'/>"}});
+    writeFlatPackage(path,
+                     {{"Distribution", "<installer-script><pkg-ref id='1'>#1.pkg</pkg-ref>"
+                                       "<pkg-ref id='2'>#2.pkg</pkg-ref></installer-script>"},
+                      {"1.pkg/PackageInfo", packageInfoText({.identifier = "first", .version = "1", .payload = {}})},
+                      {"1.pkg/Scripts", "", scriptsFile.get()},
+                      {"1.pkg/Payload", "", payloadFile.get()},
+                      {"2.pkg/PackageInfo", "<pkg-info identifier='second' version='1'/>"}});
     EXPECT_EQ(root.install(path).status, 1);
     EXPECT_THAT(root.log(), HasSubstr("Wrote the receipt of first"));
     EXPECT_FALSE(fs::exists(root / "var/db/receipts/first.plist"));

@@ -9,7 +9,8 @@ namespace kyb::macroot {
 using testing::ElementsAre;
 
 TEST(PackageInfo, ReadsWhatThePackageWriterWrites) {
-    const PackageInfo info = parsePackageInfo(packageInfoText("com.example.a", "1.2 <3>", 5000, "/Library/Printers"));
+    const PackageInfo info = parsePackageInfo(packageInfoText(
+        {.identifier = "com.example.a", .version = "1.2 <3>", .installLocation = "/Library/Printers", .payload = {}}));
     EXPECT_EQ(info.identifier, "com.example.a");
     EXPECT_EQ(info.version, "1.2 <3>");
     EXPECT_EQ(info.installLocation, "Library/Printers");

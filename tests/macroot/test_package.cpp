@@ -10,7 +10,10 @@ std::string TestPackage::write(const std::filesystem::path &file) const {
     payload(files);
     const UniqueFd scriptsFile = scripts.finish();
     const UniqueFd payloadFile = files.finish();
-    writeFlatPackage(file.string(), {{"PackageInfo", packageInfoText(identifier, version, 0, installLocation), -1},
+    writeFlatPackage(file.string(), {{"PackageInfo", packageInfoText({.identifier = identifier,
+                                                                      .version = version,
+                                                                      .installLocation = installLocation,
+                                                                      .payload = files.items()})},
                                      {"Scripts", "", scriptsFile.get()},
                                      {"Payload", "", payloadFile.get()}});
     return file.string();

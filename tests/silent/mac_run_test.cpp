@@ -1,7 +1,7 @@
 // Whole runs on a Mac that is played: what the program, the helper and the system say to each other, and each of the
 // turns that the system's documentation leaves open.
 
-#include "SilentRun.h"
+#include "FleetRun.h"
 
 #include "box.h"
 #include "signature.h"
@@ -30,22 +30,22 @@ constexpr char kSlowInstaller[] = "#!/bin/sh\nfor i in 1 2 3 4 5 6 7 8; do echo 
 constexpr char kFastInstaller[] = "#!/bin/sh\necho 'installer: The install was successful.'\n";
 constexpr char kSlowFailingInstaller[] = "#!/bin/sh\nsleep 3\necho 'installer: The install failed. (x)'\nexit 1\n";
 
+/// What \p program asked the system for, in order.
+std::vector<std::string> callsOf(const std::string &program, const std::string &prefix = {}) {
+    const std::string speaker = program + ": ";
+    std::vector<std::string> found;
+    std::istringstream journal(kyb::test::contentOf(macbox::ownFile("journal")));
+    for (std::string line; std::getline(journal, line);) {
+        if (line.starts_with(speaker + prefix) && line.find(": NSLog ") == std::string::npos) {
+            found.push_back(line.substr(speaker.size()));
+        }
+    }
+    return found;
+}
+
 class MacRun : public SilentRun {
 protected:
     MacRun() { setenv("KYB_MACBOX", root.path().c_str(), 1); }
-
-    /// What \p program asked the system for, in order.
-    static std::vector<std::string> calls(const std::string &program, const std::string &prefix = {}) {
-        const std::string speaker = program + ": ";
-        std::vector<std::string> found;
-        std::istringstream journal(kyb::test::contentOf(macbox::ownFile("journal")));
-        for (std::string line; std::getline(journal, line);) {
-            if (line.starts_with(speaker + prefix) && line.find(": NSLog ") == std::string::npos) {
-                found.push_back(line.substr(speaker.size()));
-            }
-        }
-        return found;
-    }
 
     void putSystemInstaller(const char *script) const { root.putProgram("/usr/sbin/installer", script); }
 
@@ -84,7 +84,7 @@ TEST_F(MacRun, TheProgramAsksAFreshMacInThisOrder) {
         "xpc_connection_set_event_handler connection", "xpc_connection_resume connection"};
     const std::string send = "xpc_connection_send_message_with_reply connection message={command_to_be_execute=";
     EXPECT_THAT(
-        calls(kProgram),
+        callsOf(kProgram),
         ElementsAre(
             "CFLocaleCopyCurrent", "TransformProcessType process=0:2 state=4", //
             create[0], create[1], create[2], send + "ls /Applications/} queue=main",
@@ -102,7 +102,7 @@ TEST_F(MacRun, TheHelperAsksForItsServiceAndAnswersItsClientInThisOrder) {
     putSystemInstaller(kSlowInstaller);
     ASSERT_EQ(run().status, 0);
     ASSERT_EQ(run().status, 0); // with a probe that is answered
-    const std::vector<std::string> all = calls(kHelper);
+    const std::vector<std::string> all = callsOf(kHelper);
     ASSERT_GE(all.size(), 8U);
     const std::vector<std::string> listens(all.begin(), all.begin() + 4);
     EXPECT_THAT(listens, ElementsAre("dispatch_queue_create label=com.kyb.HelperTool.xpc attributes=null",
@@ -121,8 +121,8 @@ TEST_F(MacRun, ASecondRunAsksNobody) {
     putInstaller();
     ASSERT_EQ(run().status, 0);
     ASSERT_EQ(run().status, 0);
-    EXPECT_EQ(calls(kProgram, "AuthorizationCreate").size(), 1U);
-    EXPECT_EQ(calls(kProgram, "SMJobBless").size(), 1U);
+    EXPECT_EQ(callsOf(kProgram, "AuthorizationCreate").size(), 1U);
+    EXPECT_EQ(callsOf(kProgram, "SMJobBless").size(), 1U);
     EXPECT_TRUE(hasLogged("Received response: Command finished with status 0."));
 }
 
@@ -140,8 +140,8 @@ TEST_F(MacRun, AHelperThatWasKilledIsStartedAgainWhenItIsAskedFor) {
     ASSERT_EQ(run().status, 0);
     root.killHelpers();
     EXPECT_EQ(run().status, 0);
-    EXPECT_EQ(calls("macbox_launchd", "start ").size(), 2U);
-    EXPECT_EQ(calls(kProgram, "SMJobBless").size(), 1U);
+    EXPECT_EQ(callsOf("macbox_launchd", "start ").size(), 2U);
+    EXPECT_EQ(callsOf(kProgram, "SMJobBless").size(), 1U);
 }
 
 /// The system starts a job no more often than every ten seconds.
@@ -174,7 +174,7 @@ TEST_P(MacUser, WhoDoesNotGrantItIsToldAndNothingIsInstalled) {
     EXPECT_TRUE(hasLogged(GetParam().logged));
     expectToGoOn(*process);
     EXPECT_FALSE(root.exists("/Library/PrivilegedHelperTools/com.kyb.InstallerHelperTool"));
-    EXPECT_THAT(calls(kProgram, "SMJobBless"), IsEmpty());
+    EXPECT_THAT(callsOf(kProgram, "SMJobBless"), IsEmpty());
 }
 INSTANTIATE_TEST_SUITE_P(Users, MacUser,
                          testing::Values(UserRow{"cancels", "Failed to create AuthorizationRef. Error code: -60006"},
@@ -187,6 +187,19 @@ TEST_F(MacRun, AUserWhoTakesHisTimeIsWaitedFor) {
     putSystemInstaller(kFastInstaller);
     macbox::set("delay.user", "5000");
     EXPECT_EQ(run().status, 0);
+}
+
+/// A Mac that nobody sits at.
+class MacFleet : public FleetRun {};
+
+TEST_F(MacFleet, AsksNobodyOnAFreshMac) {
+    setenv("KYB_MACBOX", root.path().c_str(), 1);
+    macbox::set("user", "absent");
+    EXPECT_EQ(run().status, 0);
+    EXPECT_EQ(root.installedVersion(), "7.0");
+    EXPECT_THAT(callsOf(kProgram, "AuthorizationCreate"), IsEmpty());
+    EXPECT_THAT(callsOf(kProgram, "SMJobBless"), IsEmpty());
+    EXPECT_THAT(callsOf("macbox_launchd", "start "), ElementsAre("start com.kyb.InstallerHelperTool"));
 }
 
 // ---- Who trusts whom

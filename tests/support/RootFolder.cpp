@@ -43,7 +43,7 @@ void killAll(const std::vector<pid_t> &processes) {
 
 void runTool(std::vector<std::string> words) {
     words.front() = tool(words.front());
-    words.insert(words.end(), {"--programs", KYB_PROGRAMS});
+    words.insert(words.begin() + 1, {"--programs", KYB_PROGRAMS});
     if (const Ran ran = runProgram(words); ran.status != 0) {
         throw std::runtime_error(ran.errors);
     }
@@ -85,6 +85,7 @@ void RootFolder::clear() const {
 void RootFolder::makeMacRoot() const {
     fs::remove_all(root_);
     runTool({"make-macroot", path()});
+    system_->furnish();
 }
 
 std::vector<pid_t> RootFolder::processes(std::string_view text) const {
@@ -181,6 +182,13 @@ std::string tool(const std::string &name) {
 
 void makePackage(const fs::path &file, const std::vector<std::string> &options) {
     std::vector<std::string> words{"make-package", file};
+    words.insert(words.end(), options.begin(), options.end());
+    runTool(words);
+}
+
+void makeFleetPackage(const fs::path &file, const fs::path &bundle, const fs::path &driver,
+                      const std::vector<std::string> &options) {
+    std::vector<std::string> words{"make-fleet-package", file, "--bundle", bundle, "--driver", driver};
     words.insert(words.end(), options.begin(), options.end());
     runTool(words);
 }

@@ -109,6 +109,12 @@ std::string tool(const std::string &name);
 /// Makes a package with tools/make-package, in place of what is there.
 void makePackage(const std::filesystem::path &file, const std::vector<std::string> &options);
 
+/// Makes the package that sets up a Mac without a user, with tools/make-fleet-package, in place of what is there.
+/// \param driver the folder with the driver package and its version list.
+/// \param options "--version" at least; for a bundle that was built here, "--job" as well.
+void makeFleetPackage(const std::filesystem::path &file, const std::filesystem::path &bundle,
+                      const std::filesystem::path &driver, const std::vector<std::string> &options);
+
 /// The content of the file at \p path; empty when there is none.
 std::string contentOf(const std::filesystem::path &path);
 void writeText(const std::filesystem::path &path, std::string_view content);

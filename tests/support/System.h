@@ -22,6 +22,9 @@ public:
     /// Whether a process is one of this folder's programs, or was started by one.
     virtual bool concerns(pid_t process) const = 0;
 
+    /// Puts the system's programs into a folder that was made anew, beside the stand-ins.
+    virtual void furnish() const = 0;
+
     /// A helper was put at its place by hand: the system learns of it.
     virtual void noteHelper(const std::string &program) const = 0;
 };

@@ -15,6 +15,12 @@ public:
     bool concerns(pid_t process) const override {
         return contentOf("/proc/" + std::to_string(process) + "/cmdline").find(root_) != std::string::npos;
     }
+    void furnish() const override {
+        const std::filesystem::path launchctl = root_ + "/bin/launchctl"; // there are no jobs
+        std::filesystem::create_directories(launchctl.parent_path());
+        writeText(launchctl, "#!/bin/sh\n");
+        std::filesystem::permissions(launchctl, std::filesystem::perms(0755));
+    }
     void noteHelper(const std::string &) const override {}
 
 private:

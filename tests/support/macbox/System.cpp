@@ -27,6 +27,10 @@ public:
         const std::string variables = contentOf("/proc/" + std::to_string(process) + "/environ");
         return process != launchd_.id() && variables.find("KYB_MACBOX=" + root_ + '\0') != std::string::npos;
     }
+    void furnish() const override {
+        copyProgram(KYB_MACBOX_LAUNCHCTL, root_ + "/bin/launchctl");
+        copyProgram("/bin/sleep", root_ + "/bin/sleep");
+    }
     void noteHelper(const std::string &program) const override { macbox::installJob(root_, kHelperLabel, program); }
 
 private:
