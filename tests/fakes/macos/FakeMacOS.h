@@ -28,6 +28,8 @@ struct Machine {
     bool messageHasCode = true;         ///< whether SecCodeCreateWithXPCMessage finds the sender's code
     bool clientSatisfiesRequirement = true;
     unsigned clientUser = 501;
+    int powerStatus = 0;          ///< what IOPMAssertionCreateWithName returns
+    unsigned assertionsMade = 0;  ///< how often it was called
     std::string localeIdentifier; ///< empty: the environment's
     std::vector<std::string> preferredLanguages;
     std::map<std::string, std::string> volumeNames = {{"/", "Macintosh HD"}};
