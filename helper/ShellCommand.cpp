@@ -1,5 +1,6 @@
 #include "ShellCommand.h"
 
+#include "command_locale.h"
 #include "posix/file_io.h"
 #include "posix/spawn.h"
 #include "session.h"
@@ -24,12 +25,8 @@ std::vector<std::string> cleanEnvironment() {
     const passwd *user = getpwuid(geteuid());
     const std::string name = user != nullptr ? user->pw_name : "root";
     const std::string home = user != nullptr ? user->pw_dir : "/";
-    return {"PATH=/usr/bin:/bin:/usr/sbin:/sbin",
-            "HOME=" + home,
-            "USER=" + name,
-            "LOGNAME=" + name,
-            "SHELL=/bin/sh",
-            "LANG=C.UTF-8"};
+    return {"PATH=/usr/bin:/bin:/usr/sbin:/sbin", "HOME=" + home, "USER=" + name, "LOGNAME=" + name, "SHELL=/bin/sh",
+            std::string("LANG=") + kCommandLocale};
 }
 
 /// Whether nobody but the leader is left in its session.

@@ -3,6 +3,7 @@
 #include "base/KYGlobalConstants.h"
 #include "base/threads.h"
 #include "install/command_lines.h"
+#include "platform/power.h"
 #include "platform/system_root.h"
 #include "text/format.h"
 #include "text/localized_text.h"
@@ -44,6 +45,7 @@ void KYViewController::proceedWithInstallation() {
         }
     }
     installFailed = false;
+    kyb::keepMachineAwake(); // NB: until the result, without a gap between uninstall and installation
     if (!isSilentInstall) {
         displayInstallationInProgressView();
         installationProgressView->displayNow();
@@ -97,6 +99,7 @@ void KYViewController::installSelectedPackages() {
         installPackage();
     }
     updateValueBasedOnPublicOrPrivateCheckBox();
+    kyb::letMachineSleep();
     kyb::onMainThread([this] { displayProgressInfo({100, QString()}); });
     kyb::onMainThread([this] { displayInstallFinishedView(); });
 }

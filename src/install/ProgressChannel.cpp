@@ -3,6 +3,7 @@
 #include "base/KYGlobalConstants.h"
 #include "base/threads.h"
 #include "platform/clock.h"
+#include "platform/power.h"
 #include "text/localized_text.h"
 
 #include <atomic>
@@ -53,7 +54,8 @@ void KYViewController::startUninstallationProgressUpdate() {
     int pass = 0;
     while (uninstallationInProgress) {
         if (pass > kLastPass) {
-            spinForEver(); // NB: an uninstall that takes longer than some 50 seconds is never followed by more
+            kyb::letMachineSleep(); // which a process that waits to be ended would keep awake for ever
+            spinForEver();          // NB: an uninstall that takes longer than some 50 seconds is never followed by more
         }
         if (percent <= kHighestStepFrom) {
             percent += kStepPercent;

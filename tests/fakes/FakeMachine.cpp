@@ -7,6 +7,7 @@
 #include "platform/clock.h"
 #include "platform/current_user.h"
 #include "platform/locale_info.h"
+#include "platform/power.h"
 #include "platform/privileges.h"
 #include "platform/property_list.h"
 #include "platform/system_log.h"
@@ -265,6 +266,14 @@ QString bundlePath() {
 
 void becomeAccessory() {
     machine().note(QStringLiteral("accessory"));
+}
+
+void keepMachineAwake() {
+    machine().note(QStringLiteral("keep awake"));
+}
+
+void letMachineSleep() {
+    machine().note(QStringLiteral("let sleep"));
 }
 
 ChildTask::ChildTask(QString launchPath, QStringList arguments)

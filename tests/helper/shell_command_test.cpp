@@ -63,6 +63,7 @@ TEST(ShellCommand, RunsInACleanEnvironment) {
     }
     EXPECT_EQ(names, "HOME LANG LOGNAME PATH SHELL USER ");
     EXPECT_EQ(run("echo $PATH").output, "/usr/bin:/bin:/usr/sbin:/sbin\n");
+    EXPECT_EQ(run("locale charmap; echo $LANG").output, "UTF-8\nC.UTF-8\n") << "a locale that there is";
 }
 
 TEST(ShellCommand, InheritsNoDescriptor) {

@@ -71,6 +71,7 @@ TEST_F(Orchestration, ARefusedRegistrationIsLoggedAndNothingElseHappens) {
     EXPECT_EQ(controller->internalLog(), QStringLiteral("Failed to create AuthorizationRef. Error code: -60005\n"
                                                         "Failed to install the Helper Tool. Error: (null)\n"));
     EXPECT_TRUE(screens.journal.isEmpty());
+    EXPECT_FALSE(machine.journal().contains(QStringLiteral("keep awake")));
     EXPECT_TRUE(kyb::isIdle());
 }
 
@@ -148,6 +149,7 @@ TEST_F(Story, OfAnUpgradeOnTheMainThread) {
                   QStringLiteral("log Authorization successful"),
                   QStringLiteral("install helper com.kyb.InstallerHelperTool"),
                   QStringLiteral("flag installFailed no"),
+                  QStringLiteral("keep awake"),
                   QStringLiteral("installationBox add installationProgressView"),
                   QStringLiteral("installationProgressView display"),
                   QStringLiteral("log Preparing for Installation!!!"),
@@ -345,6 +347,55 @@ TEST_F(Orchestration, ASilentRunEndsWithOneAfterAFailure) {
     EXPECT_EQ(runApplication([this] { controller->proceedWithInstallation(); }), 1);
     ::testing::internal::GetCapturedStdout();
 }
+
+/// A run that begins with a machine that may go to sleep.
+class WakefulRun : public Orchestration, public testing::WithParamInterface<std::tuple<bool, bool, bool>> {
+protected:
+    WakefulRun() {
+        const auto &[isSilent, isUpgrade, fails] = GetParam();
+        isSilentInstall = isSilent;
+        controller->selectedApp->isInstalled = isUpgrade;
+        const QByteArray outcome = fails ? "The install failed. (x)" : "The install was successful.";
+        machine.helper = [this, outcome](const FakeMachine::Request &request, const auto &, const auto &) {
+            if (!request.text(kyb::kInstallerLogPathKey).isNull()) {
+                machine.write(kProgress, "installer: " + outcome + "\nInstallation_Done\n");
+            }
+        };
+    }
+
+    /// What happened to the engine's flags and to the machine's sleep, in order.
+    QStringList changes() const {
+        QStringList changes;
+        for (const QString &event : machine.story()) {
+            static const QRegularExpression kChange(
+                QStringLiteral("(keep awake|let sleep|flag (un)?installationInProgress .*)$"));
+            if (const auto found = kChange.match(event); found.hasMatch()) {
+                changes << found.captured(1);
+            }
+        }
+        return changes;
+    }
+};
+
+TEST_P(WakefulRun, KeepsTheMachineAwakeFromBeforeTheEnginesWorkUntilAfterIt) {
+    ::testing::internal::CaptureStdout();
+    runApplication([this] { controller->proceedWithInstallation(); });
+    ::testing::internal::GetCapturedStdout();
+    QStringList expected{QStringLiteral("keep awake")};
+    if (controller->selectedApp->isInstalled) {
+        expected << QStringLiteral("flag uninstallationInProgress yes")
+                 << QStringLiteral("flag uninstallationInProgress no");
+    }
+    expected << QStringLiteral("flag installationInProgress yes") << QStringLiteral("flag installationInProgress no")
+             << QStringLiteral("let sleep");
+    EXPECT_EQ(changes(), expected);
+}
+std::string nameOf(const testing::TestParamInfo<WakefulRun::ParamType> &run) {
+    const auto &[isSilent, isUpgrade, fails] = run.param;
+    return std::string(isSilent ? "Silent" : "WithScreens") + (isUpgrade ? "Upgrade" : "First") +
+           (fails ? "Failure" : "Success");
+}
+INSTANTIATE_TEST_SUITE_P(Runs, WakefulRun, testing::Combine(testing::Bool(), testing::Bool(), testing::Bool()), nameOf);
 
 TEST_F(Orchestration, SilentModeShowsNoScreenYetDisablesTheCloseWidget) {
     isSilentInstall = true;

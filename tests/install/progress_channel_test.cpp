@@ -132,6 +132,7 @@ constexpr auto kTimeForManyPasses = 200us;
     uninstallationInProgress = false; // NB: not read any more
     letOthersRun(kTimeForManyPasses);
     const bool spins = machine.sleeps().size() == 1001 && !installationInProgress && !kyb::isIdle() &&
+                       machine.journal().contains(QStringLiteral("let sleep")) &&
                        screens[QStringLiteral("installProgressIndicator")].currentValue == 70.5;
     kyb::endProcess(spins ? 0 : 1);
 }

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iterator>
+#include <sstream>
 #include <string>
 
 using kyb::Plist;
@@ -51,6 +52,11 @@ std::string requirementOf(const char *identifier) {
            "leaf[field.1.2.840.113635.100.6.1.13] and certificate leaf[subject.OU] = \"AB12CD34EF\"";
 }
 
+/// What the helper requires of a client: the application, of the oldest version that may use it.
+std::string clientRequirement() {
+    return requirementOf("com.kyb.BrelundQuorlixInstaller") + " and info[CFBundleVersion] >= \"1.0.0\"";
+}
+
 TEST(BundleFiles, TheApplicationSaysWhatItIs) {
     const Plist info = generated("Info.plist");
     EXPECT_EQ(text(info, "CFBundleIdentifier"), "com.kyb.BrelundQuorlixInstaller");
@@ -58,6 +64,7 @@ TEST(BundleFiles, TheApplicationSaysWhatItIs) {
     EXPECT_EQ(text(info, "CFBundlePackageType"), "APPL");
     EXPECT_EQ(text(info, "CFBundleIconFile"), "AppIcon");
     EXPECT_EQ(text(info, "CFBundleShortVersionString"), "1.0.0");
+    EXPECT_EQ(text(info, "CFBundleVersion"), "1.0.0");
     EXPECT_EQ(text(info, "LSMinimumSystemVersion"), "11.0");
     EXPECT_TRUE(truth(plist_dict_get_item(info.get(), "NSHighResolutionCapable")));
     EXPECT_FALSE(truth(plist_dict_get_item(info.get(), "NSRequiresAquaSystemAppearance")));
@@ -80,8 +87,17 @@ TEST(BundleFiles, TheHelperRequiresTheApplicationOfItsOwnTeam) {
     EXPECT_EQ(text(info, "LSMinimumSystemVersion"), "11.0");
     plist_t clients = plist_dict_get_item(info.get(), "SMAuthorizedClients");
     ASSERT_EQ(plist_array_get_size(clients), 1U);
-    EXPECT_EQ(text(plist_array_get_item(clients, 0)), requirementOf("com.kyb.BrelundQuorlixInstaller"));
-    EXPECT_EQ(kyb::kClientRequirement, requirementOf("com.kyb.BrelundQuorlixInstaller")) << "asked of each client, too";
+    EXPECT_EQ(text(plist_array_get_item(clients, 0)), clientRequirement());
+    EXPECT_EQ(kyb::kClientRequirement, clientRequirement()) << "asked of each client, too";
+}
+
+TEST(BundleFiles, TheHelpersVersionIsTheOneThatFollowsItsContent) {
+    std::istringstream lines(content(KYB_HELPER_VERSION_FILE));
+    std::string version;
+    ASSERT_TRUE(std::getline(lines, version));
+    EXPECT_EQ(text(generated("HelperInfo.plist"), "CFBundleVersion"), version);
+    EXPECT_GT(std::stoi(version), 1) << "there are helpers of the version 1.0.0";
+    EXPECT_EQ(std::to_string(std::stoi(version)), version);
 }
 
 TEST(BundleFiles, TheJobPublishesTheServiceWhichIsNotItsLabel) {

@@ -134,6 +134,13 @@ TEST_F(HelperServiceOnMac, WritesTheOutputIntoTheProgressFile) {
     waitForEnd();
 }
 
+TEST_F(HelperServiceOnMac, RunsACommandInALocaleThatEveryMacHas) {
+    start();
+    ask({{"command_to_be_execute", "echo $LANG"}, {"installerlog_file_path", progressFile_}});
+    EXPECT_EQ(progress(), "en_US.UTF-8\nInstallation_Done\n");
+    waitForEnd();
+}
+
 TEST_F(HelperServiceOnMac, TellsAFailureInTheProgressFile) {
     start();
     ask({{"command_to_be_execute", "exit 3"}, {"installerlog_file_path", progressFile_}});
@@ -244,9 +251,10 @@ TEST_F(HelperServiceOnMac, LeavesNothingOfACommandThatIsAskedToEnd) {
     options_.commands.killGrace = 1ms;
     start();
     auto outcome = std::async(std::launch::async, [this] {
-        return ask({{"command_to_be_execute",
-                     R"(perl -e 'setpgrp(0, 0); $SIG{TERM} = "IGNORE"; $| = 1; print "$$\n"; sleep 300' & wait)"},
-                    {"installerlog_file_path", progressFile_}});
+        return ask(
+            {{"command_to_be_execute",
+              R"(LC_ALL=C perl -e 'setpgrp(0, 0); $SIG{TERM} = "IGNORE"; $| = 1; print "$$\n"; sleep 300' & wait)"},
+             {"installerlog_file_path", progressFile_}});
     });
     while (progress().find('\n') == std::string::npos) {
         std::this_thread::yield();

@@ -14,6 +14,7 @@ in_order() {
         seen && index($0, then) { found = 1 }
         END { exit !found }' || { echo "not in order: $1, $2" >&2; exit 1; }
 }
+in_order 'tools/helper-version' 'cmake -G Ninja'
 in_order 'cmake -G Ninja' 'cmake --build /b'
 in_order 'cmake --build /b' '/qt/bin/macdeployqt'
 in_order 'macdeployqt' '--identifier com.kyb.InstallerHelperTool'

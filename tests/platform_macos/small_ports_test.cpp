@@ -3,6 +3,7 @@
 #include "platform/activation.h"
 #include "platform/bundle.h"
 #include "platform/locale_info.h"
+#include "platform/power.h"
 #include "platform/property_list.h"
 #include "platform/system_log.h"
 #include "platform/system_root.h"
@@ -33,6 +34,33 @@ protected:
 TEST_F(SmallPortsOnMac, AnAccessoryIsAUserInterfaceElement) {
     becomeAccessory();
     EXPECT_THAT(calls(), ElementsAre("TransformProcessType process=0:2 state=4"));
+}
+
+constexpr char kAssertion[] = "IOPMAssertionCreateWithName type=PreventUserIdleSystemSleep level=255 "
+                              "name=Installing the Brelund Quorlix Driver";
+
+TEST_F(SmallPortsOnMac, TheMachineIsKeptAwakeByOneAssertionAtATime) {
+    letMachineSleep();
+    EXPECT_THAT(calls(), testing::IsEmpty());
+    keepMachineAwake();
+    keepMachineAwake();
+    letMachineSleep();
+    letMachineSleep();
+    keepMachineAwake();
+    letMachineSleep();
+    EXPECT_THAT(calls(),
+                ElementsAre(kAssertion, "IOPMAssertionRelease number=0", kAssertion, "IOPMAssertionRelease number=1"));
+}
+
+TEST_F(SmallPortsOnMac, AnAssertionThatIsRefusedIsNotReleased) {
+    macbox::set("power", "refused");
+    keepMachineAwake();
+    letMachineSleep();
+    EXPECT_THAT(calls(), ElementsAre(kAssertion));
+    macbox::set("power", "granted");
+    keepMachineAwake();
+    letMachineSleep();
+    EXPECT_THAT(calls(), ElementsAre(kAssertion, kAssertion, "IOPMAssertionRelease number=1"));
 }
 
 TEST_F(SmallPortsOnMac, TheBundleIsTheSystemsMainBundle) {

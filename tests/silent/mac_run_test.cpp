@@ -228,7 +228,8 @@ INSTANTIATE_TEST_SUITE_P(
                     SignatureRow{"HelpersAnchor", true, "anchor", "another"},
                     SignatureRow{"ProgramsTeam", false, "certificate leaf[subject.OU]", "XY98ZW76VU"},
                     SignatureRow{"ProgramsName", false, "identifier", "com.example.program"},
-                    SignatureRow{"ProgramsAnchor", false, "anchor", "another"}),
+                    SignatureRow{"ProgramsAnchor", false, "anchor", "another"},
+                    SignatureRow{"ProgramsVersion", false, "info[CFBundleVersion]", "0.9.12"}),
     [](const auto &row) { return row.param.shows; });
 
 struct StrangerRow {

@@ -112,6 +112,15 @@ TEST_F(HelperConnectionTest, StartsOneHelperForManyClients) {
     EXPECT_EQ(root().helpers().size(), 1U);
 }
 
+TEST_F(HelperConnectionTest, GivesTheHelperALogThatDoesNotGrowForEver) {
+    registerHelper();
+    root().write("/var/log/com.kyb.InstallerHelperTool.log", std::string(std::size_t{2} << 20, 'x'));
+    EXPECT_EQ(run("true"), kSuccess);
+    const std::string log = contentOf("/var/log/com.kyb.InstallerHelperTool.log");
+    EXPECT_NE(log.find("Start: true"), std::string::npos);
+    EXPECT_EQ(log.find("xxx"), std::string::npos);
+}
+
 TEST_F(HelperConnectionTest, GivesTheHelperNothingOfTheClients) {
     registerHelper();
     setenv("KYB_TEST_SECRET", "1", 1);

@@ -1,40 +1,20 @@
 #include "platform/system_log.h"
 
+#include "support/CapturedErrors.h"
 #include "support/RootFolder.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
 namespace kyb {
 namespace {
 
-/// Standard error goes to a file as long as this lives.
-class CapturedErrors {
-public:
-    explicit CapturedErrors(const std::string &path) : saved_(dup(STDERR_FILENO)) {
-        const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-        dup2(file, STDERR_FILENO);
-        close(file);
-    }
-    ~CapturedErrors() {
-        dup2(saved_, STDERR_FILENO);
-        close(saved_);
-    }
-    CapturedErrors(const CapturedErrors &) = delete;
-    CapturedErrors &operator=(const CapturedErrors &) = delete;
-
-private:
-    int saved_;
-};
-
 TEST(SystemLog, WritesTheMessageAndALineFeed) {
     const test::RootFolder root;
     {
-        const CapturedErrors captured(root.at("/errors"));
+        const test::CapturedErrors captured(root.at("/errors"));
         systemLog(QStringLiteral("Grüße %s"));
         systemLog(QStringLiteral("with its own\n"));
         systemLog(QString());
@@ -45,7 +25,7 @@ TEST(SystemLog, WritesTheMessageAndALineFeed) {
 TEST(SystemLog, KeepsTheMessagesOfSeveralThreadsWhole) {
     const test::RootFolder root;
     {
-        const CapturedErrors captured(root.at("/errors"));
+        const test::CapturedErrors captured(root.at("/errors"));
         std::vector<std::thread> threads;
         for (char letter = 'a'; letter < 'e'; ++letter) {
             threads.emplace_back([letter] {

@@ -1,0 +1,9 @@
+#include "platform/power.h"
+
+namespace kyb {
+
+void keepMachineAwake() {}
+
+void letMachineSleep() {}
+
+} // namespace kyb

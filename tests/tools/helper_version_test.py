@@ -1,0 +1,94 @@
+#!/usr/bin/env python3
+"""Changes a small helper in every way, and sees tools/helper-version notice: helper_version_test.py HELPER_VERSION"""
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+HELPER_VERSION = sys.argv.pop(1)
+
+MADE_OF = ("common/channel/keys.h", "common/posix/spawn.cpp", "common/posix/CMakeLists.txt", "helper/Service.cpp",
+           "helper/Service.h", "helper/CMakeLists.txt", "helper/macos/main.cpp", "helper/macos/client_trust.h",
+           "helper/macos/CMakeLists.txt", "resources/macos/HelperInfo.plist.in", "resources/macos/KybBundle.cmake",
+           "resources/macos/code_requirement.h.in", "resources/macos/helper.entitlements",
+           "resources/macos/launchd.plist.in")
+BESIDE = ("helper/linux/main.cpp", "helper/linux/CMakeLists.txt", "resources/macos/Info.plist.in",
+          "resources/macos/app.entitlements", "helper/Service.cpp~", "helper/.DS_Store", "src/shell/main.cpp")
+
+
+class HelperVersion(unittest.TestCase):
+    def setUp(self):
+        place = tempfile.TemporaryDirectory()
+        self.addCleanup(place.cleanup)
+        self.top = Path(place.name)
+        for name in MADE_OF + BESIDE:
+            self.write(name, "as it was\n")
+        self.write("helper/version.txt", "9\nanother\n")
+        self.run_tool("--raise")
+        self.assertEqual(self.version(), 10)
+
+    def write(self, name, content):
+        file = self.top / name
+        file.parent.mkdir(parents=True, exist_ok=True)
+        file.write_text(content)
+
+    def run_tool(self, *options):
+        return subprocess.run([sys.executable, HELPER_VERSION, *options, self.top], capture_output=True, text=True)
+
+    def version(self):
+        return int((self.top / "helper/version.txt").read_text().split()[0])
+
+    def assert_noticed(self):
+        run = self.run_tool()
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("has changed, and its version 10 has not", run.stderr)
+        self.assertIn("tools/helper-version --raise", run.stderr)
+
+    def assert_sound(self):
+        self.assertEqual(self.run_tool().returncode, 0)
+
+    def test_what_has_not_changed_is_sound_and_is_not_raised(self):
+        self.assert_sound()
+        self.run_tool("--raise")
+        self.assertEqual(self.version(), 10)
+
+    def test_each_changed_file_is_noticed(self):
+        for name in MADE_OF:
+            with self.subTest(name):
+                self.write(name, "changed\n")
+                self.assert_noticed()
+                self.write(name, "as it was\n")
+                self.assert_sound()
+
+    def test_what_is_beside_the_helper_does_not_count(self):
+        for name in BESIDE:
+            self.write(name, "changed\n")
+        self.assert_sound()
+
+    def test_a_file_that_comes_goes_or_gets_another_name_is_noticed(self):
+        self.write("helper/macos/new.h", "")
+        self.assert_noticed()
+        (self.top / "helper/macos/new.h").unlink()
+        self.assert_sound()
+        (self.top / "helper/Service.h").rename(self.top / "helper/Services.h")
+        self.assert_noticed()
+        (self.top / "helper/Services.h").unlink()
+        self.assert_noticed()
+
+    def test_raising_makes_it_sound_with_the_next_number(self):
+        self.write("helper/Service.cpp", "changed\n")
+        self.assertEqual(self.run_tool("--raise").returncode, 0)
+        self.assertEqual(self.version(), 11)
+        self.assert_sound()
+
+    def test_branches_that_have_both_raised_it_are_followed_by_the_next(self):
+        self.write("helper/Service.cpp", "changed here and there\n")
+        self.write("helper/version.txt", "<<<<<<< ours\n10\nabc\n=======\n12\ndef\n>>>>>>> theirs\n")
+        self.assertEqual(self.run_tool().returncode, 1)
+        self.run_tool("--raise")
+        self.assertEqual(self.version(), 13)
+        self.assert_sound()
+
+
+unittest.main()
