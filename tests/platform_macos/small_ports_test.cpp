@@ -1,5 +1,6 @@
 #include "platform/activation.h"
 #include "platform/bundle.h"
+#include "platform/drag.h"
 #include "platform/locale_info.h"
 #include "platform/property_list.h"
 #include "platform/system_log.h"
@@ -32,6 +33,10 @@ protected:
 TEST_F(SmallPortsOnMac, AnAccessoryIsAUserInterfaceElement) {
     becomeAccessory();
     EXPECT_THAT(fake::calls(), ElementsAre("TransformProcessType process=0:2 state=4"));
+}
+
+TEST_F(SmallPortsOnMac, TheSystemCarriesDrags) {
+    EXPECT_TRUE(systemCarriesDrags());
 }
 
 TEST_F(SmallPortsOnMac, TheBundleIsTheSystemsMainBundle) {
