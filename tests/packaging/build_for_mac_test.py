@@ -29,7 +29,7 @@ LINKED = re.compile("|".join([
     r"-sectcreate|__TEXT|__info_plist|__launchd_plist|/.*/property-lists/(HelperInfo|launchd)\.plist",
     r".*/libkyb_(code_pages|helper_core|posix|views|wizard)\.a",
     r".*/lib(Qt6\w+|gtest|gmock)(_main)?\.(a|so[\d.]*)",
-    *FRAMEWORKS, "OpenGL", "AGL"]))  # the last two are the toolkit's
+    *FRAMEWORKS]))
 
 
 def configure(build, *options):

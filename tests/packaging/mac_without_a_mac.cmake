@@ -15,7 +15,3 @@ endforeach()
 set(CMAKE_SIZEOF_VOID_P 8)
 set(CMAKE_HAVE_LIBC_PTHREAD TRUE)
 set(HAVE_STDATOMIC TRUE)
-
-# What the toolkit asks for.
-set(OPENGL_INCLUDE_DIR /System/Library/Frameworks/OpenGL.framework)
-set(OPENGL_gl_LIBRARY /System/Library/Frameworks/OpenGL.framework)
