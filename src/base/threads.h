@@ -16,6 +16,7 @@ void onMainThreadAndWait(std::function<void()> task);
 /// Runs \p task on a thread of its own. The thread may outlive everything: the process ends without waiting for it (see
 /// `endProcess`), so a task may use what lives as long as the process. Any thread.
 void inBackground(std::function<void()> task);
+void startInBackground(std::function<void()> task); ///< what it does, for a test's own `inBackground`
 
 /// Lets other threads go first. Any thread.
 void yieldThread();

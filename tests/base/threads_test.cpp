@@ -3,7 +3,6 @@
 #include "ControllerTest.h"
 
 #include <atomic>
-#include <pthread.h>
 
 namespace {
 
@@ -18,17 +17,6 @@ TEST_F(Threads, MainThreadTasksRunInTheOrderOfTheCallsAndNotBeforeTheLoopTurns) 
     QCoreApplication::processEvents();
     ASSERT_EQ(order.size(), 100U);
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
-}
-
-TEST_F(Threads, WithoutAThreadTheProcessEndsAsFailedAndSaysSo) {
-    const auto startThreadWithTooLargeAStack = [] {
-        pthread_attr_t attributes;
-        pthread_attr_init(&attributes);
-        pthread_attr_setstacksize(&attributes, std::size_t{1} << 50);
-        pthread_setattr_default_np(&attributes);
-        kyb::inBackground([] {});
-    };
-    EXPECT_EXIT(startThreadWithTooLargeAStack(), testing::ExitedWithCode(1), "^No thread can be started: ");
 }
 
 TEST_F(Threads, WaitingOnTheMainThreadItselfRunsAtOnce) {

@@ -6,6 +6,7 @@
 #include "platform/child_task.h"
 #include "platform/clock.h"
 #include "platform/current_user.h"
+#include "platform/drag.h"
 #include "platform/locale_info.h"
 #include "platform/power.h"
 #include "platform/privileges.h"
@@ -262,6 +263,10 @@ void sleepFor(std::chrono::microseconds duration) {
 
 QString bundlePath() {
     return machine().bundle();
+}
+
+bool systemCarriesDrags() {
+    return false;
 }
 
 void becomeAccessory() {

@@ -3,8 +3,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QTemporaryFile>
 #include <cstdio>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -17,8 +17,9 @@ using namespace std::chrono_literals;
 class TakenOutput {
 public:
     TakenOutput() {
+        taken_.open();
         std::fflush(stdout);
-        dup2(taken_.get(), STDOUT_FILENO);
+        dup2(taken_.handle(), STDOUT_FILENO);
     }
     ~TakenOutput() {
         std::fflush(stdout);
@@ -29,18 +30,18 @@ public:
 
     QString text() const {
         QByteArray bytes(1 << 20, '\0');
-        bytes.truncate(pread(taken_.get(), bytes.data(), static_cast<size_t>(bytes.size()), 0));
+        bytes.truncate(pread(taken_.handle(), bytes.data(), static_cast<size_t>(bytes.size()), 0));
         return QString::fromUtf8(bytes);
     }
 
 private:
     const kyb::UniqueFd before_{dup(STDOUT_FILENO)};
-    const kyb::UniqueFd taken_{memfd_create("output", MFD_CLOEXEC)};
+    QTemporaryFile taken_;
 };
 
 /// How many descriptors this process has open.
 qsizetype openDescriptors() {
-    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
+    return QDir(QStringLiteral("/dev/fd")).entryList(QDir::Files | QDir::System).size();
 }
 
 const QString kProgress = QStringLiteral("/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log");

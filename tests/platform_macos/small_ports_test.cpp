@@ -2,6 +2,7 @@
 #include "box.h"
 #include "platform/activation.h"
 #include "platform/bundle.h"
+#include "platform/drag.h"
 #include "platform/locale_info.h"
 #include "platform/power.h"
 #include "platform/property_list.h"
@@ -61,6 +62,10 @@ TEST_F(SmallPortsOnMac, AnAssertionThatIsRefusedIsNotReleased) {
     keepMachineAwake();
     letMachineSleep();
     EXPECT_THAT(calls(), ElementsAre(kAssertion, kAssertion, "IOPMAssertionRelease number=1"));
+}
+
+TEST_F(SmallPortsOnMac, TheSystemCarriesDrags) {
+    EXPECT_TRUE(systemCarriesDrags());
 }
 
 TEST_F(SmallPortsOnMac, TheBundleIsTheSystemsMainBundle) {

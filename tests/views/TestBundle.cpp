@@ -1,6 +1,7 @@
 #include "TestBundle.h"
 
 #include "base/notification_center.h"
+#include "platform/drag.h"
 #include "text/localized_text.h"
 #include "text/resources.h"
 #include "ui/views/KYDestinationView.h"
@@ -15,6 +16,7 @@ namespace {
 
 QString resources;
 QMap<QString, QString> texts;
+bool systemDrags = false;
 
 } // namespace
 
@@ -27,9 +29,14 @@ QString kyb::localizedText(const QString &key) {
     return texts.value(key, key);
 }
 
+bool kyb::systemCarriesDrags() {
+    return systemDrags;
+}
+
 TestBundle::TestBundle() {
     resources = folder_.path();
     texts.clear();
+    systemDrags = false;
     QPixmapCache::clear();
     sourceIconImage = {};
     backgroundImage = {};
@@ -58,6 +65,10 @@ void TestBundle::addPicture(const QString &name, QSize pixels, const QColor &col
 
 void TestBundle::addText(const QString &key, const QString &text) const {
     texts.insert(key, text);
+}
+
+void TestBundle::letSystemCarryDrags() {
+    systemDrags = true;
 }
 
 int TestBundle::posts(const char *notification) const {

@@ -10,7 +10,8 @@
 #include <QWidget>
 #include <gtest/gtest.h>
 
-/// A bundle of a test's own, in a temporary folder, and the shared flags as they are at the start of the process.
+/// A bundle of a test's own, in a temporary folder, the shared flags as they are at the start of the process, and a
+/// system that leaves drags to the toolkit.
 class TestBundle : public ::testing::Test {
 protected:
     TestBundle();
@@ -19,6 +20,7 @@ protected:
     void addFile(const QString &name, const QByteArray &contents) const;
     void addPicture(const QString &name, QSize pixels, const QColor &color) const;
     void addText(const QString &key, const QString &text) const;
+    static void letSystemCarryDrags();
 
     /// How often \p notification was posted so far, in this test.
     int posts(const char *notification) const;

@@ -85,6 +85,30 @@ TEST_F(DragEnd, TheSessionEndsWithTheDrag) {
     EXPECT_EQ(asked_, 1);
 }
 
+TEST_F(DragEnd, WhereTheSystemCarriesTheDragTheReleaseBehindItCancelsNothing) {
+    letSystemCarryDrags();
+    QDrag drag(&window_);
+    const DragSession session(&drag, QPoint(7, 8), countingMask());
+    QCoreApplication::processEvents();
+    send(QEvent::MouseButtonRelease, QPoint(160, 170));
+    EXPECT_EQ(asked_, 0);
+}
+
+TEST_F(DragEnd, ADropOnAnotherProgramIsNone) {
+    const auto inside = DraggingContext::WithinApplication;
+    const auto outside = DraggingContext::OutsideApplication;
+    EXPECT_EQ(DragSession::endOf(DragOperation::Copy, inside), DragSession::End::Dropped);
+    EXPECT_EQ(DragSession::endOf(DragOperation::Copy, outside), DragSession::End::CancelledOrFailed);
+    EXPECT_EQ(DragSession::endOf(DragOperation::None, inside), DragSession::End::CancelledOrFailed);
+    EXPECT_EQ(DragSession::endOf(DragOperation::None, outside), DragSession::End::CancelledOrFailed);
+}
+
+TEST_F(DragEnd, WhatTheSystemSlidesBackDoesNotGlideAsWell) {
+    letSystemCarryDrags();
+    kyb::slideBack(window_, picture(), QPoint(900, 900));
+    EXPECT_EQ(ghost(), nullptr);
+}
+
 TEST_F(DragEnd, ThePictureGlidesHomeAndIsGone) {
     const QPoint home = window_.mapToGlobal(QPoint(0, 0));
     kyb::slideBack(window_, picture(), home + QPoint(300, 200));

@@ -123,6 +123,19 @@ TEST_F(SourceView, TheDragCarriesItsPrivateTypeAndNoData) {
     EXPECT_TRUE(drag()->mimeData()->hasFormat(type));
     EXPECT_TRUE(drag()->mimeData()->data(type).isEmpty());
     EXPECT_FALSE(drag()->mimeData()->hasText());
+    EXPECT_FALSE(drag()->mimeData()->hasHtml());
+    EXPECT_FALSE(drag()->mimeData()->hasUrls());
+    EXPECT_FALSE(drag()->mimeData()->hasImage());
+}
+
+TEST_F(SourceView, TheToolkitFindsTheMarkAgainThatItAddsToADrag) {
+    letDrag();
+    press();
+    ASSERT_NE(drag(), nullptr);
+    const QString mark = QStringLiteral("application/x-qt-mime-type-name");
+    drag()->mimeData()->setData(mark, "mark");
+    EXPECT_EQ(drag()->mimeData()->data(mark), "mark");
+    EXPECT_TRUE(drag()->mimeData()->data(QString::fromLatin1(kPrivateDragObject)).isEmpty());
 }
 
 TEST_F(SourceView, OffersACopyWithinTheApplicationAndNothingOutside) {

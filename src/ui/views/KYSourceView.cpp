@@ -21,14 +21,14 @@ constexpr double kFocusRingPoints = 3.0;
 constexpr double kFocusRingRadiusPoints = 6.0;
 
 /// What the pasteboard gets: a type, and never any data. The destination looks at the type alone.
-class TypeWithoutData : public QMimeData {
-public:
-    bool hasFormat(const QString &type) const override { return formats().contains(type); }
-    QStringList formats() const override { return {QString::fromLatin1(kPrivateDragObject)}; }
-
-protected:
-    QVariant retrieveData(const QString &, QMetaType) const override { return QByteArray(); }
-};
+///
+/// NB: not of a class of our own that gives no data whatever it is asked for. On macOS the toolkit adds a mark to what
+/// is dragged and looks for it again; without the mark no window of the program learns of a drag of a type like ours.
+QMimeData *typeWithoutData() {
+    auto *type = new QMimeData;
+    type->setData(QString::fromLatin1(kPrivateDragObject), QByteArray());
+    return type;
+}
 
 bool isActivation(const QKeyEvent &event) {
     const int key = event.key();
@@ -79,7 +79,7 @@ DragOperation KYSourceView::sourceOperationMask(DraggingContext context) const {
 
 QDrag *KYSourceView::makeDrag(QPoint position) {
     auto *drag = new QDrag(this); // deleted by the toolkit, some time after the drag
-    drag->setMimeData(new TypeWithoutData);
+    drag->setMimeData(typeWithoutData());
     drag->setPixmap(kyb::bundlePixmap(sourceIconImage.name, size(), devicePixelRatioF()));
     drag->setHotSpot(position);
     return drag;

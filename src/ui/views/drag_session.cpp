@@ -1,6 +1,7 @@
 #include "ui/views/drag_session.h"
 
 #include "base/threads.h"
+#include "platform/drag.h"
 
 #include <QApplication>
 #include <QBitmap>
@@ -73,6 +74,9 @@ QWidget *makeGhost(const QPixmap &picture) {
 
 DragSession::DragSession(QDrag *drag, QPoint start, OperationMask mask)
     : drag_(drag), lastPosition_(start), mask_(std::move(mask)) {
+    if (systemCarriesDrags()) {
+        return; // what it gives away of the mouse comes when all is over
+    }
     // NB: not at once. The filter installed last is asked first, and the drag installs its own when it begins.
     onMainThread([self = QPointer<DragSession>(this)] {
         if (self) {
@@ -84,7 +88,11 @@ DragSession::DragSession(QDrag *drag, QPoint start, OperationMask mask)
 DragSession::End DragSession::run() {
     onMainThread([picture = drag_->pixmap()] { shapeDragWindow(picture); }); // when the drag has begun
     const auto done = drag_->exec(Qt::DropAction(mask_(DraggingContext::WithinApplication)));
-    const bool isDropped = done != Qt::IgnoreAction && context() == DraggingContext::WithinApplication;
+    return endOf(DragOperation(done), context());
+}
+
+DragSession::End DragSession::endOf(DragOperation done, DraggingContext where) {
+    const bool isDropped = done != DragOperation::None && where == DraggingContext::WithinApplication;
     return isDropped ? End::Dropped : End::CancelledOrFailed;
 }
 
@@ -107,7 +115,7 @@ bool DragSession::eventFilter(QObject *watched, QEvent *event) {
 void slideBack(const QWidget &view, const QPixmap &picture, QPoint start) {
     const QPoint home = view.mapToGlobal(QPoint(0, 0));
     const bool isClick = (start - home).manhattanLength() < QApplication::startDragDistance();
-    if (isClick || picture.isNull() || !view.isVisible() || !wantsAnimations(view)) {
+    if (systemCarriesDrags() || isClick || picture.isNull() || !view.isVisible() || !wantsAnimations(view)) {
         return;
     }
     QWidget *ghost = makeGhost(picture);

@@ -27,6 +27,9 @@ enum class DraggingFormation { None = 1 };
 /// once, when the drag begins. Why a filter: the release is the last moment at which a drag can be cancelled, and only
 /// who sees the event before the drag does comes in time.
 ///
+/// Where the system carries the drag (platform/drag.h) nothing of this can be done: another program that takes the type
+/// gets the drop, which is empty.
+///
 /// Made right before the drag begins, by the one who waits for its end.
 /// Main thread.
 class DragSession : public QObject {
@@ -44,6 +47,9 @@ public:
     /// Drags, and returns when the drag has ended. What a drop sets going may take the source away.
     End run();
 
+    /// What a drag has come to, given what was done with it, and where: a drop on another program is none.
+    static End endOf(DragOperation done, DraggingContext where);
+
     /// Where the pointer was last seen, in points of the screen.
     QPoint lastPosition() const { return lastPosition_; }
 
@@ -58,8 +64,8 @@ private:
 };
 
 /// Lets \p picture glide from \p start, its upper left corner in points of the screen, back to where \p view is.
-/// Returns at once. Nothing is shown when the picture has hardly left its place (a click), when there is no picture, or
-/// when the user wants no animations. Main thread.
+/// Returns at once. Nothing is shown when the picture has hardly left its place (a click), when there is no picture,
+/// when the user wants no animations, or where the system has done it. Main thread.
 void slideBack(const QWidget &view, const QPixmap &picture, QPoint start);
 
 } // namespace kyb

@@ -8,7 +8,7 @@
 extern "C" {
 
 using IOReturn = int;
-enum : IOReturn { kIOReturnSuccess = 0 };
+enum : IOReturn { kIOReturnSuccess = 0, kIOReturnError = -536870212 };
 using IOPMAssertionID = UInt32;
 enum : IOPMAssertionID { kIOPMNullAssertionID = 0 };
 using IOPMAssertionLevel = UInt32;

@@ -72,6 +72,11 @@ class Archive(unittest.TestCase):
         self.assertEqual(self.run_line("macroot/tools/make-package beside.pkg --version 2.0").returncode, 0)
         (self.folder / "beside.pkg").unlink()
 
+    def test_the_module_finds_all_that_it_needs_in_the_program(self):
+        ran = self.run_line(f'env -u DISPLAY -u WAYLAND_DISPLAY LD_BIND_NOW=1 "./{PROGRAM}"')
+        self.assertEqual(ran.returncode, 3, ran.stderr)
+        self.assertNotIn("cannot be loaded", ran.stderr)
+
     def test_the_statuses_are_those_of_its_readme(self):
         for status, line in [(2, f'KYB_SYSTEM_ROOT=/no/such "./{PROGRAM}" -s me'),
                              (3, f'env -u DISPLAY -u WAYLAND_DISPLAY "./{PROGRAM}"')]:

@@ -1,0 +1,9 @@
+#include "platform/drag.h"
+
+namespace kyb {
+
+bool systemCarriesDrags() {
+    return false;
+}
+
+} // namespace kyb
