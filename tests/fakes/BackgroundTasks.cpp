@@ -1,5 +1,5 @@
-// Takes the place of the program's inBackground, which is weak, so that a test's story tells of each background task: that
-// it runs in the background, and which of two was started first, can be seen in no other way.
+// Takes the place of the program's inBackground, which is weak, so that a test's story tells of each background task:
+// that it runs in the background, and which of two was started first, can be seen in no other way.
 
 #include "FakeMachine.h"
 #include "base/threads.h"

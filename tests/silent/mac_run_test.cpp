@@ -92,9 +92,12 @@ TEST_F(MacRun, TheProgramAsksAFreshMacInThisOrder) {
             "flags=0}] environment=null flags=19 slot=null",
             "SMJobBless domain=kSMDomainSystemLaunchd label=com.kyb.InstallerHelperTool authorization=set "
             "error=set",
+            "IOPMAssertionCreateWithName type=PreventUserIdleSystemSleep level=255 name=Installing the Brelund "
+            "Quorlix Driver",
             create[0], create[1], create[2],
             send + "/usr/sbin/installer -pkg \"" + package() + "\" -target / -verboseR, " +
-                "installerlog_file_path=/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log} queue=main"));
+                "installerlog_file_path=/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log} queue=main",
+            "IOPMAssertionRelease number=0"));
 }
 
 TEST_F(MacRun, TheHelperAsksForItsServiceAndAnswersItsClientInThisOrder) {
