@@ -1,7 +1,6 @@
 #include "macos/client_trust.h"
 
 #include "code_requirement.h"
-#include "macos/available.h"
 #include "macos/cf_ref.h"
 
 #include <Security/Security.h>
@@ -24,17 +23,7 @@ CFOwned<SecRequirementRef> clientRequirement() {
 
 } // namespace
 
-bool requireTrustedPeer(xpc_connection_t peer) {
-    if (KYB_MACOS_AVAILABLE(12)) {
-        return xpc_connection_set_peer_code_signing_requirement(peer, kClientRequirement) == 0;
-    }
-    return true; // each message is looked at
-}
-
 bool isFromTrustedClient(xpc_object_t message) {
-    if (KYB_MACOS_AVAILABLE(12)) {
-        return true;
-    }
     const CFOwned<SecCodeRef> sender = senderOf(message);
     const CFOwned<SecRequirementRef> requirement = clientRequirement();
     // NB: without a requirement the check would only ask whether the code is signed at all.

@@ -42,6 +42,8 @@ Texts ownCode() {
     Texts code = isSet("code", "unsigned") ? Texts() : own;
     if (isSet("code", "stranger")) {
         code["certificate leaf[subject.OU]"] = "XY98ZW76VU";
+    } else if (isSet("code", "old")) {
+        code["info[CFBundleVersion]"] = "0.9.12";
     }
     return code;
 }
@@ -336,14 +338,6 @@ public:
         }
     }
 
-    bool require(std::optional<Requirement> requirement) override {
-        if (isResumed_) {
-            std::abort();
-        }
-        requirement_ = std::move(requirement);
-        return requirement_.has_value();
-    }
-
     uid_t peerUser() const override {
         ucred peer{};
         socklen_t size = sizeof peer;
@@ -377,15 +371,8 @@ private:
         changed_.wait(lock, [this] { return isResumed_ || isCancelled_; });
     }
 
-    /// "Messages from a peer that does not satisfy the requirement are dropped."
     void deliver(const Frame &frame) {
         delayAt("message");
-        if (requirement_ && !satisfies(*sender_, *requirement_)) {
-            if (isSet("mismatch", "interrupted")) {
-                cancel();
-            }
-            return;
-        }
         _xpc_dictionary_s *message = dictionaryOf(frame);
         message->origin = {socket_, frame.number, sender_};
         raise(message);
@@ -394,7 +381,6 @@ private:
 
     const std::shared_ptr<UniqueFd> socket_;
     std::shared_ptr<const Texts> sender_;
-    std::optional<Requirement> requirement_;
     std::mutex mutex_;
     std::condition_variable changed_;
     std::atomic<bool> isResumed_{false};

@@ -39,7 +39,6 @@ public:
     virtual void cancel() = 0;
     virtual void send(const _xpc_dictionary_s &) {}
     virtual void ask(xpc_connection_t, const _xpc_dictionary_s &, dispatch_queue_t, xpc_handler_t) {}
-    virtual bool require(std::optional<Requirement>) { return false; }
     virtual uid_t peerUser() const { return uid_t(-1); }
 
     /// The program has given its last reference back.

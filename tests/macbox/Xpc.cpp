@@ -142,13 +142,6 @@ void xpc_connection_set_target_queue(xpc_connection_t connection, dispatch_queue
     connection->body->setQueue(targetQueue);
 }
 
-/// "Must be called before the connection is activated. (...) 0 on success, non-zero on error."
-int xpc_connection_set_peer_code_signing_requirement(xpc_connection_t connection, const char *requirement) {
-    record("xpc_connection_set_peer_code_signing_requirement " + nameOf(connection) + " requirement=" + requirement);
-    return connection->body->require(isSet("requirement", "set") ? readRequirement(requirement) : std::nullopt) ? 0
-                                                                                                                : -1;
-}
-
 void xpc_connection_set_context(xpc_connection_t connection, void *context) {
     connection->body->context = context;
 }

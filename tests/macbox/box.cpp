@@ -20,24 +20,21 @@ struct Setting {
 
 /// What the box is like unless a test says otherwise.
 constexpr Setting kDefaults[] = {
-    {"macos", "14"},              ///< the major number of the system's version
     {"user", "grants"},           ///< who sits there: grants, cancels, denies; or absent, when nobody can be asked
-    {"mismatch", "interrupted"},  ///< what a client hears whose code a peer refuses: interrupted, or nothing
     {"last release", "silent"},   ///< whether the last release of a connection raises an event: silent, or invalid
     {"error order", "event"},     ///< which comes first when a peer has gone: the event, or the error for the reply
     {"no program", "invalid"},    ///< what a client hears of a job whose program is missing: invalid, or nothing
     {"respawn", "0"},             ///< milliseconds from one start of a job to the next; 10,000 on a Mac
     {"exit timeout", "20000"},    ///< milliseconds from a job's SIGTERM to its SIGKILL
     {"connections", "made"},      ///< whether connections can be made: made, or null
-    {"requirement", "set"},       ///< whether a peer's requirement can be set: set, or refused
     {"requirement text", "read"}, ///< whether a requirement's text can be read: read, or refused
-    {"code", "own"},              ///< what a client is signed with: its own signature, a stranger's, or unsigned
-    {"message code", "known"},    ///< whether a message's code can be told: known, or unknown
-    {"bless", "works"},           ///< whether a helper can be put in its place: works, or fails
-    {"power", "granted"},         ///< whether an assertion can be had: granted, or refused
-    {"check in", "job"},          ///< who gets a service: its job only, or anybody
-    {"locale", ""},               ///< empty: the environment's
-    {"languages", ""},            ///< likewise
+    {"code", "own"}, ///< what a client is signed with: its own signature, a stranger's, an old version's, or unsigned
+    {"message code", "known"}, ///< whether a message's code can be told: known, or unknown
+    {"bless", "works"},        ///< whether a helper can be put in its place: works, or fails
+    {"power", "granted"},      ///< whether an assertion can be had: granted, or refused
+    {"check in", "job"},       ///< who gets a service: its job only, or anybody
+    {"locale", ""},            ///< empty: the environment's
+    {"languages", ""},         ///< likewise
     {"volume name", "Macintosh HD"},
     {"free bytes", ""}, ///< empty: what is free here
 };
@@ -119,7 +116,3 @@ void countObject(int change) {
 }
 
 } // namespace macbox
-
-extern "C" bool kybMacBoxAtLeast(int version) {
-    return std::atoi(macbox::setting("macos").c_str()) >= version;
-}

@@ -166,41 +166,11 @@ TEST_F(HelperServiceOnMac, DropsAMessageWithoutACommand) {
     waitForEnd();
 }
 
-TEST_F(HelperServiceOnMac, HasTheSystemCheckEachPeerFromMacOS12On) {
-    macbox::set("macos", "12");
+TEST_F(HelperServiceOnMac, LooksAtTheCodeThatSentTheMessage) {
     start();
     ask({{"command_to_be_execute", touch("made")}});
     waitForEnd();
     EXPECT_TRUE(exists("made"));
-    EXPECT_THAT(calls("xpc_connection_set_peer_code_signing_requirement"),
-                ElementsAre("xpc_connection_set_peer_code_signing_requirement peer requirement=" +
-                            std::string(kClientRequirement)));
-    EXPECT_THAT(calls("Sec"), IsEmpty());
-}
-
-TEST_F(HelperServiceOnMac, RunsNothingForAPeerThatTheSystemRefuses) {
-    macbox::set("code", "stranger");
-    start();
-    EXPECT_TRUE(ask({{"command_to_be_execute", touch("made")}}).wasInterrupted);
-    EXPECT_FALSE(exists("made"));
-    waitForEnd();
-}
-
-TEST_F(HelperServiceOnMac, RunsNothingWhenTheRequirementCannotBeSet) {
-    macbox::set("requirement", "refused");
-    start();
-    EXPECT_TRUE(ask({{"command_to_be_execute", touch("made")}}).wasInterrupted);
-    EXPECT_FALSE(exists("made"));
-    waitForEnd();
-}
-
-TEST_F(HelperServiceOnMac, LooksAtTheMessagesOwnCodeOnMacOS11) {
-    macbox::set("macos", "11");
-    start();
-    ask({{"command_to_be_execute", touch("made")}});
-    waitForEnd();
-    EXPECT_TRUE(exists("made"));
-    EXPECT_THAT(calls("xpc_connection_set_peer_code_signing_requirement"), IsEmpty());
     EXPECT_THAT(calls("Sec"),
                 ElementsAre("SecCodeCreateWithXPCMessage message=dictionary flags=0",
                             "SecRequirementCreateWithString text=" + std::string(kClientRequirement) + " flags=0",
@@ -215,24 +185,23 @@ struct RefusalRow {
 const RefusalRow kRefusals[] = {
     {"OtherCode", "code", "stranger"},
     {"UnsignedCode", "code", "unsigned"},
+    {"OldCode", "code", "old"},
     {"NoCode", "message code", "unknown"},
     {"NoRequirement", "requirement text", "refused"},
 };
-class RefusalOnMac11 : public HelperServiceOnMac, public testing::WithParamInterface<RefusalRow> {};
+class RefusedClient : public HelperServiceOnMac, public testing::WithParamInterface<RefusalRow> {};
 
-TEST_P(RefusalOnMac11, RunsNothing) {
-    macbox::set("macos", "11");
+TEST_P(RefusedClient, RunsNothing) {
     macbox::set(GetParam().setting, GetParam().value);
     start();
     EXPECT_TRUE(ask({{"command_to_be_execute", touch("made")}}).wasInterrupted);
     EXPECT_FALSE(exists("made"));
     waitForEnd();
 }
-INSTANTIATE_TEST_SUITE_P(Refusals, RefusalOnMac11, testing::ValuesIn(kRefusals),
+INSTANTIATE_TEST_SUITE_P(Refusals, RefusedClient, testing::ValuesIn(kRefusals),
                          [](const auto &row) { return row.param.name; });
 
 TEST_F(HelperServiceOnMac, TellsOfAStrangerOnce) {
-    macbox::set("macos", "11");
     macbox::set("code", "stranger");
     testing::internal::CaptureStderr();
     start();

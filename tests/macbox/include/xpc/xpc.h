@@ -2,7 +2,7 @@
 
 // Declarations of the system's XPC interface, as far as this program uses it, written after the pages "XPC",
 // "xpc_connection_create_mach_service", "xpc_connection_get_euid", "xpc_connection_set_context",
-// "xpc_connection_set_peer_code_signing_requirement" and "XPC Constants" of the system's developer documentation.
+// and "XPC Constants" of the system's developer documentation.
 
 #include <cstddef>
 #include <cstdint>
@@ -48,8 +48,6 @@ xpc_connection_t xpc_connection_create_mach_service(const char *name, dispatch_q
                                                     std::uint64_t flags);
 void xpc_connection_set_event_handler(xpc_connection_t connection, xpc_handler_t handler);
 void xpc_connection_set_target_queue(xpc_connection_t connection, dispatch_queue_t targetQueue);
-int xpc_connection_set_peer_code_signing_requirement(xpc_connection_t connection, const char *requirement)
-    __attribute__((availability(macos, introduced = 12.0)));
 void xpc_connection_set_context(xpc_connection_t connection, void *context);
 void *xpc_connection_get_context(xpc_connection_t connection);
 uid_t xpc_connection_get_euid(xpc_connection_t connection);
