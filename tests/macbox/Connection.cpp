@@ -9,7 +9,8 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 
-// Connections, over the box's sockets. Quotations are from the system's own documentation of the interface.
+// Connections, over the box's sockets. What is said of a promise is what the page on XPC connections of the system's
+// developer documentation promises.
 
 namespace macbox {
 namespace {
@@ -77,8 +78,7 @@ bool waitFor(const Wake &wake, int socket) {
 
 // ---- Every connection
 
-/// "Setting the event handler is asynchronous and non-preemptive (...) If the event handler is executing at the time of
-/// this call, it will finish, and then the connection's event handler will be changed before the next invocation."
+/// Promise: a handler that runs meanwhile ends in peace; the new one gets the next event.
 void Connection::setHandler(xpc_handler_t handler) {
     xpc_handler_t copy = nullptr;
     if (handler != nullptr) {
@@ -157,8 +157,8 @@ public:
         }
     }
 
-    /// "Releasing the last reference on an inactive connection (...) is undefined." Of an active one it ends the
-    /// connection; whether that is an event is not said.
+    /// Promise: none for a connection that was never resumed, so that it ends the program here. Of one that was, the
+    /// last release is its end; whether that is an event is not said.
     void abandon() override {
         if (!isResumed_) {
             std::abort();
@@ -190,7 +190,7 @@ private:
         xpc_handler_t handler;
     };
 
-    /// "The connection will be lazily established": with the first message.
+    /// Promise: the service is looked up, and started, with the first message.
     void run() {
         while (!isOver_) {
             const bool isReadable = waitFor(wake_, socket_.get());
@@ -209,7 +209,7 @@ private:
         socket_.reset();
     }
 
-    /// "XPC_ERROR_CONNECTION_INVALID: (...) the service name could not be found in the namespace."
+    /// Promise: a service that nobody publishes makes the connection invalid.
     bool connect() {
         delayAt("connection");
         if (!askLaunchd(root(), {"look up", service_})) {
@@ -235,7 +235,7 @@ private:
     void receiveOne() {
         const std::optional<Frame> frame = receive(socket_.get());
         if (!frame) {
-            // "Connections to the service will be re-established automatically": with the next message.
+            // Promise: the same connection reaches the service anew, with the next message.
             socket_.reset();
             fail(XPC_ERROR_CONNECTION_INTERRUPTED);
         } else if (frame->kind == Frame::Kind::Reply) {
@@ -324,7 +324,7 @@ public:
         set(isCancelled_);
     }
 
-    /// "Releasing the last reference on an inactive connection (...) is undefined."
+    /// As for a client's.
     void abandon() override {
         if (!isResumed_) {
             std::abort();

@@ -272,13 +272,16 @@ const CFNumberFormatterKey kCFNumberFormatterMaxFractionDigits = constantText("k
 const CFNumberFormatterKey kCFNumberFormatterUseGroupingSeparator =
     constantText("kCFNumberFormatterUseGroupingSeparator");
 
+/// Promise: one reference more; the object is returned.
 CFTypeRef CFRetain(CFTypeRef any) {
     ++object(any)->references;
     return any;
 }
+/// Promise: with the last reference the object goes. One too many ends the program here.
 void CFRelease(CFTypeRef any) {
     macbox::releaseOne(object(any));
 }
+/// Promise: the same number for all objects of a type.
 CFTypeID CFGetTypeID(CFTypeRef any) {
     return object(any)->type;
 }
@@ -286,14 +289,16 @@ CFTypeID CFGetTypeID(CFTypeRef any) {
 CFTypeID CFStringGetTypeID() {
     return String;
 }
+/// Promise: a copy of UTF-16 units, which the caller owns.
 CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar *characters, CFIndex count) {
     const auto *text = reinterpret_cast<const char16_t *>(characters);
     return ref<CFStringRef>(new Text(icu::UnicodeString(text, std::int32_t(count))));
 }
+/// Promise: null when the bytes cannot be read in that encoding; here any but UTF-8 cannot.
 CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char *text, CFStringEncoding encoding) {
     return encoding == kCFStringEncodingUTF8 ? ref<CFStringRef>(new Text(icu::UnicodeString::fromUTF8(text))) : nullptr;
 }
-/// Of all the bytes or of none, as the system does it.
+/// Promise: a string of all the bytes, or null when one of them cannot be read in that encoding.
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8 *bytes, CFIndex count, CFStringEncoding encoding,
                                     Boolean) {
     const icu::LocalUConverterPointer converter = openConverter(encoding);
@@ -306,12 +311,15 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8 *bytes, CFIndex 
                                   status);
     return U_SUCCESS(status) ? ref<CFStringRef>(new Text(text)) : nullptr;
 }
+/// Promise: an invalid number for a code page that is not known.
 CFStringEncoding CFStringConvertWindowsCodepageToEncoding(UInt32 codePage) {
     return openConverter(codePage).isNull() ? CFStringEncoding(kCFStringEncodingInvalidId) : codePage;
 }
+/// Promise: in UTF-16 units.
 CFIndex CFStringGetLength(CFStringRef string) {
     return as<Text>(string)->value.length();
 }
+/// Promise: as many units as the range has, and no zero behind them.
 void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar *buffer) {
     as<Text>(string)->value.extract(std::int32_t(range.location), std::int32_t(range.length),
                                     reinterpret_cast<char16_t *>(buffer));
@@ -320,6 +328,7 @@ void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar *buffer) {
 CFTypeID CFNumberGetTypeID() {
     return Number;
 }
+/// Promise: the value is read as the type says; here only int can be.
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void *value) {
     if (type != kCFNumberIntType) {
         return nullptr;
@@ -330,6 +339,7 @@ CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void *value)
 Boolean CFNumberIsFloatType(CFNumberRef number) {
     return as<NumberObject>(number)->isFloat;
 }
+/// Promise: false when the value does not fit the type; a real number gives its integral part.
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void *value) {
     if (type == kCFNumberDoubleType) {
         *static_cast<double *>(value) = as<NumberObject>(number)->real;
@@ -348,12 +358,14 @@ Boolean CFBooleanGetValue(CFBooleanRef boolean) {
     return as<TruthObject>(boolean)->value;
 }
 
+/// Promise: a copy of the bytes, which the caller owns.
 CFDataRef CFDataCreate(CFAllocatorRef, const UInt8 *bytes, CFIndex length) {
     return ref<CFDataRef>(new DataObject(std::string(reinterpret_cast<const char *>(bytes), std::size_t(length))));
 }
 CFTypeID CFDictionaryGetTypeID() {
     return Dictionary;
 }
+/// Promise: null without the key; otherwise a value that the caller does not own.
 const void *CFDictionaryGetValue(CFDictionaryRef dictionary, const void *key) {
     const auto &values = as<DictionaryObject>(dictionary)->values;
     const auto found = values.find(macbox::text(static_cast<CFStringRef>(key)));
@@ -362,10 +374,12 @@ const void *CFDictionaryGetValue(CFDictionaryRef dictionary, const void *key) {
 CFIndex CFArrayGetCount(CFArrayRef array) {
     return CFIndex(as<ArrayObject>(array)->values.size());
 }
+/// Promise: a value that the caller does not own.
 const void *CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index) {
     return as<ArrayObject>(array)->values.at(std::size_t(index));
 }
 
+/// Promise: null for what is no property list; with these options nothing of it can be changed.
 CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef, CFDataRef data, CFOptionFlags options,
                                                CFPropertyListFormat *, CFErrorRef *) {
     const std::string &bytes = as<DataObject>(data)->bytes;
@@ -381,16 +395,19 @@ CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef, CFDataRef data, C
     return list;
 }
 
+/// Promise: an address of the file, which the caller owns.
 CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef, const UInt8 *path, CFIndex length, Boolean) {
     return ref<CFURLRef>(new UrlObject(std::string(reinterpret_cast<const char *>(path), std::size_t(length))));
 }
 
+/// Promise: the path in that style, which the caller owns; here only in that of POSIX.
 CFStringRef CFURLCopyFileSystemPath(CFURLRef url, CFURLPathStyle style) {
     if (style != kCFURLPOSIXPathStyle) {
         return nullptr;
     }
     return ref<CFStringRef>(new Text(icu::UnicodeString::fromUTF8(as<UrlObject>(url)->path)));
 }
+/// Promise: the bundle that the program was started from; the caller does not own it.
 CFBundleRef CFBundleGetMainBundle() {
     static int theOne = 0;
     return reinterpret_cast<CFBundleRef>(&theOne);
@@ -410,6 +427,7 @@ static Object *availableCapacity(const struct statvfs &volume) {
     const double bytes = given.empty() ? double(volume.f_bavail) * double(volume.f_frsize) : std::stod(given);
     return new NumberObject(false, bytes, std::int64_t(bytes));
 }
+/// Promise: false for a file that is not there; otherwise an object of the key's type, which the caller owns.
 Boolean CFURLCopyResourcePropertyForKey(CFURLRef url, CFStringRef key, void *value, CFErrorRef *) {
     const std::string &path = as<UrlObject>(url)->path;
     struct statvfs volume = {};
@@ -426,13 +444,16 @@ Boolean CFURLCopyResourcePropertyForKey(CFURLRef url, CFStringRef key, void *val
     return answer != nullptr;
 }
 
+/// Promise: the user's region settings, as they are now.
 CFLocaleRef CFLocaleCopyCurrent() {
     macbox::record("CFLocaleCopyCurrent");
     return ref<CFLocaleRef>(new LocaleObject(currentLocale()));
 }
+/// Promise: as long as the locale lives; the caller does not own it.
 CFStringRef CFLocaleGetIdentifier(CFLocaleRef locale) {
     return ref<CFStringRef>(as<LocaleObject>(locale)->identifier);
 }
+/// Promise: in the display locale's language; null when there is no name.
 CFStringRef CFLocaleCopyDisplayNameForPropertyValue(CFLocaleRef displayLocale, CFLocaleKey key, CFStringRef value) {
     if (key != kCFLocaleIdentifier) {
         return nullptr;
@@ -441,6 +462,7 @@ CFStringRef CFLocaleCopyDisplayNameForPropertyValue(CFLocaleRef displayLocale, C
     icu::Locale(macbox::text(value).c_str()).getDisplayName(as<LocaleObject>(displayLocale)->locale, name);
     return ref<CFStringRef>(new Text(name));
 }
+/// Promise: tags in the user's order.
 CFArrayRef CFLocaleCopyPreferredLanguages() {
     auto *languages = new ArrayObject;
     for (const std::string &language : preferredLanguages()) {
@@ -449,6 +471,7 @@ CFArrayRef CFLocaleCopyPreferredLanguages() {
     return ref<CFArrayRef>(languages);
 }
 
+/// Promise: the styles are the locale's own.
 CFDateFormatterRef CFDateFormatterCreate(CFAllocatorRef, CFLocaleRef locale, CFDateFormatterStyle dateStyle,
                                          CFDateFormatterStyle timeStyle) {
     static constexpr icu::DateFormat::EStyle kStyles[] = {icu::DateFormat::kNone, icu::DateFormat::kShort,
@@ -457,6 +480,7 @@ CFDateFormatterRef CFDateFormatterCreate(CFAllocatorRef, CFLocaleRef locale, CFD
     return ref<CFDateFormatterRef>(new DateFormatObject(icu::DateFormat::createDateTimeInstance(
         kStyles[dateStyle], kStyles[timeStyle], as<LocaleObject>(locale)->locale)));
 }
+/// Promise: seconds since the first moment of 2001, UTC.
 CFStringRef CFDateFormatterCreateStringWithAbsoluteTime(CFAllocatorRef, CFDateFormatterRef formatter,
                                                         CFAbsoluteTime time) {
     icu::UnicodeString text;
@@ -464,6 +488,7 @@ CFStringRef CFDateFormatterCreateStringWithAbsoluteTime(CFAllocatorRef, CFDateFo
     return ref<CFStringRef>(new Text(text));
 }
 
+/// Promise: the style is the locale's own; here only the decimal one can be made.
 CFNumberFormatterRef CFNumberFormatterCreate(CFAllocatorRef, CFLocaleRef locale, CFNumberFormatterStyle style) {
     if (style != kCFNumberFormatterDecimalStyle) {
         return nullptr;
@@ -472,6 +497,7 @@ CFNumberFormatterRef CFNumberFormatterCreate(CFAllocatorRef, CFLocaleRef locale,
     return ref<CFNumberFormatterRef>(
         new NumberFormatObject(icu::NumberFormat::createInstance(as<LocaleObject>(locale)->locale, status)));
 }
+/// Promise: the value is of the key's type.
 void CFNumberFormatterSetProperty(CFNumberFormatterRef formatter, CFStringRef key, CFTypeRef value) {
     icu::NumberFormat &format = *as<NumberFormatObject>(formatter)->format;
     if (key == kCFNumberFormatterUseGroupingSeparator) {
@@ -482,6 +508,7 @@ void CFNumberFormatterSetProperty(CFNumberFormatterRef formatter, CFStringRef ke
         format.setMaximumFractionDigits(std::int32_t(as<NumberObject>(value)->integer));
     }
 }
+/// Promise: the value is read as the type says; here only double can be.
 CFStringRef CFNumberFormatterCreateStringWithValue(CFAllocatorRef, CFNumberFormatterRef formatter, CFNumberType type,
                                                    const void *value) {
     if (type != kCFNumberDoubleType) {
@@ -492,7 +519,7 @@ CFStringRef CFNumberFormatterCreateStringWithValue(CFAllocatorRef, CFNumberForma
     return ref<CFStringRef>(new Text(text));
 }
 
-/// Knows one placeholder, "%@" for a string.
+/// Promise: the text goes to the system's log and to standard error. Knows one placeholder, "%@" for a string.
 void NSLog(CFStringRef format, ...) {
     va_list arguments;
     va_start(arguments, format);

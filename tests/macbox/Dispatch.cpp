@@ -98,7 +98,7 @@ void waitForQueues() {
 
 } // namespace macbox
 
-/// "Creates a new dispatch queue to which you can submit blocks": a serial one with a null attribute.
+/// Promise (page "dispatch_queue_create"): with a null attribute one block after the other, in their order.
 extern "C" dispatch_queue_t dispatch_queue_create(const char *label, dispatch_queue_attr_t attributes) {
     macbox::record("dispatch_queue_create label=" + std::string(label) +
                    " attributes=" + (attributes == nullptr ? "null" : "set"));

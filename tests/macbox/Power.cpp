@@ -20,6 +20,7 @@ const CFStringRef kIOPMAssertionTypePreventUserIdleSystemSleep =
 const CFStringRef kIOPMAssertionTypePreventUserIdleDisplaySleep =
     CFStringCreateWithCString(nullptr, "PreventUserIdleDisplaySleep", kCFStringEncodingUTF8);
 
+/// Promise: the machine stays awake from here to the release, or to the end of the process.
 IOReturn IOPMAssertionCreateWithName(CFStringRef type, IOPMAssertionLevel level, CFStringRef name,
                                      IOPMAssertionID *assertion) {
     macbox::record("IOPMAssertionCreateWithName type=" + macbox::text(type) + " level=" + to_string(level) +

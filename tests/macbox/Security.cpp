@@ -6,7 +6,8 @@
 #include <map>
 #include <mutex>
 
-// Authorization, with a scripted user, and code signing. Quotations are from the system's own documentation.
+// Authorization, with a scripted user, and code signing. What is said of a
+// promise is what "Authorization Services" and "Code Signing Services" of the developer documentation promise.
 
 using macbox::record;
 using std::to_string;
@@ -33,8 +34,8 @@ std::string nullOrSet(const void *pointer) {
     return pointer == nullptr ? "null" : "set";
 }
 
-/// "errAuthorizationInteractionNotAllowed: the Security Server denied authorization because no user interaction is
-/// allowed", by the caller's flags or since nobody is there. Without kAuthorizationFlagExtendRights no right is given.
+/// Promise: without the flag for interaction, or where nobody can be asked, the status says that interaction is not
+/// allowed; without the flag for extended rights no right is given.
 OSStatus askUser(AuthorizationFlags flags) {
     constexpr OSStatus interactionNotAllowed = -60007;
     const std::map<std::string, OSStatus> answers = {{"grants", errAuthorizationSuccess},
@@ -114,7 +115,7 @@ OSStatus SecRequirementCreateWithString(CFStringRef text, SecCSFlags flags, SecR
     return errSecSuccess;
 }
 
-/// "Performs dynamic validation of signed code": of unsigned code it fails, whatever the requirement.
+/// Promise: code that is not signed, or not as the requirement says, is not valid.
 OSStatus SecCodeCheckValidity(SecCodeRef code, SecCSFlags flags, SecRequirementRef requirement) {
     record("SecCodeCheckValidity code=" + nullOrSet(code) + " flags=" + to_string(flags) +
            " requirement=" + nullOrSet(requirement));

@@ -9,9 +9,9 @@
 #include <fstream>
 #include <sstream>
 
-// SMJobBless, as its page in the system's developer documentation describes it: "submits the executable for the given
-// label as a launchd job (...) if the job is already installed, true is returned" unless the executable's version has
-// risen.
+// SMJobBless. Its page in the developer documentation promises: the helper lies in the bundle's Contents/Library/
+// LaunchServices under its label; it holds its own property list and its job's; each of the two programs satisfies what
+// the other requires of it; one that is installed already stays, unless the new one's version is higher.
 
 namespace {
 
@@ -39,8 +39,9 @@ bool meets(const Texts &facts, const std::string &requirement) {
     return read && satisfies(facts, *read);
 }
 
-/// "SMPrivilegedExecutables: a dictionary; each key is a label, each value the requirement for the tool."
-/// "SMAuthorized- Clients: an array of the requirements for those who may manage the tool."
+/// SMPrivilegedExecutables of the program: what each helper must satisfy, by label. SMAuthorizedClients of the helper:
+/// what one of its clients must satisfy. "SMAuthorized- Clients: an array of the requirements for those who may manage
+/// the tool."
 bool trustEachOther(const std::string &label, const Signature &tool) {
     const auto application = macbox::signatureOf("/proc/self/exe");
     const Texts wanted = macbox::dictionaryIn(contentOf(contents() / "Info.plist"), "SMPrivilegedExecutables");
@@ -100,7 +101,7 @@ const CFStringRef kSMDomainUserLaunchd =
 const CFStringRef kSMDomainSystemLaunchd =
     CFStringCreateWithCString(nullptr, "kSMDomainSystemLaunchd", kCFStringEncodingUTF8);
 
-/// "outError: an output reference to a CFErrorRef describing the specific error encountered (...) This can be NULL."
+/// Promise: a failure leaves an error, which the caller owns, in the slot, unless there is none.
 Boolean SMJobBless(CFStringRef domain, CFStringRef executableLabel, AuthorizationRef authorization, CFErrorRef *error) {
     const std::string label = macbox::text(executableLabel);
     macbox::record("SMJobBless domain=" + macbox::text(domain) + " label=" + label + " authorization=" +

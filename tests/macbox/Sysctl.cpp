@@ -26,6 +26,7 @@ std::vector<kinfo_proc> processes() {
 
 } // namespace
 
+/// Promise (sysctl(3)): without a place the size that is needed; with one that is too small ENOMEM.
 extern "C" int sysctl(int *name, unsigned nameLength, void *old, size_t *oldLength, void *, size_t) {
     if (nameLength != 3 || name[0] != CTL_KERN || name[1] != KERN_PROC || name[2] != KERN_PROC_ALL) {
         errno = EINVAL;

@@ -7,7 +7,8 @@
 
 using namespace macbox;
 
-// The objects and the functions. Quotations are from the system's own documentation of the interface.
+// The objects and the functions. What is said of a promise is what the pages on XPC of the system's developer
+// documentation promise.
 
 extern "C" {
 const struct _xpc_type_s _xpc_type_connection = {"connection"};
@@ -95,21 +96,20 @@ xpc_object_t xpc_dictionary_create(const char *const *keys, const xpc_object_t *
     return makeDictionary();
 }
 
-/// "A new dictionary object. NULL if the object was not a dictionary with a reply context."
+/// Promise: one reply to a message that wants one, and null for any other.
 xpc_object_t xpc_dictionary_create_reply(xpc_object_t original) {
     if (dictionary(original)->origin.number == 0) {
         return nullptr;
     }
     auto *reply = makeDictionary();
     reply->origin = dictionary(original)->origin;
-    dictionary(original)->origin.number = 0; // "a reply context (...) is consumed"
+    dictionary(original)->origin.number = 0;
     return reply;
 }
 void xpc_dictionary_set_string(xpc_object_t object, const char *key, const char *text) {
     dictionary(object)->strings.emplace_back(key, text);
 }
-/// "NULL if the value for the specified key does not exist or if the value is not a string": an error is a dictionary,
-/// too, without this key.
+/// Promise: null where there is no such key. An error is a dictionary, too, without this one.
 const char *xpc_dictionary_get_string(xpc_object_t object, const char *key) {
     for (const auto &[each, text] : dictionary(object)->strings) {
         if (each == key) {

@@ -52,8 +52,7 @@ std::string contentOf(const std::string &path) {
     return content.str();
 }
 
-/// "Program: this key maps to the first argument of execv(3) (...) If this key is missing, then the first element of
-/// the array of strings provided to the ProgramArguments will be used instead."
+/// Promise: the program is what "Program" names, and the first of "ProgramArguments" where there is no such key.
 std::string programOf(const std::string &list) {
     if (const std::optional<std::string> program = textIn(list, "Program")) {
         return *program;
@@ -62,8 +61,8 @@ std::string programOf(const std::string &list) {
     return arguments.empty() ? std::string() : arguments.front();
 }
 
-/// "StandardOutPath: this optional key specifies that the given path should be mapped to stdout (...)": any text is
-/// added to the end. Nothing: no path is given.
+/// Promise: what the job prints is added to the file's end, which is made when there is none. Nothing: no path is
+/// given.
 UniqueFd openOutput(const std::string &path) {
     return path.empty() ? UniqueFd()
                         : UniqueFd(open((root() + path).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
@@ -128,7 +127,7 @@ private:
         return true;
     }
 
-    /// "bootout": the job is asked to end, and killed when it does not within its exit timeout; only then its services
+    /// Promise: the job is asked to end, and killed when it does not within its exit timeout; only then its services
     /// are gone.
     void unload(const std::string &label) {
         Job *job = find(label);
@@ -165,7 +164,7 @@ private:
         }
     }
 
-    /// "By default, jobs will not be spawned more than once every 10 seconds."
+    /// Promise: not more than once in ten seconds, unless the job says otherwise.
     static bool mayStart(const Job &job) {
         return job.process == 0 && Clock::now() - milliseconds("respawn") >= job.started;
     }

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <dispatch/dispatch.h>
 
-// "The main queue is created automatically and associated with the main thread. (...) An app empties it by running the
-// main run loop": the toolkit's event loop on macOS is one when there are screens, and without them when it is asked
-// for by a variable before the application object is made. Any other loop leaves what is on the queue where it is.
+// Promise: what is on the main queue runs on the main thread, as its run loop turns. The toolkit's event loop on macOS
+// is a run loop when there are screens, and without them when a variable asks for one before the application object is
+// made. Any other loop leaves what is on the queue where it is.
 
 struct dispatch_queue_s _dispatch_main_q(dispatch_queue_s::Kind::Main);
 
