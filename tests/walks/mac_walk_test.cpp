@@ -1,0 +1,77 @@
+// What a person sees on a Mac that is played when the system, or the helper, refuses.
+
+#include "Walk.h"
+
+#include "base/KYGlobalConstants.h"
+#include "box.h"
+#include "text/localized_text.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+const QString kForward = QStringLiteral("multipleActionsButton");
+const QString kChoice = QStringLiteral("publicOrPrivateView");
+const QString kResult = QStringLiteral("installationResultView");
+
+class MacWalk : public Walk {
+protected:
+    /// From the terms to the choice, whose forward button says "Install".
+    static void goToTheChoice(User &user) {
+        user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
+        user.click(QStringLiteral("checkBoxButton"));
+        user.waitFor([] { return bool(isTermsAndConditionsAccepted); }, "the terms to be accepted");
+        user.click(kForward);
+        user.waitForVisible(kChoice);
+    }
+
+    static void readResult(User &user, const char *key) {
+        user.waitForVisible(kResult);
+        EXPECT_EQ(user.text(QStringLiteral("installationResultLabel")), kyb::localizedText(QString::fromLatin1(key)));
+        user.click(QStringLiteral("closeButton"));
+    }
+
+    bool hasLogged(const char *entry) const {
+        const std::vector<std::string> entries = root.logEntries();
+        return std::find(entries.begin(), entries.end(), entry) != entries.end();
+    }
+};
+
+TEST_F(MacWalk, ARefusedProgramShowsThatItFailed) {
+    root.registerHelper(KYB_BUNDLE "/Contents/Library/LaunchServices/com.kyb.InstallerHelperTool");
+    macbox::set("code", "old");
+    walk([](User &user) {
+        goToTheChoice(user);
+        user.click(kForward);
+        readResult(user, "InstallFailed");
+    });
+    EXPECT_TRUE(hasLogged("XPC connection interupted."));
+    EXPECT_EQ(root.installedVersion(), "");
+}
+
+TEST_F(MacWalk, WhoCancelsStaysWhereHeIsAndMayPressInstallAgain) {
+    macbox::set("user", "cancels");
+    walk([this](User &user) {
+        goToTheChoice(user);
+        user.click(kForward);
+        user.waitFor([this] { return hasLogged("Failed to install the Helper Tool. Error: (null)"); }, "the refusal");
+        EXPECT_TRUE(user.isVisible(kChoice));
+        EXPECT_FALSE(installationInProgress);
+        macbox::set("user", "grants");
+        user.click(kForward);
+        readResult(user, "InstallSuccessful");
+    });
+    EXPECT_TRUE(hasLogged("Failed to create AuthorizationRef. Error code: -60006"));
+    EXPECT_EQ(root.installedVersion(), "4.2.0");
+}
+
+TEST_F(MacWalk, TheEndOfAnAnsweredConnectionIsNoFailure) {
+    macbox::set("last release", "invalid");
+    walk([](User &user) {
+        goToTheChoice(user);
+        user.click(kForward);
+        readResult(user, "InstallSuccessful");
+    });
+}
+
+} // namespace
