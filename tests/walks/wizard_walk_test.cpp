@@ -245,7 +245,7 @@ TEST_F(Walk, AnotherProgramIsOfferedNothing) {
         counter.start(user);
         user.drag(kIcon, QPoint(140, 160));
         EXPECT_TRUE(other.readUntil("entered"));
-        EXPECT_EQ(other.readLine(), "left");
+        EXPECT_EQ(other.readLine(), kyb::systemCarriesDrags() ? "dropped" : "left"); // what is dropped is empty
         EXPECT_EQ(counter.glides(user), kGlides);
         EXPECT_TRUE(user.isVisible(kDrag));
         user.keyWithControl("q");
