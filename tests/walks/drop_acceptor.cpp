@@ -25,6 +25,10 @@ protected:
         event->acceptProposedAction();
         say("entered");
     }
+    void dragMoveEvent(QDragMoveEvent *event) override {
+        event->acceptProposedAction();
+        say("moved");
+    }
     void dragLeaveEvent(QDragLeaveEvent *) override { say("left"); }
     void dropEvent(QDropEvent *event) override {
         event->acceptProposedAction();
