@@ -7,6 +7,8 @@
 #include <QCoreApplication>
 #include <gtest/gtest.h>
 
+inline const QString kProgress = QStringLiteral("/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log");
+
 /// A controller on a fake machine, with the flags at their initial values. Interactive tests connect the screens.
 /// Nothing of the test runs any more when it has ended.
 class ControllerTest : public ::testing::Test {

@@ -9,7 +9,7 @@ namespace kyb::helper {
 namespace {
 
 const std::string kBegin = "Installation_"; // of the last line
-const std::string kLastLine = "Installation_Done\n";
+const std::string kEndOfFile = "Installation_Done\n";
 
 class ProgressReportTest : public testing::Test {
 protected:
@@ -31,7 +31,7 @@ TEST_F(ProgressReportTest, WritesOnlyCompleteLines) {
 TEST_F(ProgressReportTest, EndsALastLineThatHasNoEnd) {
     report_.addOutput("no end");
     report_.succeed();
-    EXPECT_EQ(content(), "no end\n" + kLastLine);
+    EXPECT_EQ(content(), "no end\n" + kEndOfFile);
 }
 
 TEST_F(ProgressReportTest, WritesALongLineWithoutWaitingForItsEnd) {
@@ -39,7 +39,7 @@ TEST_F(ProgressReportTest, WritesALongLineWithoutWaitingForItsEnd) {
     report_.addOutput(part);
     EXPECT_EQ(content(), part);
     report_.succeed();
-    EXPECT_EQ(content(), part + "\n" + kLastLine);
+    EXPECT_EQ(content(), part + "\n" + kEndOfFile);
 }
 
 TEST_F(ProgressReportTest, KeepsBytesThatAreNoText) {
@@ -101,15 +101,15 @@ TEST_F(ProgressReportTest, AFailureIsTheNextToLastLineForEver) {
     EXPECT_EQ(report_.fail("exit status 3"), line);
     EXPECT_EQ(content(), line + "\n" + kBegin);
     report_.complete();
-    EXPECT_EQ(content(), line + "\n" + kLastLine);
+    EXPECT_EQ(content(), line + "\n" + kEndOfFile);
     report_.complete();
-    EXPECT_EQ(content(), line + "\n" + kLastLine);
+    EXPECT_EQ(content(), line + "\n" + kEndOfFile);
 }
 
 TEST_F(ProgressReportTest, NothingIsLeftToCompleteAfterASuccess) {
     report_.succeed();
     report_.complete();
-    EXPECT_EQ(content(), kLastLine);
+    EXPECT_EQ(content(), kEndOfFile);
 }
 
 TEST_F(ProgressReportTest, TellsTheInstallersError) {
@@ -177,14 +177,14 @@ TEST_F(ProgressReportTest, RestoresWhatTheReaderNeeds) {
     EXPECT_TRUE(report_.isInPlace());
     EXPECT_EQ(content(), failure + kBegin);
     report_.complete();
-    EXPECT_EQ(content(), failure + kLastLine);
+    EXPECT_EQ(content(), failure + kEndOfFile);
 }
 
 TEST_F(ProgressReportTest, CompletesAFileThatWasTakenAway) {
     report_.fail("signal 9");
     std::filesystem::remove(root_.progressFile());
     report_.complete();
-    EXPECT_EQ(content(), "installer: The install failed (signal 9)\n" + kLastLine);
+    EXPECT_EQ(content(), "installer: The install failed (signal 9)\n" + kEndOfFile);
 }
 
 TEST_F(ProgressReportTest, AFileThatWasCutShortIsNoMoreInItsPlace) {
@@ -202,7 +202,7 @@ TEST_F(ProgressReportTest, RestoresASuccess) {
     report_.succeed();
     std::filesystem::remove(root_.progressFile());
     report_.restore();
-    EXPECT_EQ(content(), kLastLine);
+    EXPECT_EQ(content(), kEndOfFile);
 }
 
 TEST_F(ProgressReportTest, LeavesTheFileOfAnotherAlone) {

@@ -9,7 +9,6 @@
 namespace {
 
 const QString kPreferences = QStringLiteral("/Library/Preferences/BrelundQuorlixAdmin.plist");
-const QString kProgress = QStringLiteral("/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log");
 
 class Orchestration : public ControllerTest {
 protected:

@@ -44,8 +44,6 @@ qsizetype openDescriptors() {
     return QDir(QStringLiteral("/dev/fd")).entryList(QDir::Files | QDir::System).size();
 }
 
-const QString kProgress = QStringLiteral("/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log");
-
 /// A run whose installer output is told pass by pass: time moves only when the run sleeps, and each sleep of 0.05
 /// seconds shows the next file.
 class PackageRun : public ControllerTest {

@@ -7,6 +7,8 @@
 #include <map>
 #include <memory>
 
+inline const std::string kDriver = "/Library/Printers/BrelundQuorlix"; ///< what the package puts there, below the root
+
 /// Whole runs of the real program: each test has a root folder of its own, made by tools/make-macroot, and an installer
 /// folder of its own with the bundle's programs and the package.
 class SilentRun : public ::testing::Test {

@@ -15,8 +15,6 @@ constexpr bool kHasThreadSanitizer = true;
 constexpr bool kHasThreadSanitizer = false;
 #endif
 
-const std::string kDriver = "/Library/Printers/BrelundQuorlix";
-
 class BadInput : public SilentRun {
 protected:
     /// Runs, and expects a failure that is said on standard output and leaves nothing installed.

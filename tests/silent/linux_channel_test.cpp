@@ -20,7 +20,7 @@ TEST_F(LinuxChannel, AHelperThatCannotBeExecutedEndsTheRunAsFailedUnlessItIsRegi
     // The probe's failure comes in time for the helper to be registered again, and then all is well; or too late.
     const bool isRegisteredAgain = hasLogged("Authorization successful");
     EXPECT_EQ(outcome.status, isRegisteredAgain ? 0 : 1) << outcome.errors;
-    EXPECT_EQ(root.exists("/Library/Printers/BrelundQuorlix"), isRegisteredAgain);
+    EXPECT_EQ(root.exists(kDriver), isRegisteredAgain);
 }
 
 struct NonsenseRow {

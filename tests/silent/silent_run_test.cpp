@@ -12,8 +12,6 @@ using testing::Each;
 using testing::HasSubstr;
 using testing::Not;
 
-const std::string kDriver = "/Library/Printers/BrelundQuorlix";
-
 /// An installer that waits, in the middle, for the file "go" below the root.
 const std::string kWaitingInstaller = "#!/bin/sh\n"
                                       "root=${0%/usr/sbin/installer}\n"

@@ -1,6 +1,8 @@
 #include "Walk.h"
 
+#include "base/KYGlobalConstants.h"
 #include "shell/start_wizard.h"
+#include "text/localized_text.h"
 #include "ui/wizard/Wizard.h"
 
 #include <QApplication>
@@ -8,6 +10,20 @@
 #include <QTimer>
 #include <atomic>
 #include <thread>
+
+QString textOf(const char *key) {
+    return kyb::localizedText(QString::fromLatin1(key));
+}
+
+void waitForTheCatalog(User &user) {
+    user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
+}
+
+void acceptTerms(User &user) {
+    waitForTheCatalog(user);
+    user.click(kBox);
+    user.waitFor([] { return bool(isTermsAndConditionsAccepted); }, "the terms to be accepted");
+}
 
 namespace {
 

@@ -8,6 +8,23 @@
 
 class KYViewController;
 
+// What the walks press, see and drag, by its object name.
+inline const QString kBox = QStringLiteral("checkBoxButton");
+inline const QString kForward = QStringLiteral("multipleActionsButton");
+inline const QString kDrag = QStringLiteral("installationView");
+inline const QString kChoice = QStringLiteral("publicOrPrivateView");
+inline const QString kProgress = QStringLiteral("installationProgressView");
+inline const QString kResult = QStringLiteral("installationResultView");
+inline const QString kClose = QStringLiteral("closeButton");
+inline const QString kIcon = QStringLiteral("sourceIconView");
+inline const QString kDestination = QStringLiteral("destinationIconView");
+
+/// A text in the language that the program runs in.
+QString textOf(const char *key);
+
+void waitForTheCatalog(User &user);
+void acceptTerms(User &user);
+
 /// Walks through the whole program in a real window, against the real helper and the stand-in for macOS. Each test is a
 /// process with a display and an installer folder of its own (see walk-in), and a root folder beside that.
 class Walk : public ::testing::Test {

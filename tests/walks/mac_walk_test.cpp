@@ -4,31 +4,24 @@
 
 #include "base/KYGlobalConstants.h"
 #include "box.h"
-#include "text/localized_text.h"
 
 #include <gmock/gmock.h>
 
 namespace {
 
-const QString kForward = QStringLiteral("multipleActionsButton");
-const QString kChoice = QStringLiteral("publicOrPrivateView");
-const QString kResult = QStringLiteral("installationResultView");
-
 class MacWalk : public Walk {
 protected:
     /// From the terms to the choice, whose forward button says "Install".
     static void goToTheChoice(User &user) {
-        user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
-        user.click(QStringLiteral("checkBoxButton"));
-        user.waitFor([] { return bool(isTermsAndConditionsAccepted); }, "the terms to be accepted");
+        acceptTerms(user);
         user.click(kForward);
         user.waitForVisible(kChoice);
     }
 
     static void readResult(User &user, const char *key) {
         user.waitForVisible(kResult);
-        EXPECT_EQ(user.text(QStringLiteral("installationResultLabel")), kyb::localizedText(QString::fromLatin1(key)));
-        user.click(QStringLiteral("closeButton"));
+        EXPECT_EQ(user.text(QStringLiteral("installationResultLabel")), textOf(key));
+        user.click(kClose);
     }
 
     bool hasLogged(const char *entry) const {

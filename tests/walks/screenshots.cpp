@@ -74,15 +74,10 @@ protected:
     }
 
     void beginInstallation(User &user) {
-        user.click(QStringLiteral("multipleActionsButton"));
-        user.waitForVisible(QStringLiteral("publicOrPrivateView"));
-        user.click(QStringLiteral("multipleActionsButton"));
-        user.waitForVisible(QStringLiteral("installationProgressView"));
-    }
-
-    void accept(User &user) {
-        user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
-        user.click(QStringLiteral("checkBoxButton"));
+        user.click(kForward);
+        user.waitForVisible(kChoice);
+        user.click(kForward);
+        user.waitForVisible(kProgress);
     }
 };
 
@@ -90,19 +85,19 @@ TEST_F(Screens, OfAnUpgrade) {
     installEarlierVersion();
     putWaitingInstaller();
     walk([this](User &user) {
-        user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
+        waitForTheCatalog(user);
         save(user, "1-start-earlier-version");
-        user.click(QStringLiteral("sourceIconView"));
+        user.click(kIcon);
         save(user, "2-terms-not-accepted");
-        user.click(QStringLiteral("checkBoxButton"));
+        user.click(kBox);
         save(user, "3-terms-accepted");
         user.click(QStringLiteral("termsOfServiceButton"));
         user.waitForVisible(QStringLiteral("licenseView"));
         save(user, "4-terms");
-        user.click(QStringLiteral("multipleActionsButton"));
-        user.waitForVisible(QStringLiteral("installationView"));
-        const QPoint from = user.centerOf(QStringLiteral("sourceIconView"));
-        const QPoint to = user.centerOf(QStringLiteral("destinationIconView"));
+        user.click(kForward);
+        user.waitForVisible(kDrag);
+        const QPoint from = user.centerOf(kIcon);
+        const QPoint to = user.centerOf(kDestination);
         user.moveTo(from);
         user.press();
         for (int step = 1; step <= 20; ++step) {
@@ -111,11 +106,11 @@ TEST_F(Screens, OfAnUpgrade) {
         }
         save(user, "5-dragging");
         user.release();
-        user.waitForVisible(QStringLiteral("publicOrPrivateView"));
+        user.waitForVisible(kChoice);
         user.click(QStringLiteral("publicCheckBoxButton"));
         save(user, "6-public-or-private");
-        user.click(QStringLiteral("multipleActionsButton"));
-        user.waitForVisible(QStringLiteral("installationProgressView"));
+        user.click(kForward);
+        user.waitForVisible(kProgress);
         save(user, "7-removing");
         user.waitFor([] { return bool(installationInProgress); }, "the installation");
         save(user, "8-installing");
@@ -125,7 +120,7 @@ TEST_F(Screens, OfAnUpgrade) {
         user.key("Return");
         user.waitForGone(QStringLiteral("quitAppWarningSheet"));
         root.write("/go", "");
-        user.waitForVisible(QStringLiteral("installationResultView"));
+        user.waitForVisible(kResult);
         save(user, "10-installed");
         user.keyWithControl("l");
         user.waitForVisible(QStringLiteral("logTextView"));
@@ -139,20 +134,20 @@ TEST_F(Screens, OfAFailure) {
     root.write("/fail", "");
     root.write("/go", "");
     walk([this](User &user) {
-        user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
+        waitForTheCatalog(user);
         save(user, "12-start");
-        accept(user);
+        acceptTerms(user);
         beginInstallation(user);
-        user.waitForVisible(QStringLiteral("installationResultView"));
+        user.waitForVisible(kResult);
         save(user, "13-failed");
-        user.click(QStringLiteral("closeButton"));
+        user.click(kClose);
     });
 }
 
 TEST_F(Screens, OfAMissingPackageAndTheOtherSheets) {
     std::filesystem::remove(package());
     walk([this](User &user) {
-        user.waitForVisible(QStringLiteral("installationView"));
+        user.waitForVisible(kDrag);
         save(user, "14-package-missing");
         user.onMain([this] { controller->displayWarningSheet(); });
         user.waitForVisible(QStringLiteral("warningSheetWindow"));

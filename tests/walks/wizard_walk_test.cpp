@@ -15,18 +15,7 @@
 
 namespace {
 
-using kyb::localizedText;
-
 const std::string kDriver = "/Library/Printers/BrelundQuorlix";
-const QString kBox = QStringLiteral("checkBoxButton");
-const QString kForward = QStringLiteral("multipleActionsButton");
-const QString kDrag = QStringLiteral("installationView");
-const QString kChoice = QStringLiteral("publicOrPrivateView");
-const QString kProgress = QStringLiteral("installationProgressView");
-const QString kResult = QStringLiteral("installationResultView");
-const QString kClose = QStringLiteral("closeButton");
-const QString kIcon = QStringLiteral("sourceIconView");
-const QString kDestination = QStringLiteral("destinationIconView");
 
 /// An installer that works in steps of its own pace until the file "go" is below the root.
 const std::string kWaitingInstaller = "#!/bin/sh\n"
@@ -36,22 +25,8 @@ const std::string kWaitingInstaller = "#!/bin/sh\n"
                                       "while [ ! -e \"$root/go\" ]; do sleep 0.02; done\n"
                                       "echo 'installer: The install was successful.'\n";
 
-QString textOf(const char *key) {
-    return localizedText(QString::fromLatin1(key));
-}
-
 std::string environment(const char *name) {
     return name + ("=" + qgetenv(name)).toStdString();
-}
-
-void waitForTheCatalog(User &user) {
-    user.waitFor([] { return bool(isInitializationComplete); }, "the catalog");
-}
-
-void acceptTerms(User &user) {
-    waitForTheCatalog(user);
-    user.click(kBox);
-    user.waitFor([] { return bool(isTermsAndConditionsAccepted); }, "the terms to be accepted");
 }
 
 TEST_F(Walk, InstallsByDraggingTheIconOntoTheDestination) {
@@ -243,7 +218,7 @@ TEST_F(Walk, AnotherProgramIsOfferedNothing) {
     walk([&](User &user) {
         acceptTerms(user);
         counter.start(user);
-        user.drag(kIcon, QPoint(140, 160));
+        user.pull(kIcon, QPoint(140, 160));
         EXPECT_TRUE(other.readUntil("entered"));
         EXPECT_TRUE(other.readUntil("moved"));
         user.moveTo(QPoint(150, 170)); // which the other program hears of when its answer has come
