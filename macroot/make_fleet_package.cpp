@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
@@ -33,7 +34,7 @@ constexpr mode_t kHelperMode = 0544; // as registration leaves it: root alone ru
 constexpr std::array kDriverFiles{"Brelund Quorlix Driver.pkg", "macver.list"};
 /// Where, on every Mac, only administrators can write; and a folder there that is open to everybody.
 constexpr std::array kSafeFolders{"Library/", "Applications/", "opt/"};
-constexpr const char *kOpenFolder = "Library/Caches/";
+constexpr const char *kOpenFolder = "library/caches/"; // a Mac's volume ignores case
 
 struct Order {
     std::string output;
@@ -67,22 +68,26 @@ void require(bool isRight, const std::string &otherwise) {
     }
 }
 
-// NB: the program puts its package's path between double quotes for root's shell, with nothing escaped.
-bool needsNoQuoting(std::string_view path) {
-    return std::ranges::all_of(path, [](char c) {
+bool isPlain(std::string_view text) {
+    return std::ranges::all_of(text, [](char c) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
                std::string_view(" ._-/").find(c) != std::string_view::npos;
     });
+}
+
+bool isOpenToEverybody(std::string path) {
+    std::ranges::transform(path, path.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return (path + '/').starts_with(kOpenFolder);
 }
 
 /// The place of a folder of the Mac in a payload: "./...".
 std::string placeOf(const std::string &folder) {
     const std::optional<std::string> path = payloadPath('.' + folder);
     require(folder.starts_with('/') && path, "--folder is no absolute path without \"..\": " + folder);
-    require(needsNoQuoting(folder),
-            "--folder needs quoting in a shell; use letters, digits, blanks and ._-: " + folder);
+    // NB: the program puts its package's path between double quotes for root's shell, with nothing escaped.
+    require(isPlain(folder), "--folder needs quoting in a shell; use letters, digits, blanks and ._-: " + folder);
     const bool isSafe = std::ranges::any_of(kSafeFolders, [&](const char *safe) { return path->starts_with(safe); });
-    require(isSafe && !path->starts_with(kOpenFolder),
+    require(isSafe && !isOpenToEverybody(*path),
             "--folder must lie below /Library, /Applications or /opt, where only administrators write: " + folder);
     return "./" + *path;
 }
@@ -166,6 +171,7 @@ UniqueFd makeScripts(const fs::path &postinstall) {
 }
 
 void makePackage(const fs::path &sources, const Order &order) {
+    require(isPlain(order.version), "--version has other characters than letters, digits, blanks and ._-");
     PayloadWriter payload;
     fillPayload(payload, order);
     const UniqueFd payloadFile = payload.finish();

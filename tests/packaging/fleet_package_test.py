@@ -220,12 +220,18 @@ class FleetPackage(unittest.TestCase):
             "needs quoting": ['/Library/a"b', "/Library/a$b", "/Library/a`b", "/Library/a\\b", "/Library/a'b",
                               "/Library/a\tb", "/Library/\u00e4"],
             "must lie below": ["/", "/Library", "/Library/", "/tmp/x", "/var/x", "/private/var/tmp/x", "/Users/Shared/x",
-                               "/System/Library/x", "/Library/Caches/x", "/Libraryx/y", "/usr/local/x", "/library/x"],
+                               "/System/Library/x", "/Library/Caches/x", "/Library/Caches", "/Library/Caches/", "/Library/caches/x",
+                               "/Library/./CACHES", "/Libraryx/y", "/usr/local/x", "/library/x"],
         }
         for complaint, folders in rows.items():
             for folder in folders:
                 with self.subTest(folder):
                     self.assert_refused(self.run_tool(folder=folder), complaint)
+
+    def test_versions_that_it_refuses(self):
+        for version in ["1\n", "1\x01", "1\"", "1\u00e4", "1/2<"]:
+            with self.subTest(version):
+                self.assert_refused(self.run_tool(version=version), "--version has other characters than")
 
     def test_a_job_from_a_file(self):
         self.put(self.bundle / HELPER, b"a program of another system", 0o755)
