@@ -8,13 +8,15 @@ from pathlib import Path
 
 HELPER_VERSION = sys.argv.pop(1)
 
-MADE_OF = ("common/channel/keys.h", "common/posix/spawn.cpp", "common/posix/CMakeLists.txt", "helper/Service.cpp",
+MADE_OF = ("common/channel/keys.h", "common/posix/spawn.cpp", "common/posix/CMakeLists.txt", "common/posix/table.inc",
+           "helper/Service.cpp",
            "helper/Service.h", "helper/CMakeLists.txt", "helper/macos/main.cpp", "helper/macos/client_trust.h",
-           "helper/macos/CMakeLists.txt", "resources/macos/HelperInfo.plist.in", "resources/macos/KybBundle.cmake",
+           "helper/macos/CMakeLists.txt", "helper/macos/xpc/peer.c", "cmake/KybOptions.cmake", "resources/macos/HelperInfo.plist.in", "resources/macos/KybBundle.cmake",
            "resources/macos/code_requirement.h.in", "resources/macos/helper.entitlements",
            "resources/macos/launchd.plist.in")
 BESIDE = ("helper/linux/main.cpp", "helper/linux/CMakeLists.txt", "resources/macos/Info.plist.in",
-          "resources/macos/app.entitlements", "helper/Service.cpp~", "helper/.DS_Store", "src/shell/main.cpp")
+          "resources/macos/app.entitlements", "helper/Service.cpp~", "helper/.DS_Store", "src/shell/main.cpp",
+          "cmake/KybRoom.cmake")
 
 
 class HelperVersion(unittest.TestCase):
@@ -24,6 +26,7 @@ class HelperVersion(unittest.TestCase):
         self.top = Path(place.name)
         for name in MADE_OF + BESIDE:
             self.write(name, "as it was\n")
+        self.write("CMakeLists.txt", "project(Small VERSION 1.0.0)\nadd_subdirectory(helper)\n")
         self.write("helper/version.txt", "9\nanother\n")
         self.run_tool("--raise")
         self.assertEqual(self.version(), 10)
@@ -80,6 +83,47 @@ class HelperVersion(unittest.TestCase):
         self.write("helper/Service.cpp", "changed\n")
         self.assertEqual(self.run_tool("--raise").returncode, 0)
         self.assertEqual(self.version(), 11)
+        self.assert_sound()
+
+    def test_a_lower_number_with_the_hash_of_a_higher_one_is_noticed(self):
+        file = self.top / "helper/version.txt"
+        file.write_text(file.read_text().replace("10\n", "9\n"))
+        self.assertEqual(self.run_tool().returncode, 1)
+
+    def test_the_projects_version_is_in_the_helper_and_what_it_consists_of_is_not(self):
+        self.write("CMakeLists.txt", "project(Small VERSION 1.0.0)\nadd_subdirectory(source)\n")
+        self.assert_sound()
+        self.write("CMakeLists.txt", "project(Small VERSION 1.0.1)\nadd_subdirectory(helper)\n")
+        self.assert_noticed()
+
+    def test_a_version_is_never_taken_back(self):
+        self.commit("as it was")
+        self.write("helper/Service.cpp", "changed\n")
+        self.run_tool("--raise")
+        self.commit("changed")
+        self.git("revert", "--no-edit", "HEAD")
+        self.assertEqual(self.version(), 10)
+        run = self.run_tool()
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("its version 10 has not, which has been 11", run.stderr)
+        self.run_tool("--raise")
+        self.assertEqual(self.version(), 12)
+        self.assert_sound()
+
+    def git(self, *words):
+        subprocess.run(["git", "-c", "user.name=a", "-c", "user.email=a@b", "-C", self.top, *words], check=True,
+                       capture_output=True)
+
+    def commit(self, message):
+        self.git("init", "-q")
+        self.git("add", "-A")
+        self.git("commit", "-qm", message)
+
+    def test_an_empty_file_is_raised_from_nothing(self):
+        self.write("helper/version.txt", "")
+        self.assertEqual(self.run_tool().returncode, 1)
+        self.run_tool("--raise")
+        self.assertEqual(self.version(), 1)
         self.assert_sound()
 
     def test_branches_that_have_both_raised_it_are_followed_by_the_next(self):
