@@ -23,6 +23,8 @@ TESTS = {
 }
 TOOLS = {"kyb_make_icns"}
 FRAMEWORKS = ["ApplicationServices", "CoreFoundation", "Foundation", "IOKit", "Security", "ServiceManagement"]
+# What the project looks for: on a Mac all of it is there, by docs/macos.md.
+LOOKED_FOR = {"Qt6", "Threads", "GTest", "Python3", "rsvg-convert"}
 # What may stand in a command that links for a Mac.
 LINKED = re.compile("|".join([
     r"-O3|-DNDEBUG|-Xlinker|-framework|-undefined|dynamic_lookup",
@@ -41,6 +43,14 @@ def configure(build, *options):
     without_a_mac = [f"-DCMAKE_TOOLCHAIN_FILE={Path(__file__).with_name('mac_without_a_mac.cmake')}",
                      f"-DCMAKE_LIBRARY_ARCHITECTURE={LIBRARY_ARCHITECTURE}"]
     return subprocess.run([CMAKE, *words, *without_a_mac, *options], capture_output=True, text=True)
+
+
+def looked_for(trace):
+    """What the project's own lists look for, of all the calls in a trace."""
+    calls = (json.loads(line) for line in trace.read_text().splitlines()[1:])
+    ours = (call for call in calls if Path(call["file"]).is_relative_to(SOURCES))
+    finds = re.compile("find_|pkg_", re.IGNORECASE)
+    return {call["args"][call["cmd"].lower() not in ("find_package",)] for call in ours if finds.match(call["cmd"])}
 
 
 def read_targets(build):
@@ -64,7 +74,9 @@ class BuildForMac(unittest.TestCase):
         query = cls.place / "build/.cmake/api/v1/query/codemodel-v2"
         query.parent.mkdir(parents=True)
         query.touch()
-        configured = configure(cls.place / "build")
+        cls.trace = cls.place / "trace"
+        configured = configure(cls.place / "build", "--trace-expand", "--trace-format=json-v1",
+                               f"--trace-redirect={cls.trace}")
         if configured.returncode != 0:
             raise AssertionError(configured.stdout + configured.stderr)
         cls.targets = read_targets(cls.place / "build")
@@ -89,6 +101,19 @@ class BuildForMac(unittest.TestCase):
         for name, target in self.linked.items():
             words = words_of(target["link"]["commandFragments"])
             self.assertEqual([word for word in words if not LINKED.fullmatch(word)], [], name)
+
+    def test_nothing_is_looked_for_that_a_mac_has_not(self):
+        self.assertEqual(looked_for(self.trace), LOOKED_FOR)
+
+    def test_nothing_of_linux_is_compiled(self):
+        by_id = {target["id"]: target for target in self.targets.values()}
+        built, waiting = {}, [target["id"] for target in self.linked.values()]
+        while waiting:
+            target = by_id[waiting.pop()]
+            built[target["id"]] = target
+            waiting += [needed["id"] for needed in target.get("dependencies", []) if needed["id"] not in built]
+        sources = [source["path"] for target in built.values() for source in target.get("sources", [])]
+        self.assertEqual([source for source in sources if "linux/" in source], [])
 
     def test_the_ports_are_tested_against_the_system_itself(self):
         words = words_of(self.linked["kyb_platform_contract_test"]["link"]["commandFragments"])
