@@ -54,6 +54,11 @@ endfunction()
 
 function(kyb_configure_bundle_files)
   cmake_parse_arguments(PARSE_ARGV 0 ARG "" "OUTPUT_DIR" "")
+  foreach(version IN ITEMS "${KYB_MINIMUM_CLIENT_VERSION}" "${PROJECT_VERSION}")
+    if(NOT version MATCHES "^[0-9]+\\.[0-9]+\\.[0-9]+$") # the system takes 1.0 for less than 1.0.0
+      message(FATAL_ERROR "Versions have three numbers here, and \"${version}\" has not: the helper might refuse the application")
+    endif()
+  endforeach()
   if(KYB_MINIMUM_CLIENT_VERSION VERSION_GREATER PROJECT_VERSION)
     message(FATAL_ERROR "The helper would not serve this application: KYB_MINIMUM_CLIENT_VERSION is "
       "${KYB_MINIMUM_CLIENT_VERSION}, the application's version is ${PROJECT_VERSION}")

@@ -222,14 +222,14 @@ bool satisfies(const Texts &facts, const Requirement &requirement) {
 bool isNotBelow(const std::string &one, const std::string &other) {
     std::istringstream ones(one);
     std::istringstream others(other);
-    for (std::string piece, otherPiece; !ones.eof() || !others.eof();) {
-        const long number = std::getline(ones, piece, '.') ? std::atol(piece.c_str()) : 0;
-        const long otherNumber = std::getline(others, otherPiece, '.') ? std::atol(otherPiece.c_str()) : 0;
+    for (std::string piece, otherPiece; std::getline(ones, piece, '.') && std::getline(others, otherPiece, '.');) {
+        const long number = std::atol(piece.c_str());
+        const long otherNumber = std::atol(otherPiece.c_str());
         if (number != otherNumber) {
             return number > otherNumber;
         }
     }
-    return true;
+    return others.eof(); // the shorter one is less
 }
 
 std::optional<std::string> textIn(const std::string &propertyList, const std::string &key) {

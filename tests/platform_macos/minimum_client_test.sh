@@ -23,4 +23,8 @@ for version in 2.8.9 1.10.0; do
     ! is_made "$version" || { echo "made for $version" >&2; exit 1; }
     grep -q KYB_MINIMUM_CLIENT_VERSION "$work/output"
 done
+for version in 3.0 3 3.0.0.0 3.0.x; do
+    ! is_made "$version" || { echo "made for $version" >&2; exit 1; }
+    grep -q "\"$version\" has not" "$work/output"
+done
 grep -q 'CFBundleVersion\] &gt;= &quot;2.9.0&quot;' "$work/lists/HelperInfo.plist"
