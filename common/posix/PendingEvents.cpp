@@ -16,6 +16,22 @@ void PendingEvents::settle(Serial serial) {
     }
 }
 
+void PendingEvents::deliver(Serial serial, const std::function<void()> &handler) {
+    {
+        const MutexLock lock(delivery_);
+        if (serial > lastForgotten_) {
+            handler();
+        }
+    }
+    settle(serial);
+}
+
+void PendingEvents::forget() {
+    const MutexLock delivery(delivery_);
+    const MutexLock lock(mutex_);
+    lastForgotten_ = last_;
+}
+
 void PendingEvents::wait() {
     MutexLock lock(mutex_);
     while (!pending_.empty()) {

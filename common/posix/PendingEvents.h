@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <set>
 
 namespace kyb {
@@ -21,6 +22,13 @@ public:
     /// Notes that an event was delivered, or will not come. Does nothing when that was noted before.
     void settle(Serial serial);
 
+    /// Calls \p handler for an event that came, and settles it; drops it when it is one of before the last `forget()`.
+    /// Handlers are called one after the other and use nothing of this object.
+    void deliver(Serial serial, const std::function<void()> &handler);
+
+    /// Drops what comes from now on of the events that were noted before. No handler of theirs runs when this returns.
+    void forget();
+
     /// Returns when no event is pending. Never called by an event's handler.
     void wait();
 
@@ -28,6 +36,8 @@ public:
     bool waitFor(std::chrono::milliseconds limit);
 
 private:
+    Mutex delivery_; ///< held while a handler runs; taken before the other one
+    Serial lastForgotten_ GUARDED_BY(delivery_) = 0;
     Mutex mutex_;
     std::condition_variable noneLeft_;
     std::set<Serial> pending_ GUARDED_BY(mutex_);

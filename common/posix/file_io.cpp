@@ -1,5 +1,6 @@
 #include "posix/file_io.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -86,8 +87,14 @@ std::optional<std::string> readAll(int fd, std::size_t maxBytes) {
 }
 
 bool waitForRoom(int fd, std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
     pollfd written{fd, POLLOUT, 0};
-    return poll(&written, 1, static_cast<int>(timeout.count())) > 0;
+    int ready = 0;
+    do {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        ready = poll(&written, 1, std::max(0, static_cast<int>(left.count())));
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0;
 }
 
 bool writeAll(int fd, std::string_view bytes) {

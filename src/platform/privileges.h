@@ -24,7 +24,8 @@ std::int32_t requestAdministratorRights(AdministratorRights *rights);
 /// ("/Library/PrivilegedHelperTools/") and makes it ready to be started on demand. A helper that is there is replaced.
 ///
 /// Returns only when every connection event that told of a missing helper, of connections made before this call, was
-/// delivered (see helper_connection.h), so that none of them can be mistaken for a later failure.
+/// delivered (see helper_connection.h), so that none of them can be mistaken for a later failure. On macOS one that
+/// takes longer than two seconds is dropped, as is one that the registration itself brings about.
 ///
 /// \param error where the platform may leave an error object.
 /// \return whether the helper is in place. Main thread; may take some milliseconds.

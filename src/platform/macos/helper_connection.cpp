@@ -85,8 +85,7 @@ HelperConnection createHelperConnection(const char *serviceName) {
 void setConnectionEventHandler(HelperConnection connection, ConnectionEventHandler handler) {
     const PendingEvents::Serial pending = eventOf(connection);
     xpc_connection_set_event_handler(systemConnection(connection), ^(xpc_object_t event) {
-      handler(describe(event));
-      connectionEvents().settle(pending);
+      connectionEvents().deliver(pending, [&] { handler(describe(event)); });
     });
 }
 

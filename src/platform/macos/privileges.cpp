@@ -11,8 +11,8 @@ namespace {
 
 constexpr char kBlessRight[] = "com.apple.ServiceManagement.blesshelper";
 
-/// How long a registration waits for events of earlier connections. The news that there is no helper is a matter of
-/// milliseconds; the limit is for the connection that waits for a helper that works.
+/// How long a registration waits for events of earlier connections, whose news stand in the log then. That there is no
+/// helper is a matter of milliseconds; the limit is for the connection that waits for a helper that works.
 constexpr std::chrono::milliseconds kEventsTimeout{2000};
 
 } // namespace
@@ -33,8 +33,12 @@ std::int32_t requestAdministratorRights(AdministratorRights *rights) {
 
 bool installHelperTool(const QString &label, AdministratorRights rights, PlatformError *error) {
     connectionEvents().waitFor(kEventsTimeout);
-    return SMJobBless(kSMDomainSystemLaunchd, toCFString(label).get(), reinterpret_cast<AuthorizationRef>(rights),
-                      reinterpret_cast<CFErrorRef *>(error));
+    if (!SMJobBless(kSMDomainSystemLaunchd, toCFString(label).get(), reinterpret_cast<AuthorizationRef>(rights),
+                    reinterpret_cast<CFErrorRef *>(error))) {
+        return false;
+    }
+    connectionEvents().forget(); // what becomes of a connection to the helper before this one is no failure
+    return true;
 }
 
 } // namespace kyb

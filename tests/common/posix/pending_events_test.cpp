@@ -59,6 +59,44 @@ TEST_F(PendingEventsTest, EndAWaitFromAnotherThread) {
     waiting.wait();
 }
 
+TEST_F(PendingEventsTest, ThatAreDeliveredAreSettled) {
+    const auto event = events_.add();
+    int calls = 0;
+    events_.deliver(event, [&] { ++calls; });
+    EXPECT_TRUE(nonePending());
+    events_.deliver(event, [&] { ++calls; });
+    EXPECT_EQ(calls, 2) << "a connection may have several";
+}
+
+TEST_F(PendingEventsTest, ThatWereForgottenAreDroppedAndSettled) {
+    const auto before = events_.add();
+    events_.forget();
+    const auto after = events_.add();
+    std::string delivered;
+    events_.deliver(before, [&] { delivered += "before "; });
+    events_.deliver(after, [&] { delivered += "after "; });
+    EXPECT_EQ(delivered, "after ");
+    EXPECT_TRUE(nonePending());
+}
+
+TEST_F(PendingEventsTest, AreForgottenWhenNoHandlerRunsAnyMore) {
+    const auto event = events_.add();
+    std::promise<void> begun;
+    std::promise<void> goOn;
+    const auto delivery = std::async(std::launch::async, [&] {
+        events_.deliver(event, [&] {
+            begun.set_value();
+            goOn.get_future().wait();
+        });
+    });
+    begun.get_future().wait();
+    const auto forgotten = std::async(std::launch::async, [this] { events_.forget(); });
+    EXPECT_EQ(forgotten.wait_for(50ms), std::future_status::timeout);
+    goOn.set_value();
+    forgotten.wait();
+    delivery.wait();
+}
+
 struct NoteOfDestruction {
     explicit NoteOfDestruction(bool &destroyed) : isDestroyed(destroyed) {}
     ~NoteOfDestruction() { isDestroyed = true; }
