@@ -9,6 +9,7 @@
 #include "platform/system_log.h"
 #include "platform/system_root.h"
 #include "platform/volume.h"
+#include "posix/file_io.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -86,6 +87,24 @@ TEST_F(SmallPortsOnMac, TheSystemLogGetsTheMessageAsAnArgumentAndNeverAsAFormat)
     countFromNow();
     systemLog(QString::fromUtf8("100 % \u00e4 %@ %s"));
     EXPECT_EQ(calls().back(), "NSLog format=%@  argument=100 % \u00e4 %@ %s");
+}
+
+TEST_F(SmallPortsOnMac, AReaderOfStandardErrorWhoReadsAgainGetsWhatComesThen) {
+    const Pipe pipe = makePipe();
+    const UniqueFd before(dup(STDERR_FILENO));
+    makeNonBlocking(pipe.writing);
+    makeNonBlocking(pipe.reading);
+    while (::write(pipe.writing.get(), "x", 1) == 1) {
+    }
+    dup2(pipe.writing.get(), STDERR_FILENO);
+    systemLog(QStringLiteral("nobody reads"));
+    std::string content(1 << 20, '\0');
+    EXPECT_GT(read(pipe.reading.get(), content.data(), content.size()), 0);
+    systemLog(QStringLiteral("somebody reads"));
+    dup2(before.get(), STDERR_FILENO);
+    content.resize(std::size_t(std::max<ssize_t>(0, read(pipe.reading.get(), content.data(), content.size()))));
+    EXPECT_EQ(content, "somebody reads\n");
+    expectKept(1); // the format
 }
 
 TEST_F(SmallPortsOnMac, TheStartUpVolumeHasItsOwnName) {

@@ -1,6 +1,8 @@
 #include "platform/system_log.h"
 
 #include "platform/macos/cf_string.h"
+#include "posix/Mutex.h"
+#include "posix/NoDestructor.h"
 #include "posix/UniqueFd.h"
 #include "posix/file_io.h"
 
@@ -13,19 +15,33 @@ namespace {
 /// For whoever reads standard error, but has stopped to.
 constexpr std::chrono::seconds kReaderTimeout{5};
 
-/// NB: NSLog writes to the system's log and to standard error, and waits for its reader.
-void forsakeStuckReader() {
-    if (!waitForRoom(STDERR_FILENO, kReaderTimeout)) {
-        const UniqueFd nobody(open("/dev/null", O_WRONLY | O_CLOEXEC));
-        dup2(nobody.get(), STDERR_FILENO);
+/// Standard error, as NSLog may write to it: it writes to the system's log and there, and waits for the reader. While
+/// that one reads nothing, nobody's file stands in its place.
+class StandardError {
+public:
+    void makeReady() {
+        const MutexLock lock(mutex_);
+        if (!stuck_ && !waitForRoom(STDERR_FILENO, kReaderTimeout)) {
+            stuck_ = UniqueFd(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
+            const UniqueFd nobody(open("/dev/null", O_WRONLY | O_CLOEXEC));
+            dup2(nobody.get(), STDERR_FILENO);
+        } else if (stuck_ && waitForRoom(stuck_.get(), std::chrono::milliseconds(0))) {
+            dup2(stuck_.get(), STDERR_FILENO);
+            stuck_.reset();
+        }
     }
-}
+
+private:
+    Mutex mutex_;
+    UniqueFd stuck_ GUARDED_BY(mutex_);
+};
 
 } // namespace
 
 void systemLog(const QString &message) {
     static const CFOwned<CFStringRef> format = toCFString(QStringLiteral("%@\n"));
-    forsakeStuckReader();
+    static NoDestructor<StandardError> standardError;
+    (*standardError).makeReady();
     NSLog(format.get(), toCFString(message).get());
 }
 
