@@ -152,7 +152,7 @@ public:
 
     void cancel() override {
         if (!isOver_.exchange(true)) {
-            raise(XPC_ERROR_CONNECTION_INVALID);
+            tell(XPC_ERROR_CONNECTION_INVALID);
             wake_();
         }
     }
@@ -235,9 +235,10 @@ private:
     void receiveOne() {
         const std::optional<Frame> frame = receive(socket_.get());
         if (!frame) {
-            // Promise: the same connection reaches the service anew, with the next message.
+            // Promise: when the service has ended, the same connection reaches it anew, with the next message. What a
+            // service that goes on and has cut its client off leaves of the connection is not said.
             socket_.reset();
-            fail(XPC_ERROR_CONNECTION_INTERRUPTED);
+            fail(isSet("cut off", "invalid") ? XPC_ERROR_CONNECTION_INVALID : XPC_ERROR_CONNECTION_INTERRUPTED);
         } else if (frame->kind == Frame::Kind::Reply) {
             delayAt("reply");
             _xpc_dictionary_s *reply = dictionaryOf(*frame);
@@ -259,6 +260,10 @@ private:
     void fail(const void *error) {
         isOver_ = isOver_ || error == XPC_ERROR_CONNECTION_INVALID;
         delayAt("event");
+        tell(error);
+    }
+
+    void tell(const void *error) {
         const bool eventFirst = isSet("error order", "event");
         if (eventFirst) {
             raise(error);
@@ -421,6 +426,7 @@ private:
                 }
             }
         }
+        delayAt("closing");
         raise(XPC_ERROR_CONNECTION_INVALID);
     }
 

@@ -103,6 +103,11 @@ struct UrlObject : Object {
     std::string path;
 };
 
+struct OtherObject : Object {
+    explicit OtherObject(std::any value) : Object(Other), value(std::move(value)) {}
+    std::any value;
+};
+
 template <typename T> T *as(CFTypeRef object) {
     return static_cast<T *>(static_cast<Object *>(const_cast<void *>(object)));
 }
@@ -247,8 +252,12 @@ icu::LocalUConverterPointer openConverter(CFStringEncoding encoding) {
 
 namespace macbox {
 
-CFTypeRef makeOther() {
-    return ref<CFTypeRef>(new Object(Other));
+CFTypeRef makeOther(std::any value) {
+    return ref<CFTypeRef>(new OtherObject(std::move(value)));
+}
+
+const std::any &valueOf(CFTypeRef other) {
+    return as<OtherObject>(other)->value;
 }
 
 std::string text(CFStringRef string) {
@@ -286,6 +295,7 @@ CFTypeID CFGetTypeID(CFTypeRef any) {
     return object(any)->type;
 }
 
+/// Promise: what CFGetTypeID gives for each string.
 CFTypeID CFStringGetTypeID() {
     return String;
 }
@@ -325,6 +335,7 @@ void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar *buffer) {
                                     reinterpret_cast<char16_t *>(buffer));
 }
 
+/// Promise: what CFGetTypeID gives for each number.
 CFTypeID CFNumberGetTypeID() {
     return Number;
 }
@@ -336,6 +347,7 @@ CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void *value)
     const int integer = *static_cast<const int *>(value);
     return ref<CFNumberRef>(new NumberObject(false, integer, integer));
 }
+/// Promise: whether the number was made of a real one.
 Boolean CFNumberIsFloatType(CFNumberRef number) {
     return as<NumberObject>(number)->isFloat;
 }
@@ -351,9 +363,11 @@ Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void *value) {
     }
     return false;
 }
+/// Promise: what CFGetTypeID gives for each boolean.
 CFTypeID CFBooleanGetTypeID() {
     return Truth;
 }
+/// Promise: one of the two constants' value.
 Boolean CFBooleanGetValue(CFBooleanRef boolean) {
     return as<TruthObject>(boolean)->value;
 }
@@ -362,6 +376,7 @@ Boolean CFBooleanGetValue(CFBooleanRef boolean) {
 CFDataRef CFDataCreate(CFAllocatorRef, const UInt8 *bytes, CFIndex length) {
     return ref<CFDataRef>(new DataObject(std::string(reinterpret_cast<const char *>(bytes), std::size_t(length))));
 }
+/// Promise: what CFGetTypeID gives for each dictionary.
 CFTypeID CFDictionaryGetTypeID() {
     return Dictionary;
 }
@@ -371,6 +386,7 @@ const void *CFDictionaryGetValue(CFDictionaryRef dictionary, const void *key) {
     const auto found = values.find(macbox::text(static_cast<CFStringRef>(key)));
     return found == values.end() ? nullptr : found->second;
 }
+/// Promise: how many values there are.
 CFIndex CFArrayGetCount(CFArrayRef array) {
     return CFIndex(as<ArrayObject>(array)->values.size());
 }

@@ -29,6 +29,7 @@ IOReturn IOPMAssertionCreateWithName(CFStringRef type, IOPMAssertionLevel level,
     return macbox::isSet("power", "granted") ? kIOReturnSuccess : kIOReturnError;
 }
 
+/// Promise: what the assertion held back is free again, if no other one holds it.
 IOReturn IOPMAssertionRelease(IOPMAssertionID assertion) {
     macbox::record("IOPMAssertionRelease number=" + to_string(assertion - kFirstAssertion));
     return kIOReturnSuccess;

@@ -4,7 +4,6 @@
 
 #include <Security/Security.h>
 #include <map>
-#include <mutex>
 
 // Authorization, with a scripted user, and code signing. What is said of a
 // promise is what "Authorization Services" and "Code Signing Services" of the developer documentation promise.
@@ -52,31 +51,11 @@ OSStatus askUser(AuthorizationFlags flags) {
     return answers.at(macbox::setting("user"));
 }
 
-/// What the references to code and to requirements stand for, until they are given back.
-template <typename Value> class Values {
-public:
-    CFTypeRef add(Value value) {
-        const std::lock_guard lock(mutex_);
-        const CFTypeRef object = macbox::makeOther();
-        values_[object] = std::move(value);
-        return object;
-    }
-    Value of(const void *object) {
-        const std::lock_guard lock(mutex_);
-        return values_.at(object);
-    }
-
-private:
-    std::mutex mutex_;
-    std::map<const void *, Value> values_;
-};
-Values<macbox::Texts> codes;
-Values<macbox::Requirement> requirements;
-
 } // namespace
 
 extern "C" {
 
+/// Promise: with success a reference that the caller owns; with any other status the slot stays as it was.
 OSStatus AuthorizationCreate(const AuthorizationRights *rights, const AuthorizationEnvironment *environment,
                              AuthorizationFlags flags, AuthorizationRef *authorization) {
     record("AuthorizationCreate rights=" + describe(rights) + " environment=" + describe(environment) +
@@ -88,11 +67,13 @@ OSStatus AuthorizationCreate(const AuthorizationRights *rights, const Authorizat
     return status;
 }
 
+/// Promise: the reference is nobody's any more; what was granted stays with the process.
 OSStatus AuthorizationFree(AuthorizationRef, AuthorizationFlags) {
     record("AuthorizationFree");
     return 0;
 }
 
+/// Promise: the code that sent the message, which the caller owns, or the reason why it is not known.
 OSStatus SecCodeCreateWithXPCMessage(xpc_object_t message, SecCSFlags flags, SecCodeRef *target) {
     record("SecCodeCreateWithXPCMessage message=" + std::string(xpc_type_get_name(xpc_get_type(message))) +
            " flags=" + to_string(flags));
@@ -101,17 +82,18 @@ OSStatus SecCodeCreateWithXPCMessage(xpc_object_t message, SecCSFlags flags, Sec
     if (sender == nullptr || macbox::isSet("message code", "unknown")) {
         return codeUnsigned;
     }
-    *target = const_cast<SecCodeRef>(static_cast<const __SecCode *>(codes.add(*sender)));
+    *target = const_cast<SecCodeRef>(static_cast<const __SecCode *>(macbox::makeOther(*sender)));
     return errSecSuccess;
 }
 
+/// Promise: a requirement that the caller owns, or the status for a text that is none.
 OSStatus SecRequirementCreateWithString(CFStringRef text, SecCSFlags flags, SecRequirementRef *requirement) {
     record("SecRequirementCreateWithString text=" + macbox::text(text) + " flags=" + to_string(flags));
     const auto read = macbox::readRequirement(macbox::text(text));
     if (!read || macbox::isSet("requirement text", "refused")) {
         return errSecCSReqInvalid;
     }
-    *requirement = const_cast<SecRequirementRef>(static_cast<const __SecRequirement *>(requirements.add(*read)));
+    *requirement = const_cast<SecRequirementRef>(static_cast<const __SecRequirement *>(macbox::makeOther(*read)));
     return errSecSuccess;
 }
 
@@ -119,8 +101,10 @@ OSStatus SecRequirementCreateWithString(CFStringRef text, SecCSFlags flags, SecR
 OSStatus SecCodeCheckValidity(SecCodeRef code, SecCSFlags flags, SecRequirementRef requirement) {
     record("SecCodeCheckValidity code=" + nullOrSet(code) + " flags=" + to_string(flags) +
            " requirement=" + nullOrSet(requirement));
-    const macbox::Texts facts = codes.of(code);
-    const bool isValid = !facts.empty() && (requirement == nullptr || satisfies(facts, requirements.of(requirement)));
+    const auto &facts = std::any_cast<const macbox::Texts &>(macbox::valueOf(code));
+    const bool isValid =
+        !facts.empty() && (requirement == nullptr ||
+                           satisfies(facts, std::any_cast<const macbox::Requirement &>(macbox::valueOf(requirement))));
     return isValid ? errSecSuccess : errSecCSReqFailed;
 }
 

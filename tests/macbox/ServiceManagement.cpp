@@ -11,7 +11,9 @@
 
 // SMJobBless. Its page in the developer documentation promises: the helper lies in the bundle's Contents/Library/
 // LaunchServices under its label; it holds its own property list and its job's; each of the two programs satisfies what
-// the other requires of it; one that is installed already stays, unless the new one's version is higher.
+// the other requires of it; true for a job that is installed already. Whether its helper is replaced then is not said:
+// Macs were seen to do so when the new one's version is higher, and that is what the box does unless it is told
+// otherwise.
 
 namespace {
 
@@ -40,8 +42,7 @@ bool meets(const Texts &facts, const std::string &requirement) {
 }
 
 /// SMPrivilegedExecutables of the program: what each helper must satisfy, by label. SMAuthorizedClients of the helper:
-/// what one of its clients must satisfy. "SMAuthorized- Clients: an array of the requirements for those who may manage
-/// the tool."
+/// what one of its clients must satisfy.
 bool trustEachOther(const std::string &label, const Signature &tool) {
     const auto application = macbox::signatureOf("/proc/self/exe");
     const Texts wanted = macbox::dictionaryIn(contentOf(contents() / "Info.plist"), "SMPrivilegedExecutables");
@@ -60,9 +61,13 @@ std::string versionOf(const Signature &tool) {
     return macbox::textIn(tool.sections.at("__info_plist"), "CFBundleVersion").value_or("");
 }
 
+/// Whether the helper that is there stays.
 bool isInstalled(const std::string &label, const Signature &tool) {
+    if (macbox::isSet("bless", "loaded")) {
+        return macbox::askLaunchd(macbox::root(), {"is loaded", label}).has_value();
+    }
     const auto installed = macbox::signatureOf(installedTool(label));
-    return installed && macbox::isNotBelow(versionOf(*installed), versionOf(tool));
+    return installed && !macbox::isSet("bless", "always") && macbox::isNotBelow(versionOf(*installed), versionOf(tool));
 }
 
 bool install(const std::string &label, const fs::path &source) {

@@ -26,15 +26,17 @@ constexpr Setting kDefaults[] = {
     {"no program", "invalid"},    ///< what a client hears of a job whose program is missing: invalid, or nothing
     {"respawn", "0"},             ///< milliseconds from one start of a job to the next; 10,000 on a Mac
     {"exit timeout", "20000"},    ///< milliseconds from a job's SIGTERM to its SIGKILL
+    {"cut off", "interrupted"},   ///< what a client hears whose service went: interrupted, or invalid
     {"connections", "made"},      ///< whether connections can be made: made, or null
     {"requirement text", "read"}, ///< whether a requirement's text can be read: read, or refused
     {"code", "own"}, ///< what a client is signed with: its own signature, a stranger's, an old version's, or unsigned
     {"message code", "known"}, ///< whether a message's code can be told: known, or unknown
-    {"bless", "works"},        ///< whether a helper can be put in its place: works, or fails
-    {"power", "granted"},      ///< whether an assertion can be had: granted, or refused
-    {"check in", "job"},       ///< who gets a service: its job only, or anybody
-    {"locale", ""},            ///< empty: the environment's
-    {"languages", ""},         ///< likewise
+    {"bless", "newer"}, ///< when a helper takes the place of one: newer, always, or loaded (not while a job is loaded);
+                        ///< or fails
+    {"power", "granted"}, ///< whether an assertion can be had: granted, or refused
+    {"check in", "job"},  ///< who gets a service: its job only, or anybody
+    {"locale", ""},       ///< empty: the environment's
+    {"languages", ""},    ///< likewise
     {"volume name", "Macintosh HD"},
     {"free bytes", ""}, ///< empty: what is free here
 };
@@ -91,7 +93,11 @@ std::chrono::milliseconds milliseconds(std::string_view name) {
 }
 
 void delayAt(std::string_view crossing) {
-    std::this_thread::sleep_for(milliseconds("delay." + std::string(crossing)));
+    const std::chrono::milliseconds delay = milliseconds("delay." + std::string(crossing));
+    if (delay > std::chrono::milliseconds(0)) {
+        std::this_thread::sleep_for(delay);
+        record("delayed " + std::string(crossing));
+    }
 }
 
 void record(std::string_view call) {

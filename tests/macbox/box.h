@@ -3,6 +3,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -25,7 +26,7 @@ void set(std::string_view name, std::string_view value);
 bool isSet(std::string_view name, std::string_view value);
 std::chrono::milliseconds milliseconds(std::string_view name);
 
-/// Waits as long as the setting "delay.<crossing>" says.
+/// Waits as long as the setting "delay.<crossing>" says, and notes then that it did.
 void delayAt(std::string_view crossing);
 
 /// Adds a line to the journal: "program: call". One write, so that lines of several programs stay whole.
@@ -35,14 +36,15 @@ void record(std::string_view call);
 int liveObjects();
 void countObject(int change);
 
-/// Gives one of \p object's references back; deletes it with the last. One too many ends the program.
+/// Gives one of \p object's references back; destroys it with the last. One too many ends the program: the memory
+/// stays, and the count in it.
 template <typename T> void releaseOne(T *object) {
     const int before = object->references--;
     if (before < 1) {
         std::abort();
     }
     if (before == 1) {
-        delete object;
+        std::destroy_at(object);
     }
 }
 

@@ -43,7 +43,6 @@ struct Job {
     std::list<Service> services;
     pid_t process = 0; ///< 0: it does not run
     Clock::time_point started = Clock::time_point::min();
-    Clock::time_point killTime = Clock::time_point::max();
 };
 
 std::string contentOf(const std::string &path) {
@@ -227,6 +226,8 @@ private:
         } else if (verb == "unload") {
             unload(name);
             say(client, true);
+        } else if (verb == "is loaded") {
+            say(client, find(name) != nullptr);
         } else if (verb == "look up") {
             say(client, service(name) != nullptr);
         } else if (verb == "check in") {

@@ -4,6 +4,7 @@
 #include "Queue.h"
 #include "box.h"
 #include "code_requirement.h"
+#include "support/turn_until.h"
 #include "wire.h"
 
 #include <atomic>
@@ -213,6 +214,30 @@ TEST_F(HelperServiceOnMac, TellsOfAStrangerOnce) {
     const std::string line = "Refused a client of the user " + std::to_string(geteuid()) + ".";
     ASSERT_NE(lines.find(line), std::string::npos);
     EXPECT_EQ(lines.find(line), lines.rfind(line));
+}
+
+/// A client that has come before the listener was closed is still served.
+TEST_F(HelperServiceOnMac, IsBusyUntilItsListenerHasClosed) {
+    macbox::set("delay.closing", "1000");
+    XpcListener listener(progressFile_);
+    listener.open();
+    EXPECT_FALSE(listener.isBusy());
+    listener.close();
+    EXPECT_TRUE(listener.isBusy());
+    EXPECT_TRUE(test::turnUntil([&] { return !listener.isBusy(); }));
+    expectKept(1); // the listener
+}
+
+TEST(InboxOnMac, IsQuietWhenNobodyIsConnectedAndNothingWaits) {
+    Inbox inbox;
+    EXPECT_TRUE(inbox.isQuiet());
+    inbox.noteClientCame();
+    EXPECT_FALSE(inbox.isQuiet());
+    inbox.add({.commandLine = "true", .progressFilePath = {}, .answer = {}});
+    inbox.noteClientWent();
+    EXPECT_FALSE(inbox.isQuiet()) << "its request waits";
+    EXPECT_EQ(inbox.takeRequests().size(), 1U);
+    EXPECT_TRUE(inbox.isQuiet());
 }
 
 TEST_F(HelperServiceOnMac, LeavesNothingOfACommandThatIsAskedToEnd) {

@@ -1,6 +1,7 @@
 #include "platform/privileges.h"
 
 #include "InBox.h"
+#include "ScriptedService.h"
 #include "box.h"
 #include "channel/message_keys.h"
 #include "platform/helper_connection.h"
@@ -79,6 +80,20 @@ TEST_F(PrivilegesOnMac, RegistersOnlyAfterTheNewsThatThereIsNoHelper) {
     ASSERT_GE(all.size(), 2U);
     EXPECT_EQ(all[all.size() - 2], "event");
     EXPECT_THAT(all.back(), testing::StartsWith("SMJobBless"));
+}
+
+/// The program's time limit would end it.
+TEST_F(PrivilegesOnMac, WaitsNotLongForAHelperThatHasNotAnswered) {
+    ScriptedService service(root);
+    const HelperConnection connection = createHelperConnection(kHelperServiceName);
+    setConnectionEventHandler(connection, [](const ConnectionEvent &) {});
+    resumeConnection(connection);
+    sendMessageWithReply(connection, {{kCommandKey, "true"}}, [](const std::optional<QByteArray> &) {});
+    releaseConnection(connection);
+    service.takeMessage();
+    EXPECT_FALSE(installHelperTool(label_, nullptr, nullptr));
+    service.reply({kReplyKey, "yes"});
+    settle();
 }
 
 } // namespace
