@@ -9,6 +9,16 @@
 
 inline const std::string kDriver = "/Library/Printers/BrelundQuorlix"; ///< what the package puts there, below the root
 
+/// An installer that waits, in the middle, for the file "go" below the root.
+inline const std::string kWaitingInstaller = "#!/bin/sh\n"
+                                             "root=${0%/usr/sbin/installer}\n"
+                                             "echo 'installer:PHASE:Writing files'\n"
+                                             "echo 'installer:%1.000000'\n"
+                                             "touch \"$root/waiting\"\n"
+                                             "while [ ! -e \"$root/go\" ]; do sleep 0.02; done\n"
+                                             "echo 'installer: The install was successful.'\n"
+                                             "touch \"$root/finished\"\n";
+
 /// Whole runs of the real program: each test has a root folder of its own, made by tools/make-macroot, and an installer
 /// folder of its own with the bundle's programs and the package.
 class SilentRun : public ::testing::Test {

@@ -27,6 +27,10 @@ constexpr char kFailingInstaller[] = "#!/bin/sh\necho 'installer: The install fa
 
 constexpr char kSlowInstaller[] = "#!/bin/sh\nfor i in 1 2 3 4 5 6 7 8; do echo installer:%$i; sleep 0.4; done\n"
                                   "echo 'installer: The install was successful.'\n";
+std::string installerThatTakes(int milliseconds) {
+    return "#!/bin/sh\nsleep " + std::to_string(milliseconds / 1000.0) +
+           "\necho 'installer: The install was successful.'\n";
+}
 constexpr char kFastInstaller[] = "#!/bin/sh\necho 'installer: The install was successful.'\n";
 constexpr char kSlowFailingInstaller[] = "#!/bin/sh\nsleep 3\necho 'installer: The install failed. (x)'\nexit 1\n";
 
@@ -47,7 +51,7 @@ class MacRun : public SilentRun {
 protected:
     MacRun() { setenv("KYB_MACBOX", root.path().c_str(), 1); }
 
-    void putSystemInstaller(const char *script) const { root.putProgram("/usr/sbin/installer", script); }
+    void putSystemInstaller(const std::string &script) const { root.putProgram("/usr/sbin/installer", script); }
 
     std::string helperInBundle() const {
         return installerFolder() + "/Brelund Quorlix Installer.app/Contents/Library/LaunchServices/" + kHelper;
@@ -69,6 +73,8 @@ protected:
         info.replace(at, before.size(), "<string>" + version + "</string>");
         ASSERT_TRUE(macbox::sign(path, signature));
     }
+
+    void removeHelper() const { root.remove("/Library/PrivilegedHelperTools/com.kyb.InstallerHelperTool"); }
 
     std::string installedHelpersVersion() const {
         const auto signature = macbox::signatureOf(root.helperFile());
@@ -161,6 +167,42 @@ TEST_F(MacRun, AHelperThatMayNotStartYetIsWaitedFor) {
     EXPECT_EQ(run().status, 1);
 }
 
+/// The helper's file was removed while it runs, and does not answer: another one is put there once it has ended.
+TEST_F(MacRun, AHelperThatDoesNotEndIsKilledBeforeAnotherOneTakesItsPlace) {
+    putInstaller();
+    putSystemInstaller(kFastInstaller);
+    ASSERT_EQ(run().status, 0);
+    const pid_t stopped = root.helpers().at(0);
+    kill(stopped, SIGSTOP);
+    removeHelper();
+    macbox::set("exit timeout", "500");
+    EXPECT_EQ(run().status, 0);
+    EXPECT_EQ(kill(stopped, 0), -1);
+    EXPECT_EQ(callsOf(kProgram, "SMJobBless").size(), 2U);
+}
+
+TEST_F(MacRun, AMacThatCannotPutTheHelperInItsPlaceIsTold) {
+    putInstaller();
+    macbox::set("bless", "fails");
+    const auto process = start();
+    waitUntil([this] { return hasLogged("Failed to install the Helper Tool. Error: (null)"); });
+    expectToGoOn(*process);
+    EXPECT_EQ(callsOf(kProgram, "SMJobBless").size(), 1U);
+    EXPECT_EQ(root.installedVersion(), "");
+}
+
+/// Whether a job that is loaded is enough is not said; then nobody brings the helper back whose file was removed.
+TEST_F(MacRun, AMacThatTakesALoadedJobForEnoughInstallsNothingAndSaysSo) {
+    putInstaller();
+    putSystemInstaller(kFastInstaller);
+    ASSERT_EQ(run().status, 0);
+    root.killHelpers();
+    removeHelper();
+    macbox::set("bless", "loaded");
+    EXPECT_EQ(run().status, 1);
+    EXPECT_TRUE(hasLogged("XPC connection invalid, releasing."));
+}
+
 // ---- Who sits there
 
 struct UserRow {
@@ -247,6 +289,18 @@ TEST_P(MacStranger, IsServedByNoHelperAndSaysThatItFailed) {
     EXPECT_TRUE(hasLogged("XPC connection interupted."));
     EXPECT_FALSE(root.exists("/ran"));
 }
+
+/// Whether who is cut off hears that the helper went, or that there is none.
+TEST_F(MacRun, AProgramThatIsCutOffSaysThatItFailedWhateverItHears) {
+    putInstaller();
+    putSystemInstaller("#!/bin/sh\ntouch \"${0%/usr/sbin/installer}/ran\"\n");
+    root.registerHelper(helperInBundle());
+    macbox::set("code", "stranger");
+    macbox::set("cut off", "invalid");
+    EXPECT_EQ(run().status, 1);
+    EXPECT_TRUE(hasLogged("XPC connection invalid, releasing."));
+    EXPECT_FALSE(root.exists("/ran"));
+}
 INSTANTIATE_TEST_SUITE_P(Kinds, MacStranger, testing::Values("stranger", "unsigned", "old"),
                          [](const auto &row) { return std::string(row.param); });
 
@@ -295,38 +349,59 @@ TEST_P(MacTurn, ChangesNoOutcome) {
     root.killHelpers();
     putSystemInstaller(kFastInstaller);
     EXPECT_EQ(run().status, 0);
+    removeHelper(); // while it runs
+    putSystemInstaller(kSlowInstaller);
+    EXPECT_EQ(run().status, 0);
+    root.killHelpers();
+    removeHelper();
+    EXPECT_EQ(run().status, 0);
 }
 INSTANTIATE_TEST_SUITE_P(Turns, MacTurn,
-                         testing::Values(TurnRow{"last release", "invalid"}, TurnRow{"error order", "reply"}),
+                         testing::Values(TurnRow{"last release", "invalid"}, TurnRow{"error order", "reply"},
+                                         TurnRow{"no program", "nothing"}, TurnRow{"bless", "always"},
+                                         TurnRow{"cut off", "invalid"}, TurnRow{"delay.event", "50"}),
                          [](const auto &row) {
                              std::string name = std::string(row.param.setting) + row.param.value;
-                             std::erase(name, ' ');
+                             std::erase_if(name, [](char c) { return c == ' ' || c == '.'; });
                              return name;
                          });
 
 struct DelayRow {
     const char *crossing;
-    int milliseconds;
+    int comesInRun; ///< the first, without a helper, or the second; 0 where that is not sure
 };
-class MacDelay : public MacRun, public testing::WithParamInterface<DelayRow> {};
+class MacDelay : public MacRun, public testing::WithParamInterface<std::tuple<DelayRow, int>> {
+protected:
+    /// An installation that goes on until what is late has come, if it comes in this run.
+    void install(int number) {
+        const auto [row, milliseconds] = GetParam();
+        const std::string news = "delayed "s + row.crossing;
+        const std::size_t before = callsOf(kProgram, news).size();
+        putSystemInstaller(row.comesInRun == number ? kWaitingInstaller : installerThatTakes(milliseconds + 1000));
+        const auto process = start();
+        if (row.comesInRun == number) {
+            waitUntil([&] { return callsOf(kProgram, news).size() > before; });
+            root.write("/go", "");
+        }
+        EXPECT_EQ(process->wait(), 0);
+    }
+};
 
 TEST_P(MacDelay, ChangesNoOutcome) {
+    const auto [row, milliseconds] = GetParam();
     putInstaller();
-    macbox::set(std::string("delay.") + GetParam().crossing, std::to_string(GetParam().milliseconds));
-    putSystemInstaller(kFastInstaller);
-    EXPECT_EQ(run().status, 0);
+    macbox::set("delay."s + row.crossing, std::to_string(milliseconds));
+    install(1);
+    install(2);
     putSystemInstaller(kFailingInstaller);
     EXPECT_EQ(run().status, 1);
 }
-INSTANTIATE_TEST_SUITE_P(Crossings, MacDelay,
-                         testing::Values(DelayRow{"connection", 100}, DelayRow{"connection", 1000},
-                                         DelayRow{"connection", 5000}, DelayRow{"message", 100},
-                                         DelayRow{"message", 1000}, DelayRow{"message", 5000}, DelayRow{"reply", 100},
-                                         DelayRow{"reply", 1000}, DelayRow{"reply", 5000}, DelayRow{"event", 100},
-                                         DelayRow{"event", 1000}, DelayRow{"event", 5000}, DelayRow{"departure", 100},
-                                         DelayRow{"departure", 1000}, DelayRow{"departure", 5000},
-                                         DelayRow{"file", 100}, DelayRow{"file", 1000}, DelayRow{"file", 5000}),
-                         [](const auto &row) { return row.param.crossing + std::to_string(row.param.milliseconds); });
+INSTANTIATE_TEST_SUITE_P(
+    Crossings, MacDelay,
+    testing::Combine(testing::Values(DelayRow{"connection", 2}, DelayRow{"message", 0}, DelayRow{"reply", 0},
+                                     DelayRow{"event", 1}, DelayRow{"departure", 0}, DelayRow{"file", 0}),
+                     testing::Values(100, 1000, 5000)),
+    [](const auto &row) { return std::get<0>(row.param).crossing + std::to_string(std::get<1>(row.param)); });
 
 // ---- Many
 
@@ -349,7 +424,7 @@ TEST_P(ManyMacRuns, AllEndWithTheTrueOutcome) {
             root.killHelpers();
         }
         if (helper > 1) {
-            root.remove("/Library/PrivilegedHelperTools/com.kyb.InstallerHelperTool");
+            removeHelper();
         }
         const Ran outcome = run();
         ASSERT_EQ(outcome.status, installer.status) << "run " << i << ", helper " << helper << ": " << outcome.errors;

@@ -12,15 +12,6 @@ using testing::Each;
 using testing::HasSubstr;
 using testing::Not;
 
-/// An installer that waits, in the middle, for the file "go" below the root.
-const std::string kWaitingInstaller = "#!/bin/sh\n"
-                                      "root=${0%/usr/sbin/installer}\n"
-                                      "echo 'installer:PHASE:Writing files'\n"
-                                      "echo 'installer:%1.000000'\n"
-                                      "touch \"$root/waiting\"\n"
-                                      "while [ ! -e \"$root/go\" ]; do sleep 0.02; done\n"
-                                      "echo 'installer: The install was successful.'\n";
-
 TEST_F(SilentRun, InstallsThePackageAndEndsWithZero) {
     putInstaller({"--version", "4.5.6"});
     const Ran outcome = run();
@@ -160,7 +151,7 @@ TEST_F(SilentRun, LeavesNoProcessBehindButTheHelper) {
     EXPECT_EQ(root.helpers().size(), 1U);
 }
 
-TEST_F(SilentRun, LeavesNoCaptureBehindWhenItIsKilled) {
+TEST_F(SilentRun, IsFinishedByTheHelperWhenItIsKilledAndLeavesNoCaptureBehind) {
     putInstaller();
     root.putProgram("/usr/sbin/installer", kWaitingInstaller);
     const auto process = start();
@@ -170,6 +161,7 @@ TEST_F(SilentRun, LeavesNoCaptureBehindWhenItIsKilled) {
     waitUntil([this] { return root.processes(root.seen("/var/log/install.log")).empty(); });
     EXPECT_EQ(process->wait(), -SIGKILL);
     root.write("/go", "");
+    waitUntil([this] { return root.exists("/finished"); });
 }
 
 TEST_F(SilentRun, RunsInARowOnALoadedMachineAllEndWell) {

@@ -24,6 +24,11 @@ protected:
         user.click(kClose);
     }
 
+    std::ptrdiff_t countLogged(const char *beginning) const {
+        const std::vector<std::string> entries = root.logEntries();
+        return std::ranges::count_if(entries, [&](const std::string &entry) { return entry.starts_with(beginning); });
+    }
+
     bool hasLogged(const char *entry) const {
         const std::vector<std::string> entries = root.logEntries();
         return std::find(entries.begin(), entries.end(), entry) != entries.end();
@@ -56,6 +61,18 @@ TEST_F(MacWalk, WhoCancelsStaysWhereHeIsAndMayPressInstallAgain) {
     });
     EXPECT_TRUE(hasLogged("Failed to create AuthorizationRef. Error code: -60006"));
     EXPECT_EQ(root.installedVersion(), "4.2.0");
+}
+
+TEST_F(MacWalk, TheAnswersToProbeAndInstallationAreInTheLog) {
+    root.registerHelper(KYB_BUNDLE "/Contents/Library/LaunchServices/com.kyb.InstallerHelperTool");
+    walk([this](User &user) {
+        goToTheChoice(user);
+        user.click(kForward);
+        user.waitForVisible(kResult);
+        user.waitFor([this] { return countLogged("Received response: ") == 2; }, "the answers");
+        user.click(kClose);
+    });
+    EXPECT_FALSE(hasLogged("Received response: (null)."));
 }
 
 TEST_F(MacWalk, TheEndOfAnAnsweredConnectionIsNoFailure) {
