@@ -25,7 +25,6 @@ void Inbox::add(CommandRequest request) {
 void Inbox::noteClientCame() {
     const MutexLock lock(mutex_);
     ++clients_;
-    wake();
 }
 
 void Inbox::noteClientWent() {

@@ -20,7 +20,7 @@ public:
     /// Notes that no new client can come any more.
     void noteClosed();
 
-    /// Readable when something was added or noted since the last `takeRequests`; -1 when it could not be made.
+    /// Readable when a request was added, or an end noted, since the last `takeRequests`; -1 when it could not be made.
     int wakeFd() const { return wakePipe_.reading.get(); }
 
     std::vector<CommandRequest> takeRequests();

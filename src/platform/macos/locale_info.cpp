@@ -26,10 +26,9 @@ QStringList wantedTags() {
     return wanted;
 }
 
-void setFractionDigits(CFNumberFormatterRef formatter, int digits) {
+void setLeastFractionDigits(CFNumberFormatterRef formatter, int digits) {
     const CFOwned number(CFNumberCreate(kCFAllocatorDefault, kCFNumberIntType, &digits));
     CFNumberFormatterSetProperty(formatter, kCFNumberFormatterMinFractionDigits, number.get());
-    CFNumberFormatterSetProperty(formatter, kCFNumberFormatterMaxFractionDigits, number.get());
 }
 
 } // namespace
@@ -57,7 +56,7 @@ QString twoDecimals(double value) {
     const double rounded = QString::number(value, 'f', 2).toDouble(); // as printf rounds: by the exact binary value
     const CFOwned formatter(
         CFNumberFormatterCreate(kCFAllocatorDefault, currentLocale(), kCFNumberFormatterDecimalStyle));
-    setFractionDigits(formatter.get(), 2);
+    setLeastFractionDigits(formatter.get(), 2); // a rounded one has no more
     CFNumberFormatterSetProperty(formatter.get(), kCFNumberFormatterUseGroupingSeparator, kCFBooleanFalse);
     const CFOwned text(
         CFNumberFormatterCreateStringWithValue(kCFAllocatorDefault, formatter.get(), kCFNumberDoubleType, &rounded));
