@@ -13,7 +13,7 @@ using testing::HasSubstr;
 constexpr const char *kHelper = "Library/PrivilegedHelperTools/com.kyb.InstallerHelperTool";
 constexpr const char *kJob = "Library/LaunchDaemons/com.kyb.InstallerHelperTool.plist";
 constexpr const char *kFolder = "Library/Application Support/Brelund Quorlix Installer";
-constexpr const char *kReceipt = "var/db/receipts/com.kyb.BrelundQuorlixInstaller.Fleet.plist";
+constexpr const char *kFleetReceipt = "var/db/receipts/com.kyb.BrelundQuorlixInstaller.Fleet.plist";
 constexpr const char *kBootout = "bootout system/com.kyb.InstallerHelperTool";
 
 void put(const fs::path &path, std::string_view content, unsigned mode = 0644) {
@@ -154,7 +154,7 @@ TEST_F(FleetPackage, ANewerOneReplacesAnOlderOne) {
     ASSERT_EQ(root.install(package({"--version", "2.0"})).status, 0) << root.log();
     EXPECT_EQ(contentOf(root / kHelper), "helper 2");
     EXPECT_EQ(modeOf(root / kHelper), 0544U);
-    EXPECT_EQ(textOf(plistFromText(contentOf(root / kReceipt)).get(), "PackageVersion"), "2.0");
+    EXPECT_EQ(textOf(plistFromText(contentOf(root / kFleetReceipt)).get(), "PackageVersion"), "2.0");
     EXPECT_EQ(calls(), std::string(kBootout) + "\n" + bootstrap() + "\n" + kBootout + "\n" + bootstrap() + "\n");
 }
 
