@@ -16,10 +16,6 @@ constexpr std::string_view kBinaryMagic = "bplist00";
 constexpr std::int64_t kSecondsFrom1970To2001 = 978307200;
 constexpr int kMaxDepth = 64; // as a binary list may have, see isSafeForLibplist()
 
-struct CFree {
-    void operator()(void *memory) const { std::free(memory); }
-};
-
 bool isXmlCharacter(char32_t c) {
     const bool isControl = c < 0x20 && c != '\t' && c != '\n' && c != '\r';
     return !isControl && c != 0xFFFE && c != 0xFFFF;
@@ -28,26 +24,10 @@ bool isXmlCharacter(char32_t c) {
 void eachItem(plist_t array, const ChildUse &use) {
     plist_array_iter place = nullptr;
     plist_array_new_iter(array, &place);
-    const std::unique_ptr<void, CFree> placeOwner(place);
+    const std::unique_ptr<void, PlistFree> placeOwner(place);
     plist_t item = nullptr;
     for (plist_array_next_item(array, place, &item); item != nullptr; plist_array_next_item(array, place, &item)) {
         use({}, item);
-    }
-}
-
-void eachEntry(plist_t dictionary, const ChildUse &use) {
-    plist_dict_iter place = nullptr;
-    plist_dict_new_iter(dictionary, &place);
-    const std::unique_ptr<void, CFree> placeOwner(place);
-    for (;;) {
-        char *key = nullptr;
-        plist_t value = nullptr;
-        plist_dict_next_item(dictionary, place, &key, &value);
-        const std::unique_ptr<char, CFree> keyOwner(key);
-        if (value == nullptr) {
-            return;
-        }
-        use(key, value);
     }
 }
 
@@ -64,7 +44,7 @@ std::string written(plist_t root, PlistFormat format) {
     char *bytes = nullptr;
     std::uint32_t length = 0;
     (binary ? plist_to_bin : plist_to_xml)(root, &bytes, &length);
-    const std::unique_ptr<char, CFree> owner(bytes);
+    const std::unique_ptr<char, PlistFree> owner(bytes);
     return bytes != nullptr ? std::string(bytes, length) : std::string();
 }
 

@@ -4,16 +4,10 @@
 #include "posix/plist_guard.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
 namespace kyb {
 namespace {
-
-struct CFree {
-    void operator()(char *text) const { std::free(text); }
-};
-using CText = std::unique_ptr<char, CFree>;
 
 Plist parsed(std::string_view propertyList) {
     if (plist_is_binary(propertyList.data(), static_cast<std::uint32_t>(propertyList.size())) == 0 ||
@@ -52,7 +46,7 @@ std::optional<std::string> encodeFrame(const std::vector<std::pair<std::string, 
     char *bytes = nullptr;
     std::uint32_t length = 0;
     plist_to_bin(dictionary.get(), &bytes, &length);
-    const CText owner(bytes);
+    const std::unique_ptr<char, PlistFree> owner(bytes);
     if (bytes == nullptr || length > kMaxMessageBytes) {
         return {};
     }
@@ -65,18 +59,8 @@ std::optional<ChannelMessage> decodeMessage(std::string_view propertyList) {
         return {};
     }
     ChannelMessage message;
-    plist_dict_iter place = nullptr;
-    plist_dict_new_iter(root.get(), &place);
-    const CText placeOwner(static_cast<char *>(place));
-    for (plist_t node = nullptr;;) {
-        char *key = nullptr;
-        plist_dict_next_item(root.get(), place, &key, &node);
-        const CText keyOwner(key);
-        if (key == nullptr || node == nullptr) {
-            return message;
-        }
-        message.insert_or_assign(key, textOf(node));
-    }
+    eachEntry(root.get(), [&](const char *key, plist_t node) { message.insert_or_assign(key, textOf(node)); });
+    return message;
 }
 
 } // namespace kyb

@@ -1,6 +1,7 @@
 #include "CoreFoundation.h"
 
 #include "box.h"
+#include "posix/Plist.h"
 #include "posix/plist_guard.h"
 
 #include <algorithm>
@@ -133,18 +134,7 @@ Object *fromPlist(plist_t node);
 
 Object *dictionaryFromPlist(plist_t node) {
     auto *dictionary = new DictionaryObject;
-    plist_dict_iter position = nullptr;
-    plist_dict_new_iter(node, &position);
-    char *key = nullptr;
-    plist_t value = nullptr;
-    for (plist_dict_next_item(node, position, &key, &value); value != nullptr;
-         plist_dict_next_item(node, position, &key, &value)) {
-        dictionary->values[key] = fromPlist(value);
-        std::free(key);
-        key = nullptr;
-        value = nullptr;
-    }
-    std::free(position);
+    kyb::eachEntry(node, [&](const char *key, plist_t value) { dictionary->values[key] = fromPlist(value); });
     return dictionary;
 }
 

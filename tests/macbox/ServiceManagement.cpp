@@ -6,8 +6,6 @@
 
 #include <ServiceManagement/ServiceManagement.h>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 // SMJobBless. Its page in the developer documentation promises: the helper lies in the bundle's Contents/Library/
 // LaunchServices under its label; it holds its own property list and its job's; each of the two programs satisfies what
@@ -20,12 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 using macbox::Signature;
 using macbox::Texts;
-
-std::string contentOf(const fs::path &path) {
-    std::ostringstream content;
-    content << std::ifstream(path, std::ios::binary).rdbuf();
-    return content.str();
-}
 
 /// The "Contents" of the program's bundle.
 fs::path contents() {
@@ -45,7 +37,7 @@ bool meets(const Texts &facts, const std::string &requirement) {
 /// what one of its clients must satisfy.
 bool trustEachOther(const std::string &label, const Signature &tool) {
     const auto application = macbox::signatureOf("/proc/self/exe");
-    const Texts wanted = macbox::dictionaryIn(contentOf(contents() / "Info.plist"), "SMPrivilegedExecutables");
+    const Texts wanted = macbox::dictionaryIn(macbox::contentOf(contents() / "Info.plist"), "SMPrivilegedExecutables");
     if (!application || wanted.count(label) == 0 || !meets(tool.facts, wanted.at(label))) {
         return false;
     }

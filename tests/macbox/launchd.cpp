@@ -12,11 +12,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <list>
 #include <poll.h>
 #include <set>
-#include <sstream>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -44,12 +42,6 @@ struct Job {
     pid_t process = 0; ///< 0: it does not run
     Clock::time_point started = Clock::time_point::min();
 };
-
-std::string contentOf(const std::string &path) {
-    std::ostringstream content;
-    content << std::ifstream(path, std::ios::binary).rdbuf();
-    return content.str();
-}
 
 /// Promise: the program is what "Program" names, and the first of "ProgramArguments" where there is no such key.
 std::string programOf(const std::string &list) {

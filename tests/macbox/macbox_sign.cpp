@@ -6,18 +6,8 @@
 #include "signature.h"
 
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 
-namespace {
-
-std::string contentOf(const std::string &path) {
-    std::ostringstream content;
-    content << std::ifstream(path, std::ios::binary).rdbuf();
-    return content.str();
-}
-
-} // namespace
+namespace {} // namespace
 
 int main(int count, char *words[]) {
     if (count < 5) {
@@ -30,14 +20,14 @@ int main(int count, char *words[]) {
                                  {"certificate leaf[field.1.2.840.113635.100.6.1.13]", ""},
                                  {"certificate leaf[subject.OU]", words[3]}},
                                 {}};
-    const std::string info = contentOf(words[4]);
+    const std::string info = macbox::contentOf(words[4]);
     for (const char *key : {"CFBundleVersion", "CFBundleShortVersionString"}) {
         signature.facts["info[" + std::string(key) + "]"] = macbox::textIn(info, key).value_or("");
     }
     for (int i = 5; i < count; ++i) {
         const std::string section = words[i];
         const std::size_t end = section.find('=');
-        signature.sections[section.substr(0, end)] = contentOf(section.substr(end + 1));
+        signature.sections[section.substr(0, end)] = macbox::contentOf(section.substr(end + 1));
     }
     return macbox::sign(words[1], signature) ? 0 : 1;
 }

@@ -17,12 +17,6 @@ using kyb::Plist;
 constexpr std::string_view kMark = "KYBSIGNED";
 constexpr std::size_t kLengthBytes = 8;
 
-std::string contentOf(const std::string &path) {
-    std::ostringstream content;
-    content << std::ifstream(path, std::ios::binary).rdbuf();
-    return content.str();
-}
-
 /// FNV-1a: a seal against accidents, which is all that a test needs.
 std::string sealOf(std::string_view bytes) {
     std::uint64_t hash = 14695981039346656037U;
@@ -63,18 +57,7 @@ std::string textOf(plist_t node) {
 
 Texts textsOf(plist_t dictionary) {
     Texts texts;
-    plist_dict_iter position = nullptr;
-    plist_dict_new_iter(dictionary, &position);
-    char *key = nullptr;
-    plist_t value = nullptr;
-    for (plist_dict_next_item(dictionary, position, &key, &value); value != nullptr;
-         plist_dict_next_item(dictionary, position, &key, &value)) {
-        texts[key] = textOf(value);
-        std::free(key);
-        key = nullptr;
-        value = nullptr;
-    }
-    std::free(position);
+    kyb::eachEntry(dictionary, [&](const char *key, plist_t value) { texts[key] = textOf(value); });
     return texts;
 }
 
@@ -158,6 +141,12 @@ bool holds(const Texts &facts, const Condition &condition) {
 }
 
 } // namespace
+
+std::string contentOf(const std::string &path) {
+    std::ostringstream content;
+    content << std::ifstream(path, std::ios::binary).rdbuf();
+    return content.str();
+}
 
 std::optional<Signature> signatureOf(const std::string &path) {
     const SignedFile file = split(contentOf(path));

@@ -17,6 +17,9 @@ struct Signature {
     Texts sections; ///< "__info_plist", "__launchd_plist"
 };
 
+/// What a file holds; nothing when it cannot be read.
+std::string contentOf(const std::string &path);
+
 /// The signature of the program at \p path; none when it is not signed or was changed since.
 std::optional<Signature> signatureOf(const std::string &path);
 
