@@ -45,20 +45,26 @@ private:
 /// counts for the percentage.
 class Looks {
 public:
+    /// How often the program looks in vain before that is a failure: a dozen seconds, on a loaded machine more.
+    static constexpr int kMostLooks = 200;
+
     explicit Looks(kyb::test::Program &program) : program_(program) {}
 
     /// The program goes on saying what it said until it says \p text.
     void expect(const std::string &text) {
-        for (std::optional<std::string> said = next(); said != text; said = next()) {
+        std::optional<std::string> said = next();
+        for (int count = 0; said != text; ++count, said = next()) {
             ASSERT_EQ(said, before_) << "and not yet: " << text;
+            ASSERT_LT(count, kMostLooks) << "and not yet: " << text;
         }
         before_ = text;
     }
 
     /// The program may say \p text, or what it said, and ends.
     void expectEnd(const std::string &text) {
-        while (const std::optional<std::string> said = next()) {
-            EXPECT_THAT(*said, AnyOf(before_, text));
+        for (int count = 0; const std::optional<std::string> said = next(); ++count) {
+            ASSERT_THAT(*said, AnyOf(before_, text));
+            ASSERT_LT(count, kMostLooks) << "and does not end";
         }
     }
 
@@ -144,7 +150,7 @@ TEST_P(TranscriptRun, IsToldAndRecordedAsExpected) {
         ASSERT_NO_FATAL_FAILURE(looks.expect(saying.text)) << "of line " << saying.line;
     }
     player.end();
-    looks.expectEnd(transcript.ofLastLine);
+    ASSERT_NO_FATAL_FAILURE(looks.expectEnd(transcript.ofLastLine));
     EXPECT_EQ(process->wait(), transcript.status);
     EXPECT_EQ(std::ranges::count(looks.texts(), kInstallFailed), transcript.status);
     EXPECT_TRUE(transcript.status == 0 || looks.texts().back() == kInstallFailed);
