@@ -2,6 +2,7 @@
 
 #include "support/RootFolder.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <map>

@@ -4,7 +4,9 @@
 
 #include "Transcript.h"
 
+#include <algorithm>
 #include <fstream>
+#include <optional>
 #include <regex>
 #include <sys/stat.h>
 
