@@ -202,7 +202,8 @@ void CommandQueue::end(Run &run, std::string reply, const std::string &failure) 
     run.command.reset();
     run.stage = Stage::Ended;
     run.deadline = kAtOnce;
-    if (run.report && failure.empty()) {
+    const bool hasFailed = !failure.empty() || (run.report && run.report->endsWithFailure());
+    if (run.report && !hasFailed) {
         run.report->succeed();
     } else if (run.report) {
         reply += ": " + run.report->fail(failure);
@@ -211,7 +212,7 @@ void CommandQueue::end(Run &run, std::string reply, const std::string &failure) 
     }
     logLine(reply);
     if (run.report && run.request.answer && !run.report->isLost()) {
-        hold(run, reply, !failure.empty());
+        hold(run, reply, hasFailed);
     } else {
         conclude(run, reply);
     }

@@ -76,6 +76,7 @@ void ProgressReport::noteLine(std::string_view line) {
     const std::string failure = failureIn(line);
     lastLineIsFailure_ = !failure.empty() && failure.size() == line.size() && !partialLineIsBegun_;
     partialLineIsBegun_ = false;
+    endsWithFailure_ = line.empty() ? endsWithFailure_ : !failure.empty();
     if (!failure.empty()) {
         ownFailureLine_ = failure;
     }
@@ -88,6 +89,11 @@ void ProgressReport::endPartialLine() {
     if (!partialLine_.empty() || partialLineIsBegun_) {
         addOutput("\n");
     }
+}
+
+bool ProgressReport::endsWithFailure() {
+    endPartialLine();
+    return endsWithFailure_;
 }
 
 void ProgressReport::succeed() {

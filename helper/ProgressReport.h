@@ -19,6 +19,10 @@ public:
     /// byte as a blank.
     void addOutput(std::string_view output);
 
+    /// Whether the output ends with a failure, whatever the command's status: the reader takes it for one if he sees
+    /// it, and must not miss it. After the last output.
+    bool endsWithFailure();
+
     /// Writes the last line. After the last output.
     void succeed();
 
@@ -58,8 +62,9 @@ private:
     bool partialLineIsBegun_ = false; ///< whether the first part of the line was written because it is so long
     std::string ownFailureLine_;      ///< the last line of the output that held a failure text, empty: none
     std::string errorText_;           ///< what the output's last line with an error of the installer says, empty: none
-    bool lastLineIsFailure_ = false;
-    std::string lastLines_; ///< what the file must end with, once the command has ended
+    bool lastLineIsFailure_ = false;  ///< all of the last line, such that the reader sees it
+    bool endsWithFailure_ = false;    ///< whether the last line that is not empty tells one
+    std::string lastLines_;           ///< what the file must end with, once the command has ended
     bool isLost_ = false;
 };
 

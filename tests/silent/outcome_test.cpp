@@ -112,6 +112,21 @@ TEST_F(Outcome, AnInstallerThatSaysTheLastLineAndFailsHasFailed) {
     EXPECT_EQ(run().status, 1);
 }
 
+/// As on old systems. The program looks at the next-to-last line and then at the last one: the end comes in between.
+TEST_F(Outcome, AnInstallerThatSaysThatItFailedAndEndsWithStatusZeroHasFailed) {
+    putInstaller();
+    root.putProgram("/usr/sbin/installer", installerThat("echo 'installer: The install failed. (x)'"));
+    for (int i = 0; i < 6; ++i) {
+        const auto process = start();
+        while (process->readLine() != "14:PHASE_WriteFiles") {
+        }
+        process->readLine();
+        root.write("/go", "");
+        EXPECT_EQ(finish(*process).status, 1);
+        root.remove("/go");
+    }
+}
+
 TEST_F(Outcome, TheInstallersReasonStaysInTheHelpersLog) {
     putInstaller();
     root.putProgram("/usr/sbin/installer", "#!/bin/sh\necho 'installer: Error - the disk is on fire.'\nexit 1\n");
