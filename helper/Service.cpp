@@ -45,9 +45,7 @@ private:
     bool isIdle() const { return !listener_.isBusy() && commands_.isEmpty(); }
 
     void waitForWork() {
-        if (!isIdle()) {
-            idleUntil_ = SteadyClock::now() + idle_;
-        }
+        const bool wasIdle = isIdle();
         std::vector<pollfd> wanted; // poll() passes over a negative descriptor
         for (const int fd : listener_.descriptors(commands_)) {
             wanted.push_back({.fd = fd, .events = POLLIN, .revents = 0});
@@ -55,6 +53,9 @@ private:
         wanted.push_back({.fd = signals_, .events = POLLIN, .revents = 0});
         wanted.push_back({.fd = commands_.outputFd(), .events = POLLIN, .revents = 0});
         poll(wanted.data(), wanted.size(), millisecondsUntil(nextDeadline()));
+        if (!wasIdle) { // and may be idle now
+            idleUntil_ = SteadyClock::now() + idle_;
+        }
     }
 
     TimePoint nextDeadline() const {

@@ -32,9 +32,10 @@ constexpr const char *kHelperPlace = "/Library/PrivilegedHelperTools/com.kyb.Ins
 constexpr const char *kJobPlace = "/Library/LaunchDaemons/com.kyb.InstallerHelperTool.plist";
 constexpr mode_t kHelperMode = 0544; // as registration leaves it: root alone runs it
 constexpr std::array kDriverFiles{"Brelund Quorlix Driver.pkg", "macver.list"};
-/// Where, on every Mac, only administrators can write; and a folder there that is open to everybody.
-constexpr std::array kSafeFolders{"Library/", "Applications/", "opt/"};
-constexpr const char *kOpenFolder = "library/caches/"; // a Mac's volume ignores case
+/// Where, on every Mac, only administrators can write.
+constexpr std::array kSafeFolders{"Library/", "Applications/"};
+/// Folders there that are open to everybody, or the helper's and its job's. A Mac's volume ignores case.
+constexpr std::array kOtherFolders{"library/caches/", "library/privilegedhelpertools/", "library/launchdaemons/"};
 
 struct Order {
     std::string output;
@@ -68,16 +69,17 @@ void require(bool isRight, const std::string &otherwise) {
     }
 }
 
-bool isPlain(std::string_view text) {
-    return std::ranges::all_of(text, [](char c) {
+/// Whether there are only letters, digits and \p others in it.
+bool isPlain(std::string_view text, std::string_view others) {
+    return std::ranges::all_of(text, [&](char c) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-               std::string_view(" ._-/").find(c) != std::string_view::npos;
+               others.find(c) != std::string_view::npos;
     });
 }
 
-bool isOpenToEverybody(std::string path) {
+bool isForOthers(std::string path) {
     std::ranges::transform(path, path.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return (path + '/').starts_with(kOpenFolder);
+    return std::ranges::any_of(kOtherFolders, [&](const char *other) { return (path + '/').starts_with(other); });
 }
 
 /// The place of a folder of the Mac in a payload: "./...".
@@ -85,10 +87,14 @@ std::string placeOf(const std::string &folder) {
     const std::optional<std::string> path = payloadPath('.' + folder);
     require(folder.starts_with('/') && path, "--folder is no absolute path without \"..\": " + folder);
     // NB: the program puts its package's path between double quotes for root's shell, with nothing escaped.
-    require(isPlain(folder), "--folder needs quoting in a shell; use letters, digits, blanks and ._-: " + folder);
+    require(isPlain(folder, " ._-/"),
+            "--folder needs quoting in a shell; use letters, digits, blanks and ._-: " + folder);
     const bool isSafe = std::ranges::any_of(kSafeFolders, [&](const char *safe) { return path->starts_with(safe); });
-    require(isSafe && !isOpenToEverybody(*path),
-            "--folder must lie below /Library, /Applications or /opt, where only administrators write: " + folder);
+    require(
+        isSafe && !isForOthers(*path),
+        "--folder must lie below /Library or /Applications, where only administrators write and nothing else has its "
+        "place: " +
+            folder);
     return "./" + *path;
 }
 
@@ -171,7 +177,7 @@ UniqueFd makeScripts(const fs::path &postinstall) {
 }
 
 void makePackage(const fs::path &sources, const Order &order) {
-    require(isPlain(order.version), "--version has other characters than letters, digits, blanks and ._-");
+    require(isPlain(order.version, " ._-"), "--version has other characters than letters, digits, blanks and ._-");
     PayloadWriter payload;
     fillPayload(payload, order);
     const UniqueFd payloadFile = payload.finish();

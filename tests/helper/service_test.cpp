@@ -495,6 +495,19 @@ TEST_F(ServiceTest, EndsWithNothingToDo) {
     EXPECT_FALSE(connect().isConnected());
 }
 
+TEST_F(ServiceTest, StaysForItsTimeOnceItsLastClientHasGone) {
+    options_.idle = 200ms;
+    UniqueFd listening = socket_.listen();
+    RawClient client = connect();
+    serve(std::move(listening));
+    client.request("sleep 0.5"); // longer than that
+    EXPECT_EQ(client.reply(), kSuccess);
+    const auto done = std::chrono::steady_clock::now();
+    client.leave();
+    EXPECT_EQ(waitForEnd(), 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - done, options_.idle);
+}
+
 TEST_F(ServiceTest, DoesNotEndWhileACommandRuns) {
     options_.idle = 5ms;
     UniqueFd listening = socket_.listen();

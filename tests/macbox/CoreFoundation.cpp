@@ -226,9 +226,14 @@ std::vector<std::string> preferredLanguages() {
     return languages;
 }
 
-/// The number of a code page plays its encoding.
+/// The number of a code page plays its encoding, but for those that have a name here.
+constexpr UInt32 kUtf8CodePage = 65001;
+
 icu::LocalUConverterPointer openConverter(CFStringEncoding encoding) {
     icu::LocalUConverterPointer converter;
+    if (encoding == kCFStringEncodingUTF8) {
+        encoding = kUtf8CodePage;
+    }
     for (const char *maker : {"windows-", "ibm-"}) {
         if (converter.isNull()) {
             UErrorCode status = U_ZERO_ERROR;
@@ -313,6 +318,9 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8 *bytes, CFIndex 
 }
 /// Promise: an invalid number for a code page that is not known.
 CFStringEncoding CFStringConvertWindowsCodepageToEncoding(UInt32 codePage) {
+    if (codePage == kUtf8CodePage) {
+        return kCFStringEncodingUTF8;
+    }
     return openConverter(codePage).isNull() ? CFStringEncoding(kCFStringEncodingInvalidId) : codePage;
 }
 /// Promise: in UTF-16 units.

@@ -1,9 +1,12 @@
+#include "box.h"
+
 #include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sys/sysctl.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -26,6 +29,13 @@ std::vector<kinfo_proc> processes() {
 
 } // namespace
 
+/// How many bytes a table takes by the time of the next call, in which there may be more processes.
+std::size_t bytesOf(const std::vector<kinfo_proc> &all) {
+    static bool isFirst = true;
+    const bool isShort = std::exchange(isFirst, false) && macbox::isSet("process table", "grows");
+    return isShort ? 0 : all.size() * sizeof(kinfo_proc);
+}
+
 /// Promise (sysctl(3)): without a place the size that is needed; with one that is too small ENOMEM.
 extern "C" int sysctl(int *name, unsigned nameLength, void *old, size_t *oldLength, void *, size_t) {
     if (nameLength != 3 || name[0] != CTL_KERN || name[1] != KERN_PROC || name[2] != KERN_PROC_ALL) {
@@ -33,14 +43,20 @@ extern "C" int sysctl(int *name, unsigned nameLength, void *old, size_t *oldLeng
         return -1;
     }
     const std::vector<kinfo_proc> all = processes();
+    if (old == nullptr) {
+        *oldLength = bytesOf(all);
+        return 0;
+    }
+    if (macbox::isSet("process table", "refused")) {
+        errno = EPERM;
+        return -1;
+    }
     const std::size_t bytes = all.size() * sizeof(kinfo_proc);
-    if (old != nullptr && *oldLength < bytes) {
+    if (*oldLength < bytes) {
         errno = ENOMEM;
         return -1;
     }
-    if (old != nullptr) {
-        std::memcpy(old, all.data(), bytes);
-    }
+    std::memcpy(old, all.data(), bytes);
     *oldLength = bytes;
     return 0;
 }

@@ -33,10 +33,11 @@ constexpr Setting kDefaults[] = {
     {"message code", "known"}, ///< whether a message's code can be told: known, or unknown
     {"bless", "newer"}, ///< when a helper takes the place of one: newer, always, or loaded (not while a job is loaded);
                         ///< or fails
-    {"power", "granted"}, ///< whether an assertion can be had: granted, or refused
-    {"check in", "job"},  ///< who gets a service: its job only, or anybody
-    {"locale", ""},       ///< empty: the environment's
-    {"languages", ""},    ///< likewise
+    {"power", "granted"},       ///< whether an assertion can be had: granted, or refused
+    {"process table", "still"}, ///< whether processes come while it is read: still, or grows; or refused
+    {"check in", "job"},        ///< who gets a service: its job only, or anybody
+    {"locale", ""},             ///< empty: the environment's
+    {"languages", ""},          ///< likewise
     {"volume name", "Macintosh HD"},
     {"free bytes", ""}, ///< empty: what is free here
 };

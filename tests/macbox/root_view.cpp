@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -67,18 +68,31 @@ template <typename Function> Function *next(Function *, const char *name) {
         return function;                                                                                               \
     }())
 
-/// Waits before something is done with \p path, as \p variable says: "part of the path=milliseconds".
-void delay(const char *path, const char *variable) {
+/// Waits before something is done with \p path, as \p variable says: "part of the path=milliseconds". \return whether.
+bool delay(const char *path, const char *variable) {
     const char *value = std::getenv(variable);
     const char *end = value == nullptr ? nullptr : std::strchr(value, '=');
-    if (end != nullptr && std::string_view(path).find({value, end}) != std::string_view::npos) {
-        usleep(static_cast<useconds_t>(std::atoi(end + 1)) * 1000);
+    const int milliseconds = end == nullptr ? 0 : std::atoi(end + 1);
+    if (milliseconds == 0 || std::string_view(path).find({value, end}) == std::string_view::npos) {
+        return false;
+    }
+    usleep(static_cast<useconds_t>(milliseconds) * 1000);
+    return true;
+}
+
+/// Notes in the journal that the file was delayed.
+void noteDelayedFile() {
+    std::array<char, 8192> journal{};
+    std::snprintf(journal.data(), journal.size(), "%s.macbox/journal", std::getenv("KYB_MACBOX"));
+    if (FILE *file = NEXT(fopen)(journal.data(), "a")) {
+        std::fprintf(file, "%s: delayed file\n", program_invocation_short_name);
+        std::fclose(file);
     }
 }
 
 void delayNewFile(const char *path, int flags) {
-    if ((flags & O_CREAT) != 0) {
-        delay(path, "KYB_MACBOX_SLOW_FILE");
+    if ((flags & O_CREAT) != 0 && delay(path, "KYB_MACBOX_SLOW_FILE")) {
+        noteDelayedFile();
     }
 }
 

@@ -24,7 +24,8 @@ TESTS = {
 TOOLS = {"kyb_make_icns"}
 FRAMEWORKS = ["ApplicationServices", "CoreFoundation", "Foundation", "IOKit", "Security", "ServiceManagement"]
 # What the project looks for: on a Mac all of it is there, by docs/macos.md.
-LOOKED_FOR = {"Qt6", "Threads", "GTest", "Python3", "rsvg-convert"}
+LOOKED_FOR = {"Qt6 Core", "Qt6 Gui", "Qt6 Test", "Qt6 UiTools", "Qt6 Widgets", "Threads", "GTest", "Python3 Interpreter",
+              "rsvg-convert"}
 # What may stand in a command that links for a Mac.
 LINKED = re.compile("|".join([
     r"-O3|-DNDEBUG|-Xlinker|-framework|-undefined|dynamic_lookup",
@@ -45,12 +46,21 @@ def configure(build, *options):
     return subprocess.run([CMAKE, *words, *without_a_mac, *options], capture_output=True, text=True)
 
 
+def sought(words):
+    """What a call looks for: a package's components one by one, or its name; or a program."""
+    command, arguments = words["cmd"].lower(), words["args"]
+    if command != "find_package":
+        return {arguments[1]}
+    components = arguments[arguments.index("COMPONENTS") + 1:] if "COMPONENTS" in arguments else []
+    return {f"{arguments[0]} {component}" for component in components} or {arguments[0]}
+
+
 def looked_for(trace):
-    """What the project's own lists look for, of all the calls in a trace."""
+    """What the project's own lists look for, or ask, of all the calls in a trace."""
     calls = (json.loads(line) for line in trace.read_text().splitlines()[1:])
     ours = (call for call in calls if Path(call["file"]).is_relative_to(SOURCES))
-    finds = re.compile("find_|pkg_", re.IGNORECASE)
-    return {call["args"][call["cmd"].lower() not in ("find_package",)] for call in ours if finds.match(call["cmd"])}
+    finds = re.compile("find_|pkg_|execute_process", re.IGNORECASE)
+    return set().union(*(sought(call) for call in ours if finds.match(call["cmd"])))
 
 
 def read_targets(build):

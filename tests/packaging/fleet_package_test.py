@@ -221,7 +221,9 @@ class FleetPackage(unittest.TestCase):
                               "/Library/a\tb", "/Library/\u00e4"],
             "must lie below": ["/", "/Library", "/Library/", "/tmp/x", "/var/x", "/private/var/tmp/x", "/Users/Shared/x",
                                "/System/Library/x", "/Library/Caches/x", "/Library/Caches", "/Library/Caches/", "/Library/caches/x",
-                               "/Library/./CACHES", "/Libraryx/y", "/usr/local/x", "/library/x"],
+                               "/Library/./CACHES", "/Libraryx/y", "/usr/local/x", "/library/x", "/opt/x",
+                               "/Library/PrivilegedHelperTools", "/Library/privilegedhelpertools/com.kyb.installerhelpertool",
+                               "/Library/LaunchDaemons/x"],
         }
         for complaint, folders in rows.items():
             for folder in folders:
@@ -229,7 +231,7 @@ class FleetPackage(unittest.TestCase):
                     self.assert_refused(self.run_tool(folder=folder), complaint)
 
     def test_versions_that_it_refuses(self):
-        for version in ["1\n", "1\x01", "1\"", "1\u00e4", "1/2<"]:
+        for version in ["1\n", "1\x01", "1\"", "1\u00e4", "1<", "1/2"]:
             with self.subTest(version):
                 self.assert_refused(self.run_tool(version=version), "--version has other characters than")
 

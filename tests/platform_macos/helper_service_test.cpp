@@ -4,6 +4,7 @@
 #include "Queue.h"
 #include "box.h"
 #include "code_requirement.h"
+#include "session.h"
 #include "support/turn_until.h"
 #include "wire.h"
 
@@ -13,6 +14,7 @@
 #include <fstream>
 #include <future>
 #include <iterator>
+#include <poll.h>
 #include <pthread.h>
 
 using namespace kyb;
@@ -238,6 +240,33 @@ TEST(InboxOnMac, IsQuietWhenNobodyIsConnectedAndNothingWaits) {
     EXPECT_FALSE(inbox.isQuiet()) << "its request waits";
     EXPECT_EQ(inbox.takeRequests().size(), 1U);
     EXPECT_TRUE(inbox.isQuiet());
+}
+
+/// A queue of the system's that waited would hold up every client.
+TEST(InboxOnMac, LetsNobodyWaitHoweverMuchIsNoted) {
+    Inbox inbox;
+    for (int i = 0; i < 100'000; ++i) { // more than a pipe takes
+        inbox.noteClosed();
+    }
+    pollfd wake{.fd = inbox.wakeFd(), .events = POLLIN, .revents = 0};
+    EXPECT_EQ(poll(&wake, 1, 0), 1);
+    inbox.takeRequests();
+    EXPECT_EQ(poll(&wake, 1, 0), 0);
+}
+
+class ProcessTableOnMac : public InBox, public testing::WithParamInterface<const char *> {};
+
+TEST_P(ProcessTableOnMac, HasThisProcess) {
+    macbox::set("process table", GetParam());
+    EXPECT_THAT(allProcesses(), Contains(getpid()));
+}
+INSTANTIATE_TEST_SUITE_P(Kinds, ProcessTableOnMac, testing::Values("still", "grows"));
+
+using ProcessTableThatIsRefused = InBox;
+
+TEST_F(ProcessTableThatIsRefused, IsTakenForAnEmptyOne) {
+    macbox::set("process table", "refused");
+    EXPECT_THAT(allProcesses(), IsEmpty());
 }
 
 TEST_F(HelperServiceOnMac, LeavesNothingOfACommandThatIsAskedToEnd) {

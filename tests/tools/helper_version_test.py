@@ -110,6 +110,36 @@ class HelperVersion(unittest.TestCase):
         self.assertEqual(self.version(), 12)
         self.assert_sound()
 
+    def test_a_version_of_a_branch_that_came_to_nothing_counts(self):
+        self.commit("as it was")
+        self.git("checkout", "-qb", "side")
+        self.write("helper/Service.cpp", "changed\n")
+        self.run_tool("--raise")
+        self.commit("changed")
+        self.git("checkout", "-q", "-")
+        self.git("merge", "-q", "-s", "ours", "--no-ff", "-m", "without it", "side")
+        self.assertIn("which has been 11", self.run_tool().stderr)
+
+    def test_how_git_is_set_up_changes_nothing(self):
+        self.commit("as it was")
+        self.write("helper/Service.cpp", "changed\n")
+        self.run_tool("--raise")
+        self.commit("changed")
+        self.git("revert", "--no-edit", "HEAD")
+        self.git("config", "color.ui", "always")
+        self.assertIn("which has been 11", self.run_tool().stderr)
+
+    def test_a_project_of_several_lines_is_noticed(self):
+        self.write("CMakeLists.txt", "project(Small\n  VERSION 1.0.0)\n")
+        self.run_tool("--raise")
+        self.assert_sound()
+        self.write("CMakeLists.txt", "project(Small\n  VERSION 1.0.1)\n")
+        self.assertEqual(self.run_tool().returncode, 1)
+
+    def test_without_git_there_is_no_history(self):
+        run = subprocess.run([sys.executable, HELPER_VERSION, self.top], capture_output=True, text=True, env={"PATH": "/none"})
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+
     def git(self, *words):
         subprocess.run(["git", "-c", "user.name=a", "-c", "user.email=a@b", "-C", self.top, *words], check=True,
                        capture_output=True)
