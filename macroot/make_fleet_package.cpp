@@ -90,11 +90,8 @@ std::string placeOf(const std::string &folder) {
     require(isPlain(folder, " ._-/"),
             "--folder needs quoting in a shell; use letters, digits, blanks and ._-: " + folder);
     const bool isSafe = std::ranges::any_of(kSafeFolders, [&](const char *safe) { return path->starts_with(safe); });
-    require(
-        isSafe && !isForOthers(*path),
-        "--folder must lie below /Library or /Applications, where only administrators write and nothing else has its "
-        "place: " +
-            folder);
+    require(isSafe && !isForOthers(*path),
+            "--folder must lie below /Library or /Applications, in a folder of its own: " + folder);
     return "./" + *path;
 }
 

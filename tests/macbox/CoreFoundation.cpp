@@ -226,9 +226,9 @@ std::vector<std::string> preferredLanguages() {
     return languages;
 }
 
-/// The number of a code page plays its encoding, but for those that have a name here.
 constexpr UInt32 kUtf8CodePage = 65001;
 
+/// The number of a code page plays its encoding, but for UTF-8, whose encoding has a name.
 icu::LocalUConverterPointer openConverter(CFStringEncoding encoding) {
     icu::LocalUConverterPointer converter;
     if (encoding == kCFStringEncodingUTF8) {

@@ -7,8 +7,6 @@
 
 #include <cstdio>
 
-namespace {} // namespace
-
 int main(int count, char *words[]) {
     if (count < 5) {
         std::fputs("usage: macbox_sign PROGRAM IDENTIFIER TEAM INFO_PLIST [SECTION=FILE ...]\n", stderr);

@@ -98,9 +98,7 @@ class HelperVersion(unittest.TestCase):
 
     def test_a_version_is_never_taken_back(self):
         self.commit("as it was")
-        self.write("helper/Service.cpp", "changed\n")
-        self.run_tool("--raise")
-        self.commit("changed")
+        self.commit_raised()
         self.git("revert", "--no-edit", "HEAD")
         self.assertEqual(self.version(), 10)
         run = self.run_tool()
@@ -113,18 +111,14 @@ class HelperVersion(unittest.TestCase):
     def test_a_version_of_a_branch_that_came_to_nothing_counts(self):
         self.commit("as it was")
         self.git("checkout", "-qb", "side")
-        self.write("helper/Service.cpp", "changed\n")
-        self.run_tool("--raise")
-        self.commit("changed")
+        self.commit_raised()
         self.git("checkout", "-q", "-")
         self.git("merge", "-q", "-s", "ours", "--no-ff", "-m", "without it", "side")
         self.assertIn("which has been 11", self.run_tool().stderr)
 
     def test_how_git_is_set_up_changes_nothing(self):
         self.commit("as it was")
-        self.write("helper/Service.cpp", "changed\n")
-        self.run_tool("--raise")
-        self.commit("changed")
+        self.commit_raised()
         self.git("revert", "--no-edit", "HEAD")
         self.git("config", "color.ui", "always")
         self.assertIn("which has been 11", self.run_tool().stderr)
@@ -143,6 +137,11 @@ class HelperVersion(unittest.TestCase):
     def git(self, *words):
         subprocess.run(["git", "-c", "user.name=a", "-c", "user.email=a@b", "-C", self.top, *words], check=True,
                        capture_output=True)
+
+    def commit_raised(self):
+        self.write("helper/Service.cpp", "changed\n")
+        self.run_tool("--raise")
+        self.commit("changed")
 
     def commit(self, message):
         self.git("init", "-q")
