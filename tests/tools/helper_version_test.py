@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
 """Changes a small helper in every way, and sees tools/helper-version notice: helper_version_test.py HELPER_VERSION"""
+import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -116,6 +118,40 @@ class HelperVersion(unittest.TestCase):
         self.git("merge", "-q", "-s", "ours", "--no-ff", "-m", "without it", "side")
         self.assertIn("which has been 11", self.run_tool().stderr)
 
+    def test_a_version_that_was_made_in_a_merge_counts(self):
+        self.commit("as it was")
+        self.git("checkout", "-qb", "side")
+        self.commit_raised()
+        self.git("checkout", "-q", "-")
+        self.write("helper/Service.h", "changed\n")
+        self.run_tool("--raise")
+        self.commit("changed as well")
+        with self.assertRaises(subprocess.CalledProcessError):
+            self.git("merge", "side")
+        self.run_tool("--raise")
+        self.assertEqual(self.version(), 12)
+        self.commit("both")
+        self.git("revert", "--no-edit", "-m", "1", "HEAD")
+        self.assertIn("its version 11 has not, which has been 12", self.run_tool().stderr)
+
+    @unittest.skipUnless(os.geteuid() == 0, "only root gives a folder away")
+    def test_a_folder_of_somebody_elses_has_its_history(self):
+        self.commit("as it was")
+        self.commit_raised()
+        self.git("revert", "--no-edit", "HEAD")
+        for path in (self.top, *self.top.rglob("*")):
+            os.chown(path, 4711, 4711)
+        self.assertIn("which has been 11", self.run_tool().stderr)
+
+    def test_a_history_that_git_does_not_read_is_an_error(self):
+        self.commit("as it was")
+        self.commit_raised()
+        shutil.rmtree(self.top / ".git/objects")
+        (self.top / ".git/objects").mkdir()
+        run = self.run_tool()
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("git does not read its history", run.stderr)
+
     def test_how_git_is_set_up_changes_nothing(self):
         self.commit("as it was")
         self.commit_raised()
@@ -157,7 +193,7 @@ class HelperVersion(unittest.TestCase):
 
     def test_branches_that_have_both_raised_it_are_followed_by_the_next(self):
         self.write("helper/Service.cpp", "changed here and there\n")
-        self.write("helper/version.txt", "<<<<<<< ours\n10\nabc\n=======\n12\ndef\n>>>>>>> theirs\n")
+        self.write("helper/version.txt", "<<<<<<< ours\n10\nabc\n=======\n12\ndef\n>>>>>>> 1234567 (Wait 5000 ms)\n")
         self.assertEqual(self.run_tool().returncode, 1)
         self.run_tool("--raise")
         self.assertEqual(self.version(), 13)
