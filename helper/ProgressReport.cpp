@@ -4,6 +4,7 @@
 #include "channel/message_keys.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kyb::helper {
 namespace {
@@ -74,9 +75,10 @@ void ProgressReport::noteLines(std::string_view lines) {
 
 void ProgressReport::noteLine(std::string_view line) {
     const std::string failure = failureIn(line);
-    lastLineIsFailure_ = !failure.empty() && failure.size() == line.size() && !partialLineIsBegun_;
-    partialLineIsBegun_ = false;
-    endsWithFailure_ = line.empty() ? endsWithFailure_ : !failure.empty();
+    const bool goesOn = std::exchange(partialLineIsBegun_, false);
+    const bool isBlank = line.find_first_not_of(" \t\r") == std::string_view::npos;
+    lastLineIsFailure_ = !failure.empty() && failure.size() == line.size() && !goesOn;
+    endsWithFailure_ = !failure.empty() || ((goesOn || isBlank) && endsWithFailure_);
     if (!failure.empty()) {
         ownFailureLine_ = failure;
     }

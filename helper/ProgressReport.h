@@ -19,8 +19,10 @@ public:
     /// byte as a blank.
     void addOutput(std::string_view output);
 
-    /// Whether the output ends with a failure, whatever the command's status: the reader takes it for one if he sees
-    /// it, and must not miss it. After the last output.
+    /// Whether the output ends with a failure text, whatever the command's status: the reader takes it for a failure if
+    /// he sees it, and must not miss it. After the last output.
+    /// NB: he takes a line that is no valid UTF-8 for one as well; that says nothing of the command, which the status
+    /// does.
     bool endsWithFailure();
 
     /// Writes the last line. After the last output.
@@ -63,7 +65,7 @@ private:
     std::string ownFailureLine_;      ///< the last line of the output that held a failure text, empty: none
     std::string errorText_;           ///< what the output's last line with an error of the installer says, empty: none
     bool lastLineIsFailure_ = false;  ///< all of the last line, such that the reader sees it
-    bool endsWithFailure_ = false;    ///< whether the last line that is not empty tells one
+    bool endsWithFailure_ = false;    ///< whether the last line that is not blank tells one
     std::string lastLines_;           ///< what the file must end with, once the command has ended
     bool isLost_ = false;
 };

@@ -114,7 +114,7 @@ private:
             return keys_ <= kMaxKeys && visitReferences(items.position, 2 * items.count, depth);
         default:
             budget_ -= static_cast<std::int64_t>(2 * items.count);
-            return budget_ >= 0 && (kind == Data || !holdsNul(kind, items.position, items.count));
+            return budget_ >= 0 && (kind == Data || isText(kind, items.position, items.count));
         }
     }
 
@@ -128,14 +128,17 @@ private:
         return true;
     }
 
-    bool holdsNul(unsigned kind, std::uint64_t content, std::uint64_t count) const {
+    /// Without a NUL, and ASCII where it says so.
+    bool isText(unsigned kind, std::uint64_t content, std::uint64_t count) const {
         const std::uint64_t width = kind == Utf16 ? 2 : 1;
+        const std::uint64_t last = kind == Utf16 ? 0xFFFF : 0x7F;
         for (std::uint64_t i = 0; i < count; ++i) {
-            if (number(content + i * width, width).value_or(0) == 0) {
-                return true;
+            const std::uint64_t unit = number(content + i * width, width).value_or(0);
+            if (unit == 0 || unit > last) {
+                return false;
             }
         }
-        return false;
+        return true;
     }
 
     std::string_view bytes_;

@@ -147,6 +147,41 @@ TEST_F(ProgressReportTest, KeepsNoErrorThatTheFailureLineTells) {
     EXPECT_EQ(report_.untoldError(), "");
 }
 
+struct EndRow {
+    const char *shows;
+    std::string output;
+    bool isFailure;
+};
+constexpr std::size_t kPieceBytes = 1000;
+class ProgressReportEnd : public ProgressReportTest, public testing::WithParamInterface<EndRow> {};
+
+TEST_P(ProgressReportEnd, IsAFailureWhenTheLastLineThatIsNotBlankTellsOne) {
+    const std::string_view output = GetParam().output;
+    for (std::size_t at = 0; at < output.size(); at += kPieceBytes) {
+        report_.addOutput(output.substr(at, kPieceBytes));
+    }
+    EXPECT_EQ(report_.endsWithFailure(), GetParam().isFailure);
+}
+
+const std::string kFailure = "installer: The install failed (own)\n";
+const std::string kEndless(70'000, 'x');
+
+INSTANTIATE_TEST_SUITE_P(Rows, ProgressReportEnd,
+                         testing::Values(EndRow{"Failure", kFailure, true},
+                                         EndRow{"FailureWithoutLineEnd", "installer: The upgrade failed", true},
+                                         EndRow{"OtherLines", "a\nb\n", false}, EndRow{"Nothing", "", false},
+                                         EndRow{"FailureAndAnotherLine", kFailure + "b\n", false},
+                                         EndRow{"FailureAndAnEmptyLine", kFailure + "\n", true},
+                                         EndRow{"FailureAndBlanks", kFailure + " \t\r\n\n \n", true},
+                                         EndRow{"FailureAndANulByte", kFailure + std::string("\0\n", 2), true},
+                                         EndRow{"BeginsAnEndlessLine",
+                                                "installer: The install failed (own)" + kEndless + kEndless + "\n",
+                                                true},
+                                         EndRow{"EndsAnEndlessLine", kEndless + kFailure, true},
+                                         EndRow{"BeforeAnEndlessLine", kFailure + kEndless + "\n", false},
+                                         EndRow{"AnEndlessLine", kEndless + "\n", false}),
+                         [](const auto &row) { return row.param.shows; });
+
 TEST_F(ProgressReportTest, NoLineOfTheOutputIsALastLine) {
     report_.addOutput("Installation_Done\n \u00a0Installation_Done Installation_Done\nInstallation_D");
     report_.addOutput("one\nInstallation_Done");

@@ -131,6 +131,12 @@ TEST(PlistGuard, RefusesANulInText) {
     EXPECT_FALSE(isSafeForLibplist(binaryList({std::string("\x62\0x\0\0", 5)})));
 }
 
+TEST(PlistGuard, RefusesBytesInTextThatAreNoAscii) {
+    EXPECT_TRUE(isSafeForLibplist(binaryList({"\x53xy\x7f"})));
+    EXPECT_FALSE(isSafeForLibplist(binaryList({"\x53xy\x80"})));
+    EXPECT_TRUE(isSafeForLibplist(binaryList({"\x61\xff\xfd"})));
+}
+
 TEST(PlistGuard, TakesTheReferencesOfAKeyedArchive) {
     EXPECT_TRUE(isSafeForLibplist(binaryList({std::string("\x80\0", 2)})));
 }
