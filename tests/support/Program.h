@@ -26,6 +26,8 @@ public:
     bool readUntil(const std::string &beginning);
     /// Nobody reads its standard output any more.
     void closeOutput() { output_.reset(); }
+    /// Whether a line can be read without waiting, or the begin of one.
+    bool hasUnread() const { return !rest_.empty() || !isQuietFor(0); }
     /// Whether it goes on for \p milliseconds without a word on its standard output.
     bool isQuietFor(int milliseconds) const;
     void sendSignal(int signal) const;
