@@ -91,7 +91,7 @@ std::string placeOf(const std::string &folder) {
             "--folder needs quoting in a shell; use letters, digits, blanks and ._-: " + folder);
     const bool isSafe = std::ranges::any_of(kSafeFolders, [&](const char *safe) { return path->starts_with(safe); });
     require(isSafe && !isForOthers(*path),
-            "--folder must lie below /Library or /Applications, in a folder of its own: " + folder);
+            "--folder must lie below /Library or /Applications, and not where others put things: " + folder);
     return "./" + *path;
 }
 

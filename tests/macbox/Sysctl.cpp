@@ -27,14 +27,13 @@ std::vector<kinfo_proc> processes() {
     return all;
 }
 
-} // namespace
-
-/// How many bytes a table takes by the time of the next call, in which there may be more processes.
-std::size_t bytesOf(const std::vector<kinfo_proc> &all) {
+/// Whether, this once, more processes have come since the size was told than there is room for.
+bool hasGrown() {
     static bool isFirst = true;
-    const bool isShort = std::exchange(isFirst, false) && macbox::isSet("process table", "grows");
-    return isShort ? 0 : all.size() * sizeof(kinfo_proc);
+    return macbox::isSet("process table", "grows") && std::exchange(isFirst, false);
 }
+
+} // namespace
 
 /// Promise (sysctl(3)): without a place the size that is needed; with one that is too small ENOMEM.
 extern "C" int sysctl(int *name, unsigned nameLength, void *old, size_t *oldLength, void *, size_t) {
@@ -44,7 +43,7 @@ extern "C" int sysctl(int *name, unsigned nameLength, void *old, size_t *oldLeng
     }
     const std::vector<kinfo_proc> all = processes();
     if (old == nullptr) {
-        *oldLength = bytesOf(all);
+        *oldLength = all.size() * sizeof(kinfo_proc);
         return 0;
     }
     if (macbox::isSet("process table", "refused")) {
@@ -52,7 +51,7 @@ extern "C" int sysctl(int *name, unsigned nameLength, void *old, size_t *oldLeng
         return -1;
     }
     const std::size_t bytes = all.size() * sizeof(kinfo_proc);
-    if (*oldLength < bytes) {
+    if (*oldLength < bytes || hasGrown()) {
         errno = ENOMEM;
         return -1;
     }

@@ -118,8 +118,7 @@ TEST_F(Outcome, AnInstallerThatSaysThatItFailedAndEndsWithStatusZeroHasFailed) {
     root.putProgram("/usr/sbin/installer", installerThat("echo 'installer: The install failed. (x)'"));
     for (int i = 0; i < 6; ++i) {
         const auto process = start();
-        while (process->readLine() != "14:PHASE_WriteFiles") {
-        }
+        ASSERT_TRUE(process->readUntil("14:PHASE_WriteFiles"));
         process->readLine();
         root.write("/go", "");
         EXPECT_EQ(finish(*process).status, 1);
