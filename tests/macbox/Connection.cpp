@@ -171,6 +171,14 @@ public:
         queue()->add([self = shared_from_this()] { self->setHandler(nullptr); });
     }
 
+    void send(_xpc_dictionary_s &message) override {
+        {
+            const std::lock_guard lock(mutex_);
+            unsent_.push_back({Frame::Kind::Message, 0, textsOf(message)}); // nobody waits for a reply
+        }
+        wake_();
+    }
+
     void ask(xpc_connection_t handle, const _xpc_dictionary_s &message, dispatch_queue_t queue,
              xpc_handler_t handler) override {
         xpc_retain(handle); // a reply that is waited for keeps the connection
@@ -337,10 +345,14 @@ public:
         setHandler(nullptr);
     }
 
-    void send(const _xpc_dictionary_s &reply) override {
-        if (reply.origin.number != 0) {
-            macbox::send(reply.origin.socket->get(), {Frame::Kind::Reply, reply.origin.number, textsOf(reply)});
+    /// Promise: a reply goes to whoever waits for it, once; what a second time does is not said, so that it ends the
+    /// program here.
+    void send(_xpc_dictionary_s &reply) override {
+        const std::uint64_t number = std::exchange(reply.origin.number, 0);
+        if (number == 0) {
+            std::abort();
         }
+        macbox::send(reply.origin.socket->get(), {Frame::Kind::Reply, number, textsOf(reply)});
     }
 
     uid_t peerUser() const override {

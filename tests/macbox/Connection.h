@@ -37,7 +37,7 @@ public:
     virtual const char *kind() const = 0;
     virtual void resume() = 0;
     virtual void cancel() = 0;
-    virtual void send(const _xpc_dictionary_s &) {}
+    virtual void send(_xpc_dictionary_s &) {}
     virtual void ask(xpc_connection_t, const _xpc_dictionary_s &, dispatch_queue_t, xpc_handler_t) {}
     virtual uid_t peerUser() const { return uid_t(-1); }
 

@@ -89,21 +89,49 @@ TEST_F(SmallPortsOnMac, TheSystemLogGetsTheMessageAsAnArgumentAndNeverAsAFormat)
     EXPECT_EQ(calls().back(), "NSLog format=%@  argument=100 % \u00e4 %@ %s");
 }
 
-TEST_F(SmallPortsOnMac, AReaderOfStandardErrorWhoReadsAgainGetsWhatComesThen) {
-    const Pipe pipe = makePipe();
-    const UniqueFd before(dup(STDERR_FILENO));
-    makeNonBlocking(pipe.writing);
-    makeNonBlocking(pipe.reading);
-    while (::write(pipe.writing.get(), "x", 1) == 1) {
+/// Standard error leads to a reader who may stop to read.
+class StandardErrorOnMac : public SmallPortsOnMac {
+protected:
+    StandardErrorOnMac() {
+        makeNonBlocking(pipe_.reading);
+        dup2(pipe_.writing.get(), STDERR_FILENO);
     }
-    dup2(pipe.writing.get(), STDERR_FILENO);
-    systemLog(QStringLiteral("nobody reads"));
-    std::string content(1 << 20, '\0');
-    EXPECT_GT(read(pipe.reading.get(), content.data(), content.size()), 0);
-    systemLog(QStringLiteral("somebody reads"));
-    dup2(before.get(), STDERR_FILENO);
-    content.resize(std::size_t(std::max<ssize_t>(0, read(pipe.reading.get(), content.data(), content.size()))));
-    EXPECT_EQ(content, "somebody reads\n");
+    ~StandardErrorOnMac() override { dup2(before_.get(), STDERR_FILENO); }
+
+    /// Who writes more waits.
+    void fill() const {
+        makeNonBlocking(pipe_.writing);
+        while (::write(pipe_.writing.get(), "x", 1) == 1) {
+        }
+        fcntl(pipe_.writing.get(), F_SETFL, O_WRONLY);
+    }
+
+    std::string read() const {
+        std::string content(1 << 20, '\0');
+        content.resize(std::size_t(std::max<ssize_t>(0, ::read(pipe_.reading.get(), content.data(), content.size()))));
+        return content;
+    }
+
+private:
+    const UniqueFd before_{dup(STDERR_FILENO)};
+    const Pipe pipe_ = makePipe();
+};
+
+TEST_F(StandardErrorOnMac, GetsEachMessageWhileItIsRead) {
+    systemLog(QStringLiteral("one"));
+    systemLog(QStringLiteral("two"));
+    EXPECT_EQ(read(), "one\ntwo\n");
+    expectKept(1); // the format
+}
+
+TEST_F(StandardErrorOnMac, GetsWhatComesWhenItIsReadAgainHoweverOften) {
+    for (int i = 0; i < 2; ++i) {
+        fill();
+        systemLog(QStringLiteral("nobody reads"));
+        EXPECT_EQ(read().find("nobody"), std::string::npos);
+        systemLog(QStringLiteral("somebody reads"));
+        EXPECT_EQ(read(), "somebody reads\n");
+    }
     expectKept(1); // the format
 }
 
