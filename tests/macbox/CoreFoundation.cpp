@@ -303,17 +303,22 @@ CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar *characte
 CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char *text, CFStringEncoding encoding) {
     return encoding == kCFStringEncodingUTF8 ? ref<CFStringRef>(new Text(icu::UnicodeString::fromUTF8(text))) : nullptr;
 }
-/// Promise: a string of all the bytes, or null when one of them cannot be read in that encoding.
+/// Promise: a string of all the bytes, or null when one of them cannot be read in that encoding. Of an external
+/// representation a byte order mark is no part of the text.
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8 *bytes, CFIndex count, CFStringEncoding encoding,
-                                    Boolean) {
+                                    Boolean isExternalRepresentation) {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    std::string_view content(reinterpret_cast<const char *>(bytes), std::size_t(count));
+    if (isExternalRepresentation != 0 && encoding == kCFStringEncodingUTF8 && content.starts_with(kMark)) {
+        content.remove_prefix(kMark.size());
+    }
     const icu::LocalUConverterPointer converter = openConverter(encoding);
     if (converter.isNull()) {
         return nullptr;
     }
     UErrorCode status = U_ZERO_ERROR;
     ucnv_setToUCallBack(converter.getAlias(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-    const icu::UnicodeString text(reinterpret_cast<const char *>(bytes), std::int32_t(count), converter.getAlias(),
-                                  status);
+    const icu::UnicodeString text(content.data(), std::int32_t(content.size()), converter.getAlias(), status);
     return U_SUCCESS(status) ? ref<CFStringRef>(new Text(text)) : nullptr;
 }
 /// Promise: an invalid number for a code page that is not known.

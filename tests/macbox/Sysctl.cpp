@@ -35,9 +35,11 @@ bool hasGrown() {
 
 } // namespace
 
-/// Promise (sysctl(3)): without a place the size that is needed; with one that is too small ENOMEM.
-extern "C" int sysctl(int *name, unsigned nameLength, void *old, size_t *oldLength, void *, size_t) {
-    if (nameLength != 3 || name[0] != CTL_KERN || name[1] != KERN_PROC || name[2] != KERN_PROC_ALL) {
+/// Promise (sysctl(3)): without a place the size that is needed; with one that is too small ENOMEM. To set nothing, the
+/// new value is null and 0 bytes long; this table cannot be set.
+extern "C" int sysctl(int *name, unsigned nameLength, void *old, size_t *oldLength, void *fresh, size_t freshLength) {
+    if (nameLength != 3 || name[0] != CTL_KERN || name[1] != KERN_PROC || name[2] != KERN_PROC_ALL ||
+        fresh != nullptr || freshLength != 0) {
         errno = EINVAL;
         return -1;
     }

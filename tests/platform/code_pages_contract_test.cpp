@@ -101,6 +101,8 @@ TEST(CodePagesContract, MarksFirstBytesThatStandAlone) {
 TEST(CodePagesContract, GoesOnBehindWhatIsBroken) {
     EXPECT_EQ(fromCodePage(932, "\x93\xFA\x82 \x96{"), u"日\uFFFD 本");
     EXPECT_EQ(fromCodePage(65001, "\xC3\xBC\xFF\xC3\xBC"), u"ü\uFFFDü");
+    EXPECT_EQ(fromCodePage(65001, "\xFF\xEF\xBB\xBFü"), u"\uFFFD\uFEFFü")
+        << "a byte order mark is one at the begin only";
 }
 
 TEST(CodePagesContract, MarksWhatIsBeyondAsciiInAPageThatIsNotKnown) {
