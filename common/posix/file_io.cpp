@@ -50,6 +50,18 @@ UniqueFd openOrMake(const std::string &path, int flags, mode_t newFileMode, int 
     return file;
 }
 
+/// Whatever signals come.
+bool waitFor(short events, int fd, std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    pollfd wanted{fd, events, 0};
+    int ready = 0;
+    do {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        ready = poll(&wanted, 1, std::max(0, static_cast<int>(left.count())));
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0;
+}
+
 } // namespace
 
 UniqueFd openRegularFile(const std::string &path, int flags, mode_t newFileMode, int folder) {
@@ -87,14 +99,11 @@ std::optional<std::string> readAll(int fd, std::size_t maxBytes) {
 }
 
 bool waitForRoom(int fd, std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    pollfd written{fd, POLLOUT, 0};
-    int ready = 0;
-    do {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        ready = poll(&written, 1, std::max(0, static_cast<int>(left.count())));
-    } while (ready < 0 && errno == EINTR);
-    return ready > 0;
+    return waitFor(POLLOUT, fd, timeout);
+}
+
+bool waitForInput(int fd, std::chrono::milliseconds timeout) {
+    return waitFor(POLLIN, fd, timeout);
 }
 
 bool writeAll(int fd, std::string_view bytes) {

@@ -45,6 +45,10 @@ std::optional<std::string> readAll(int fd, std::size_t maxBytes);
 /// \return whether it does not: there is room, or nobody who could make some.
 bool waitForRoom(int fd, std::chrono::milliseconds timeout);
 
+/// Waits until a read of \p fd needs not wait, and at longest for \p timeout.
+/// \return whether it does not: there is something to read, or the end.
+bool waitForInput(int fd, std::chrono::milliseconds timeout);
+
 /// Writes all of \p bytes. Where a reader is gone SIGPIPE comes, unless it is ignored.
 /// \return whether that was done; a part may have been written otherwise.
 bool writeAll(int fd, std::string_view bytes);

@@ -16,7 +16,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <poll.h>
 #include <unistd.h>
 
 using kyb::systemPath;
@@ -29,7 +28,7 @@ constexpr double kPercentStep = 4.0;
 constexpr double kLastPercent = 88.0;
 
 /// How long a look waits for its command, which waits for ever at a FIFO that comes and goes in the file's place.
-constexpr int kLookTimeoutMilliseconds = 2000;
+constexpr std::chrono::milliseconds kLookTimeout = 2s;
 
 /// One line read; kept from read to read of a run, so that a read that yields nothing leaves the line before.
 using LineBuffer = std::array<char, 1024>;
@@ -40,17 +39,11 @@ bool isNoFile(const QString &path) {
     return info.isSymLink() || (info.exists() && !info.isFile());
 }
 
-/// \return whether \p stream has something to read, or its end, in good time.
-bool waitForInput(FILE *stream) {
-    pollfd input{.fd = fileno(stream), .events = POLLIN, .revents = 0};
-    return poll(&input, 1, kLookTimeoutMilliseconds) > 0;
-}
-
 /// Reads one line of the last \p count lines of \p file into \p line, if there is one. \return the stream, still open;
 /// or null.
 FILE *readTail(int count, const QString &file, LineBuffer &line) {
     FILE *stream = isNoFile(file) ? nullptr : popen(kyb::tailCommand(count, file).toUtf8().constData(), "r");
-    if (stream == nullptr || !waitForInput(stream)) {
+    if (stream == nullptr || !kyb::waitForInput(fileno(stream), kLookTimeout)) {
         return nullptr; // NB: still open; who closed it would wait for the command
     }
     [[maybe_unused]] const char *unread = std::fgets(line.data(), static_cast<int>(line.size()), stream);

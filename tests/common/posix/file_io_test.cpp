@@ -3,6 +3,7 @@
 #include "support/RootFolder.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
@@ -12,12 +13,14 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <thread>
 #include <vector>
 
 namespace kyb {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 
 class FileIo : public testing::Test {
 protected:
@@ -215,6 +218,65 @@ TEST(WriteAll, WritesWhateverTheSystemTakesAtATime) {
     int status = -1;
     EXPECT_EQ(waitpid(writer, &status, 0), writer);
     EXPECT_EQ(status, 0);
+}
+
+constexpr std::size_t kPipeBytes = 4096;
+
+/// A pipe that is empty or full, and what ends a wait for it.
+struct Wait {
+    const char *name;
+    std::size_t bytesBefore;
+    bool (*wait)(const Pipe &pipe);
+    void (*end)(const Pipe &pipe);
+};
+
+const Wait kWaits[] = {
+    {"Input", 0, [](const Pipe &pipe) { return waitForInput(pipe.reading.get(), 1h); },
+     [](const Pipe &pipe) { writeAll(pipe.writing.get(), "x"); }},
+    {"Room", kPipeBytes, [](const Pipe &pipe) { return waitForRoom(pipe.writing.get(), 1h); },
+     [](const Pipe &pipe) {
+         std::array<char, kPipeBytes> all{};
+         EXPECT_EQ(read(pipe.reading.get(), all.data(), all.size()), std::ssize(all));
+     }},
+};
+
+void PrintTo(const Wait &wait, std::ostream *stream) {
+    *stream << wait.name;
+}
+
+class WaitForAPipe : public testing::TestWithParam<Wait> {};
+
+TEST_P(WaitForAPipe, GoesOnWhenASignalComes) {
+    struct sigaction nothing {};
+    struct sigaction before {};
+    nothing.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &nothing, &before);
+    const Pipe pipe = makePipe();
+    fcntl(pipe.writing.get(), F_SETPIPE_SZ, kPipeBytes);
+    ASSERT_TRUE(writeAll(pipe.writing.get(), std::string(GetParam().bytesBefore, 'x')));
+
+    std::atomic hasEnded = false;
+    bool isReady = false;
+    std::thread waiting([&] {
+        isReady = GetParam().wait(pipe);
+        hasEnded = true;
+    });
+    for (int i = 0; i < 50 && !hasEnded; ++i) {
+        pthread_kill(waiting.native_handle(), SIGUSR1);
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_FALSE(hasEnded);
+    GetParam().end(pipe);
+    waiting.join();
+    EXPECT_TRUE(isReady);
+    sigaction(SIGUSR1, &before, nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, WaitForAPipe, testing::ValuesIn(kWaits),
+                         [](const auto &row) { return row.param.name; });
+
+TEST(WaitForInput, EndsAtItsTimeWhereNothingComes) {
+    EXPECT_FALSE(waitForInput(makePipe().reading.get(), 1ms)); // NB: the writing end is open until the line's end
 }
 
 TEST(MakePipe, MakesEndsThatCloseThemselvesAndWait) {
