@@ -4,17 +4,21 @@
 #include "install_error.h"
 #include "package_writer.h"
 #include "payload.h"
+#include "promise.h"
 
 #include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 using namespace kyb::macroot;
 
 namespace {
+
+bool isBelowRoot(const std::string &path) {
+    return !path.empty() && path.front() != '/' && ("/" + path + "/").find("/../") == std::string::npos;
+}
 
 void readThrough(const std::string &path) {
     const FlatPackage package(path);
@@ -25,9 +29,7 @@ void readThrough(const std::string &path) {
         });
     }
     for (const auto &[itemPath, item] : list.items()) {
-        if (itemPath.empty() || itemPath.front() == '/' || itemPath.starts_with("../")) {
-            std::abort(); // it would leave the root
-        }
+        require(isBelowRoot(itemPath));
     }
 }
 

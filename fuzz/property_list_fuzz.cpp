@@ -1,10 +1,10 @@
 // Property lists of any bytes: what is read can be shown and changed, and what is written is read as the same again.
 
 #include "plist_commands.h"
+#include "promise.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 using namespace kyb::macroot;
 
@@ -21,8 +21,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }
     const std::string written = plistToText(editor.root(), plistFormatOf(bytes));
     const kyb::Plist again = plistFromText(written);
-    if (!written.empty() && (!again || printedNode(again.get()) != printedNode(editor.root()))) {
-        std::abort();
-    }
+    require(written.empty() || (again && printedNode(again.get()) == printedNode(editor.root())));
     return 0;
 }

@@ -1,5 +1,6 @@
 // Terms of any bytes: whatever they are, what is read of them keeps within its limits, and the view shows all of it.
 
+#include "promise.h"
 #include "text/rich_text.h"
 #include "text/rich_text_layout.h"
 #include "ui/wizard/RichTextView.h"
@@ -9,17 +10,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <set>
 #include <tuple>
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 void requireSound(const kyb::RichTextRun &run) {
     require(!run.text.isEmpty() && run.text.isValidUtf16());

@@ -1,18 +1,12 @@
 // String tables of any bytes: every broken entry is reported, in order, and none takes the entry after it along.
 
+#include "promise.h"
 #include "text/string_table.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 void requireInOrder(const QVector<kyb::StringTableError> &errors, qsizetype lines) {
     int last = 0;
