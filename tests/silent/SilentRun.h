@@ -19,6 +19,12 @@ inline const std::string kWaitingInstaller = "#!/bin/sh\n"
                                              "echo 'installer: The install was successful.'\n"
                                              "touch \"$root/finished\"\n";
 
+#ifdef __SANITIZE_THREAD__
+inline constexpr bool kHasThreadSanitizer = true;
+#else
+inline constexpr bool kHasThreadSanitizer = false;
+#endif
+
 /// Whole runs of the real program: each test has a root folder of its own, made by tools/make-macroot, and an installer
 /// folder of its own with the bundle's programs and the package.
 class SilentRun : public ::testing::Test {
@@ -42,6 +48,9 @@ protected:
     /// Starts the program and does not wait.
     std::unique_ptr<Program> start(const Words &arguments = {"-s", "bob", "PUBLIC"}) const;
     Ran run(const Words &arguments = {"-s", "bob", "PUBLIC"}) const { return finish(*start(arguments)); }
+
+    /// Asks a process to end, by a signal, and expects that it does.
+    static void expectToEndWhenAsked(Program &process);
 
     /// Expects that a process does not end by itself, and ends it.
     static void expectToGoOn(Program &process);

@@ -9,12 +9,6 @@ namespace {
 using namespace std::string_literals;
 using testing::HasSubstr;
 
-#ifdef __SANITIZE_THREAD__
-constexpr bool kHasThreadSanitizer = true;
-#else
-constexpr bool kHasThreadSanitizer = false;
-#endif
-
 class BadInput : public SilentRun {
 protected:
     /// Runs, and expects a failure that is said on standard output and leaves nothing installed.
@@ -264,8 +258,7 @@ TEST_F(BadInput, ScreensThatCanBeShownAreAndTheProgramEndsWhenAsked) {
     environment["QT_QPA_PLATFORM"] = "offscreen";
     const auto process = start({});
     waitUntil([this] { return hasLogged("MacOS Version: 13.1"); });
-    process->sendSignal(SIGTERM);
-    EXPECT_EQ(process->wait(), -SIGTERM);
+    expectToEndWhenAsked(*process);
 }
 
 /// A start with screens that cannot be shown.
