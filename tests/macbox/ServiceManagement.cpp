@@ -62,16 +62,24 @@ bool isInstalled(const std::string &label, const Signature &tool) {
     return installed && !macbox::isSet("bless", "always") && macbox::isNotBelow(versionOf(*installed), versionOf(tool));
 }
 
+/// Whole or not at all, as the page leaves open. NB: the system does this in a process of its own; here the program may
+/// be killed meanwhile, so the helper comes last.
 bool install(const std::string &label, const fs::path &source) {
     macbox::askLaunchd(macbox::root(), {"unload", label});
     std::error_code error;
-    fs::create_directories(installedTool(label).parent_path(), error);
-    fs::remove(installedTool(label), error);
-    if (!fs::copy_file(source, installedTool(label), error)) {
-        return false;
+    const fs::path tool = installedTool(label);
+    const fs::path unfinished = tool.string() + ".new";
+    fs::create_directories(tool.parent_path(), error);
+    fs::remove(tool, error);
+    const bool isDone = fs::copy_file(source, unfinished, fs::copy_options::overwrite_existing, error) &&
+                        (fs::permissions(unfinished, fs::perms(0544), error), !error) &&
+                        macbox::installJob(macbox::root(), label, source);
+    if (isDone) {
+        fs::rename(unfinished, tool, error);
+    } else {
+        fs::remove(unfinished, error);
     }
-    fs::permissions(installedTool(label), fs::perms(0544), error);
-    return macbox::installJob(macbox::root(), label, source);
+    return isDone && !error;
 }
 
 bool isWellFormed(const std::string &label, const Signature &tool) {

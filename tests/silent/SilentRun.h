@@ -25,6 +25,12 @@ inline constexpr bool kHasThreadSanitizer = true;
 inline constexpr bool kHasThreadSanitizer = false;
 #endif
 
+#ifdef __SANITIZE_ADDRESS__
+inline constexpr bool kHasAddressSanitizer = true;
+#else
+inline constexpr bool kHasAddressSanitizer = false;
+#endif
+
 /// Whole runs of the real program: each test has a root folder of its own, made by tools/make-macroot, and an installer
 /// folder of its own with the bundle's programs and the package.
 class SilentRun : public ::testing::Test {
