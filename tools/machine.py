@@ -1,0 +1,102 @@
+"""A folder that plays "/", with the bundle and the package beside it, for tools that run the product again and again."""
+import hashlib
+import os
+import plistlib
+import shutil
+import signal
+import stat
+import subprocess
+import time
+from pathlib import Path
+
+TOP = Path(__file__).resolve().parent.parent
+HELPER = "Library/PrivilegedHelperTools/com.kyb.InstallerHelperTool"
+WRAPPER_LOG = "var/tmp/kyb/BrelundQuorlix.log"
+STAYS = ("Failed to install the Helper Tool",)  # what a run that stays has logged, among its last entries
+END_SECONDS = 40
+
+
+def make_template(place, build, *package_options):
+    """Makes what machines are copied from, in a new folder, of a build's programs."""
+    (place / "Installer/OSX").mkdir(parents=True)
+    (place / "bin").mkdir()
+    subprocess.run([TOP / "tools/make-macroot", place / "root", "--programs", build / "macroot"], check=True)
+    subprocess.run([TOP / "tools/make-package", place / "Installer/OSX/Brelund Quorlix Driver.pkg", "--version", "4.2.0", "--programs",
+                    build / "macroot", *package_options], check=True, stdout=subprocess.DEVNULL)
+    subprocess.run(["cp", "-a", build / "Brelund Quorlix Installer.app", place / "Installer"], check=True)
+    sudo = place / "bin/sudo"  # what the program runs with it needs no other rights here
+    sudo.write_text('#!/bin/sh\nexec "$@"\n')
+    sudo.chmod(0o755)
+
+
+class Machine:
+    """A copy of a template, made unless it is there."""
+
+    def __init__(self, place, template):
+        self.place = place
+        if not place.exists():
+            subprocess.run(["cp", "-a", template, place], check=True)
+        self.root = place / "root"
+        self.program = place / "Installer/Brelund Quorlix Installer.app/Contents/MacOS/BrelundQuorlixInstaller"
+        self.package = place / "Installer/OSX/Brelund Quorlix Driver.pkg"
+        self.environment = {"PATH": f"{place}/bin:/usr/bin:/bin", "LANG": "C.UTF-8", "HOME": str(place),
+                            "KYB_SYSTEM_ROOT": str(self.root)}
+
+    def end(self):
+        subprocess.run(["pkill", "-KILL", "-f", f"{self.place}/"], check=False)
+        shutil.rmtree(self.place, ignore_errors=True)
+
+    def installer_words(self):
+        return [str(self.root / "usr/sbin/installer"), "-pkg", str(self.package), "-target", "/", "-verboseR"]
+
+    def program_words(self):
+        return [str(self.program), "-s", "desk", "PUBLIC"]
+
+    def run(self, words):
+        """Its status, or None when it does not end, and what it said."""
+        output = self.place / "output"
+        with open(output, "w") as file:
+            process = subprocess.Popen(words, cwd="/", env=self.environment, stdin=subprocess.DEVNULL, stdout=file, stderr=file,
+                                       start_new_session=True)
+        ends = time.time() + END_SECONDS
+        while process.poll() is None and time.time() < ends and not self.stays():
+            time.sleep(0.01)
+        status = process.poll()
+        if status is None:
+            os.killpg(process.pid, signal.SIGKILL)
+            process.wait()
+        return status, output.read_text(errors="replace")
+
+    def stays(self):
+        log = self.root / WRAPPER_LOG
+        lines = log.read_text(errors="replace").splitlines() if log.exists() else []
+        return any(text in line for line in lines[-3:] for text in STAYS)
+
+    def forget_short_writes(self):
+        self.environment.pop("LD_PRELOAD", None)
+
+    def kill_helper(self):
+        subprocess.run(["pkill", "-KILL", "-f", str(self.root / HELPER)], check=False)
+
+    def installed(self):
+        """What the package's installation is made of: path -> what it is, without what tells the time."""
+        found = {}
+        for path in sorted(self.root.rglob("*")):
+            name = str(path.relative_to(self.root))
+            if not name.startswith(("var/log", "var/run", "var/tmp", "var/com.kyb", "Library/PrivilegedHelperTools",
+                                    "Library/LaunchDaemons")):
+                found[name] = what_it_is(path)
+        return found
+
+
+def what_it_is(path):
+    info = path.lstat()
+    if stat.S_ISLNK(info.st_mode):
+        return f"link to {os.readlink(path)}"
+    if not stat.S_ISREG(info.st_mode):
+        return f"{stat.filemode(info.st_mode)}"
+    content = path.read_bytes()
+    if path.name.endswith(".plist") and path.parent.name == "receipts":
+        entries = plistlib.loads(content)
+        content = repr(sorted((key, value) for key, value in entries.items() if key != "InstallDate")).encode()
+    return f"{stat.filemode(info.st_mode)} {hashlib.sha1(content).hexdigest()}"
