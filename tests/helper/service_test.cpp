@@ -6,6 +6,7 @@
 #include "posix/spawn.h"
 #include "support/Program.h"
 #include "support/RootFolder.h"
+#include "support/property_lists.h"
 
 #include <csignal>
 #include <cstring>
@@ -31,6 +32,13 @@ namespace fs = std::filesystem;
 
 constexpr char kSuccess[] = "Command finished with status 0";
 constexpr char kDropped[] = "(dropped)";
+
+/// A message with its length before it.
+std::string framed(const std::string &message) {
+    std::string frame;
+    test::appendNumber(frame, message.size(), kFrameHeaderBytes);
+    return frame + message;
+}
 
 /// A client that speaks to the socket itself.
 class RawClient {
@@ -334,6 +342,7 @@ TEST_F(ServiceTest, DropsNonsense) {
         std::string("\0\0\0\x8", 4) + "bplist00",                                   // the beginning of one
         std::string("\0\0\0\1x", 5),                                                // a single byte
         *encodeFrame({{"reply", "no command"}}),                                    // another message
+        framed(test::nestedList(100'000)),                                          // a deep one
         std::string("\0\0\0", 3) + static_cast<char>(request.size() - 1) + request, // cut short
     };
     for (const std::string &bytes : nonsense) {
@@ -389,6 +398,113 @@ TEST_F(ServiceTest, AnswersNobodyItDoesNotTrust) {
     serve();
     EXPECT_EQ(run("touch " + root_.at("/ran")), kDropped);
     EXPECT_FALSE(fs::exists(root_.at("/ran")));
+}
+
+TEST_F(ServiceTest, LooksAtEachConnectionWhoItIsOf) {
+    listenerOptions_.isTrusted = [asked = 0](uid_t user) mutable { return ++asked == 1 && user == getuid(); };
+    serve();
+    EXPECT_EQ(run("true"), kSuccess);
+    EXPECT_EQ(run("touch " + root_.at("/ran")), kDropped);
+    EXPECT_FALSE(fs::exists(root_.at("/ran")));
+}
+
+TEST_F(ServiceTest, TakesOneRequestOfAConnection) {
+    serve();
+    const RawClient client = connect();
+    const std::string frame = *encodeFrame({{kCommandKey, "echo x >>" + root_.at("/runs")}});
+    client.send(frame + frame);
+    client.reply();
+    run("true");
+    EXPECT_NE(test::contentOf(root_.at("/runs")), "x\nx\n");
+}
+
+/// Connections of one kind, of which there are many.
+struct Crowd {
+    const char *name;
+    const char *bytes; ///< that each of them sends
+    bool isTrusted;
+};
+void PrintTo(const Crowd &crowd, std::ostream *stream) {
+    *stream << crowd.name;
+}
+
+class CrowdTest : public ServiceTest, public testing::WithParamInterface<Crowd> {
+protected:
+    std::size_t descriptors() const {
+        const fs::directory_iterator all("/proc/" + std::to_string(process_) + "/fd");
+        return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+    }
+};
+
+TEST_P(CrowdTest, IsBorneAndTheNextClientIsServed) {
+    constexpr int kCount = 200;
+    listenerOptions_.requestTimeout = 150ms;
+    listenerOptions_.isTrusted = [asked = 0](uid_t) mutable {
+        const int before = asked++;
+        return GetParam().isTrusted || before == 0 || before > kCount;
+    };
+    serve();
+    EXPECT_EQ(run("true"), kSuccess);
+    const std::size_t before = descriptors();
+    std::vector<RawClient> crowd;
+    for (int i = 0; i < kCount; ++i) {
+        crowd.push_back(connect());
+        crowd.back().send(GetParam().bytes);
+    }
+    EXPECT_EQ(run("true"), kSuccess);
+    for (const RawClient &client : crowd) {
+        EXPECT_EQ(client.reply(), kDropped);
+    }
+    waitUntil([&] { return descriptors() == before; });
+    EXPECT_EQ(run("exit 3"), "Command finished with status 3");
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, CrowdTest,
+                         testing::Values(Crowd{"Silent", "", true}, Crowd{"HalfALength", "\1", true},
+                                         Crowd{"Nonsense", "GET / HTTP/1.1\r\n\r\n", true},
+                                         Crowd{"Refused", "", false}),
+                         [](const auto &row) { return row.param.name; });
+
+TEST_F(ServiceTest, ServesThirtyTwoClientsAndCommandsAtATime) {
+    SocketListener listener(socket_.listen(), listenerOptions_);
+    listener.open();
+    CommandQueue commands(options_.commands);
+    std::vector<RawClient> clients;
+    for (int i = 0; i < 40; ++i) {
+        clients.push_back(connect());
+    }
+    clients.front().request("true");
+    const auto taken = [&] { return listener.descriptors(commands).size() - 1; };
+    listener.takeRequests(commands);
+    EXPECT_EQ(taken(), 32U);
+    EXPECT_EQ(listener.descriptors(commands).front(), -1) << "it listens for no more";
+    listener.takeRequests(commands);
+    EXPECT_EQ(commands.size(), 1U);
+    EXPECT_EQ(taken(), 31U) << "the command counts as well";
+    clients.back().leave(); // which has not been taken
+    clients[1].leave();
+    listener.takeRequests(commands);
+    EXPECT_EQ(taken(), 31U) << "another came in its place";
+    commands.endAll();
+}
+
+TEST_F(ServiceTest, ADripOfBytesGivesNoMoreTime) {
+    listenerOptions_.requestTimeout = 300ms;
+    serve();
+    const RawClient client = connect();
+    const std::string frame = *encodeFrame({{kCommandKey, "touch " + root_.at("/ran") + std::string(4000, ' ')}});
+    for (std::size_t i = 0; i + 1 < frame.size() && log().find("too slow") == std::string::npos; ++i) {
+        client.send(frame.substr(i, 1));
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_NE(log().find("too slow"), std::string::npos);
+    EXPECT_EQ(client.reply(), kDropped);
+    EXPECT_FALSE(fs::exists(root_.at("/ran")));
+}
+
+TEST_F(ServiceTest, HasTheTimesThatAreTold) {
+    EXPECT_EQ(SocketListener::Options().requestTimeout, 10s);
+    EXPECT_EQ(CommandLimits().killGrace, 5s);
 }
 
 TEST_F(ServiceTest, TellsOfAStrangerOnce) {

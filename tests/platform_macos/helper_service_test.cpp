@@ -78,12 +78,24 @@ protected:
 
     using Message = std::map<std::string, std::string>;
 
-    Outcome ask(const Message &message) {
-        auto told = std::make_shared<std::promise<Outcome>>();
+    /// A client, whose connection the caller releases.
+    static xpc_connection_t connected() {
         xpc_connection_t client = xpc_connection_create_mach_service("com.kyb.HelperTool.xpc", nullptr, 2);
         xpc_connection_set_event_handler(client, ^(xpc_object_t){
                                          });
         xpc_connection_resume(client);
+        return client;
+    }
+
+    static Outcome ask(const Message &message) {
+        xpc_connection_t client = connected();
+        Outcome outcome = askOn(client, message);
+        xpc_release(client);
+        return outcome;
+    }
+
+    static Outcome askOn(xpc_connection_t client, const Message &message) {
+        auto told = std::make_shared<std::promise<Outcome>>();
         xpc_object_t request = xpc_dictionary_create(nullptr, nullptr, 0);
         for (const auto &[key, value] : message) {
             xpc_dictionary_set_string(request, key.c_str(), value.c_str());
@@ -94,7 +106,6 @@ protected:
                            reply == XPC_ERROR_CONNECTION_INTERRUPTED});
         });
         xpc_release(request);
-        xpc_release(client);
         return told->get_future().get();
     }
 
@@ -171,10 +182,7 @@ TEST_F(HelperServiceOnMac, DropsAMessageWithoutACommand) {
 
 TEST_F(HelperServiceOnMac, AMessageThatWantsNoReplyGetsNone) {
     start();
-    xpc_connection_t client = xpc_connection_create_mach_service("com.kyb.HelperTool.xpc", nullptr, 2);
-    xpc_connection_set_event_handler(client, ^(xpc_object_t){
-                                     });
-    xpc_connection_resume(client);
+    xpc_connection_t client = connected();
     xpc_object_t request = xpc_dictionary_create(nullptr, nullptr, 0);
     xpc_dictionary_set_string(request, "command_to_be_execute", touch("made").c_str());
     xpc_connection_send_message(client, request);
@@ -194,6 +202,29 @@ TEST_F(HelperServiceOnMac, LooksAtTheCodeThatSentTheMessage) {
                 ElementsAre("SecCodeCreateWithXPCMessage message=dictionary flags=0",
                             "SecRequirementCreateWithString text=" + std::string(kClientRequirement) + " flags=0",
                             "SecCodeCheckValidity code=set flags=0 requirement=set"));
+}
+
+TEST_F(HelperServiceOnMac, LooksAtTheCodeOfEachMessageOfAConnection) {
+    start();
+    xpc_connection_t client = connected();
+    EXPECT_TRUE(askOn(client, {{"command_to_be_execute", "true"}}).reply);
+    macbox::set("message code", "unknown");
+    EXPECT_TRUE(askOn(client, {{"command_to_be_execute", touch("made")}}).wasInterrupted);
+    xpc_release(client);
+    waitForEnd();
+    EXPECT_FALSE(exists("made"));
+    EXPECT_EQ(calls("SecCodeCreateWithXPCMessage").size(), 2U);
+}
+
+TEST_F(HelperServiceOnMac, LooksAtTheCodeOfEachConnection) {
+    start();
+    EXPECT_TRUE(ask({{"command_to_be_execute", "true"}}).reply);
+    macbox::set("code", "stranger");
+    EXPECT_TRUE(ask({{"command_to_be_execute", touch("made")}}).wasInterrupted);
+    macbox::set("code", "own");
+    EXPECT_TRUE(ask({{"command_to_be_execute", "true"}}).reply);
+    waitForEnd();
+    EXPECT_FALSE(exists("made"));
 }
 
 struct RefusalRow {

@@ -215,6 +215,52 @@ TEST_F(BadInput, AProgramWithoutStandardDescriptorsDoesItsWork) {
     EXPECT_EQ(root.installedVersion(), "1.0");
 }
 
+/// NB: as docs/security.md says of who can put a link there.
+TEST_F(BadInput, ALinkInTheWorkingFoldersPlaceIsOpenedToEverybodyAndFailsTheInstallation) {
+    putInstaller();
+    root.write("/var/tmp/another/file", "another's");
+    chmod(root.at("/var/tmp/another/file").c_str(), 0600);
+    std::filesystem::create_directory_symlink(root.at("/var/tmp/another"), root.at("/var/tmp/kyb"));
+    expectFailure();
+    struct stat info {};
+    ASSERT_EQ(stat(root.at("/var/tmp/another/file").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777U, 0777U);
+    EXPECT_EQ(root.read("/var/tmp/another/file"), "another's");
+    EXPECT_TRUE(root.exists("/var/tmp/another/BrelundQuorlix.log"));
+}
+
+TEST_F(BadInput, AFullFolderInTheProgressFilesPlaceFailsTheInstallationUntilItIsTakenAway) {
+    putInstaller();
+    std::filesystem::create_directories(root.progressFile() + "/full");
+    expectFailure();
+    std::filesystem::remove_all(root.progressFile());
+    EXPECT_EQ(run().status, 0);
+}
+
+TEST_F(BadInput, NothingOfTheCallersEnvironmentReachesTheCommandsOfRoot) {
+    putInstaller();
+    root.putProgram("/usr/sbin/installer",
+                    "#!/bin/sh\nroot=${0%/usr/sbin/installer}\n/usr/bin/env >\"$root/environment\"\n"
+                    "echo 'installer: The install was successful.'\n");
+    for (const char *name : {"BASH_ENV", "ENV", "IFS", "HOME", "USER", "SHELL", "CDPATH", "PERL5LIB",
+                             "DYLD_INSERT_LIBRARIES", "LD_LIBRARY_PATH"}) {
+        environment[name] = "/nowhere";
+    }
+    environment["PATH"] += ":/nowhere";
+    EXPECT_EQ(run().status, 0);
+    EXPECT_THAT(root.read("/environment"), HasSubstr("PATH="));
+    EXPECT_THAT(root.read("/environment"), testing::Not(HasSubstr("nowhere")));
+}
+
+TEST_F(BadInput, NoShellReadsTheUsersName) {
+    putInstaller();
+    const std::string made = root.at("/made");
+    EXPECT_EQ(run({"-s", "$(touch " + made + ")`touch " + made + "`;touch " + made + ";'\"\n%s%n", "PUBLIC"}).status,
+              0);
+    EXPECT_FALSE(root.exists("/made"));
+    EXPECT_EQ(root.installedVersion(), "1.0");
+}
+
 TEST_F(BadInput, AQuitSignalEndsAProgramThatDoesNotAnswer) {
     if (kHasThreadSanitizer) {
         GTEST_SKIP() << "it keeps a signal back as long as its thread is in system() or read(), where all are here";

@@ -386,6 +386,20 @@ INSTANTIATE_TEST_SUITE_P(Deeds, Meddling, testing::Combine(testing::ValuesIn(mom
                              return std::get<1>(row.param).name + std::string(nameOf(std::get<0>(row.param)));
                          });
 
+TEST_F(Fault, WhoMayReplaceTheProgressFileIsBelieved) {
+    for (const auto &[lines, status] :
+         {std::pair("x\nInstallation_Done\n", 0), {"installer: The install failed (x)\nx\n", 1}}) {
+        const auto process = startAndWait(false);
+        replaceProgress(root, lines);
+        EXPECT_EQ(finish(*process).status, status) << "while the installer still waits";
+        letGoOn();
+        expectNothingRuns();
+        expectBorneBy(1);
+        root.remove("/waiting");
+        root.remove("/go");
+    }
+}
+
 // ---- The clock is set
 
 struct Clock {
