@@ -445,7 +445,7 @@ TEST_P(CrowdTest, IsBorneAndTheNextClientIsServed) {
     };
     serve();
     EXPECT_EQ(run("true"), kSuccess);
-    const std::size_t before = descriptors();
+    const std::size_t before = descriptors(); // it may not have let go of all of the first client's yet
     std::vector<RawClient> crowd;
     for (int i = 0; i < kCount; ++i) {
         crowd.push_back(connect());
@@ -455,7 +455,7 @@ TEST_P(CrowdTest, IsBorneAndTheNextClientIsServed) {
     for (const RawClient &client : crowd) {
         EXPECT_EQ(client.reply(), kDropped);
     }
-    waitUntil([&] { return descriptors() == before; });
+    waitUntil([&] { return descriptors() <= before; });
     EXPECT_EQ(run("exit 3"), "Command finished with status 3");
 }
 
