@@ -410,7 +410,7 @@ protected:
         return callsOf(kProgram, news).size() + callsOf(kHelper, news).size();
     }
 
-    /// An installation that goes on until what is late has come, if it comes in this run.
+    /// An installation that goes on until what is late has come, if it is sure to come in this run.
     void install(int number) {
         const auto [row, milliseconds] = GetParam();
         const std::size_t before = timesDelayed();
@@ -423,13 +423,13 @@ protected:
         EXPECT_EQ(process->wait(), 0);
     }
 
-    bool hasBeenDelayed() const {
+    /// Waits for what a run that has ended may have left on its way.
+    void waitForWhatIsLate() const {
         const auto deadline =
             std::chrono::steady_clock::now() + std::chrono::milliseconds(std::get<1>(GetParam()) + 1000);
         while (timesDelayed() == 0 && std::chrono::steady_clock::now() < deadline) {
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
-        return timesDelayed() > 0;
     }
 };
 
@@ -441,10 +441,14 @@ TEST_P(MacDelay, ChangesNoOutcome) {
     install(2);
     putSystemInstaller(kFailingInstaller);
     EXPECT_EQ(run().status, 1);
-    if (!hasBeenDelayed()) { // a probe that was overtaken is answered too late
-        root.remove("/go");
-        install(0);
+    waitForWhatIsLate();
+    // A probe that the installation overtook was answered too late to be held up in that run.
+    environment["KYB_MACBOX_SLOW_LOOK"] = "/PrivilegedHelperTools/=2000"; // between the probe and the installation
+    constexpr int kMostRuns = 12;
+    for (int i = 3; timesDelayed() == 0 && i < kMostRuns; ++i) {
+        install(i);
     }
+    EXPECT_GT(timesDelayed(), 0U);
 }
 INSTANTIATE_TEST_SUITE_P(
     Crossings, MacDelay,
