@@ -16,10 +16,6 @@ using namespace kyb::macroot;
 
 namespace {
 
-bool isBelowRoot(const std::string &path) {
-    return !path.empty() && path.front() != '/' && ("/" + path + "/").find("/../") == std::string::npos;
-}
-
 void readThrough(const std::string &path) {
     const FlatPackage package(path);
     PayloadList list;
@@ -29,7 +25,7 @@ void readThrough(const std::string &path) {
         });
     }
     for (const auto &[itemPath, item] : list.items()) {
-        require(isBelowRoot(itemPath));
+        require(!itemPath.empty() && staysBelow(itemPath));
     }
 }
 

@@ -13,10 +13,6 @@ using namespace kyb::macroot;
 
 namespace {
 
-bool staysBelow(const std::string &path) {
-    return (path.empty() || path.front() != '/') && ("/" + path + "/").find("/../") == std::string::npos;
-}
-
 void requireSoundInfo(std::string_view xml) {
     try {
         const PackageInfo info = parsePackageInfo(xml);

@@ -5,6 +5,7 @@
 #include "payload.h"
 #include "posix/UniqueFd.h"
 #include "promise.h"
+#include "support/RootFolder.h"
 
 #include <archive.h>
 #include <cstddef>
@@ -16,7 +17,6 @@
 #include <memory>
 #include <string>
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace kyb::macroot;
 
@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 
 using Archive = std::unique_ptr<archive, decltype(&archive_read_free)>;
 
-/// A folder of this process with a neighbour's file; taken away at its end.
+/// A folder with a neighbour's file beside it.
 class Place {
 public:
     Place() {
@@ -34,9 +34,6 @@ public:
         std::ofstream(neighbour_) << "a neighbour's";
         stat(neighbour_.c_str(), &before_);
     }
-    ~Place() { fs::remove_all(top_); }
-    Place(const Place &) = delete;
-    Place &operator=(const Place &) = delete;
 
     const fs::path &base() const { return base_; }
 
@@ -45,7 +42,7 @@ public:
         require(stat(neighbour_.c_str(), &now) == 0 && now.st_mode == before_.st_mode &&
                 now.st_nlink == before_.st_nlink && now.st_mtim.tv_sec == before_.st_mtim.tv_sec &&
                 now.st_mtim.tv_nsec == before_.st_mtim.tv_nsec);
-        require(entriesIn(top_) == 2 && entriesIn(neighbour_.parent_path()) == 1);
+        require(entriesIn(top_.path()) == 2 && entriesIn(neighbour_.parent_path()) == 1);
     }
 
 private:
@@ -53,7 +50,7 @@ private:
         return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
     }
 
-    fs::path top_ = fs::temp_directory_path() / ("kyb-fuzz." + std::to_string(getpid()));
+    kyb::test::TempFolder top_;
     fs::path base_ = top_ / "base";
     fs::path neighbour_ = top_ / "n/f"; // short, so that it is found
     struct stat before_ {};

@@ -7,29 +7,23 @@
 #include "last_lines.h"
 #include "posix/file_io.h"
 #include "promise.h"
+#include "support/RootFolder.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <fcntl.h>
-#include <filesystem>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
 using kyb::helper::ProgressFile;
 using kyb::helper::ProgressReport;
 
-/// A folder of this process; taken away at its end.
+/// In a folder that is taken away at this process's end.
 const std::string &file() {
-    struct Folder {
-        std::string path = std::filesystem::temp_directory_path() / ("kyb-fuzz." + std::to_string(getpid()));
-        std::string file = path + "/progress";
-        Folder() { std::filesystem::create_directory(path); }
-        ~Folder() { std::filesystem::remove_all(path); }
-    };
-    static const Folder folder;
-    return folder.file;
+    static const kyb::test::TempFolder folder;
+    static const std::string path = folder / "progress";
+    return path;
 }
 
 std::string content() {
