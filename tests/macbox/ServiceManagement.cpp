@@ -71,15 +71,14 @@ bool install(const std::string &label, const fs::path &source) {
     const fs::path unfinished = tool.string() + ".new";
     fs::create_directories(tool.parent_path(), error);
     fs::remove(tool, error);
-    const bool isDone = fs::copy_file(source, unfinished, fs::copy_options::overwrite_existing, error) &&
-                        (fs::permissions(unfinished, fs::perms(0544), error), !error) &&
-                        macbox::installJob(macbox::root(), label, source);
-    if (isDone) {
-        fs::rename(unfinished, tool, error);
-    } else {
+    if (!fs::copy_file(source, unfinished, fs::copy_options::overwrite_existing, error) ||
+        !macbox::installJob(macbox::root(), label, source)) {
         fs::remove(unfinished, error);
+        return false;
     }
-    return isDone && !error;
+    fs::permissions(unfinished, fs::perms(0544), error);
+    fs::rename(unfinished, tool, error);
+    return !error;
 }
 
 bool isWellFormed(const std::string &label, const Signature &tool) {
