@@ -30,5 +30,5 @@ function(kyb_add_test NAME)
   # NB: not the property ENVIRONMENT, of which gtest_discover_tests passes on one variable, and no more.
   set_target_properties(${NAME} PROPERTIES
     CROSSCOMPILING_EMULATOR "env;XDG_RUNTIME_DIR=${KYB_TEST_RUNTIME_DIR};${ARG_ENVIRONMENT}")
-  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES TIMEOUT ${ARG_TIMEOUT})
 endfunction()
