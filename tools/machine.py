@@ -41,6 +41,7 @@ class Machine:
         self.package = place / "Installer/OSX/Brelund Quorlix Driver.pkg"
         self.environment = {"PATH": f"{place}/bin:/usr/bin:/bin", "LANG": "C.UTF-8", "HOME": str(place),
                             "KYB_SYSTEM_ROOT": str(self.root)}
+        self.logged_before = 0  # characters of the log, when the last run began
 
     def end(self):
         subprocess.run(["pkill", "-KILL", "-f", f"{self.place}/"], check=False)
@@ -55,6 +56,7 @@ class Machine:
     def run(self, words):
         """Its status, or None when it does not end, and what it said."""
         output = self.place / "output"
+        self.logged_before = len(self.log())
         with open(output, "w") as file:
             process = subprocess.Popen(words, cwd="/", env=self.environment, stdin=subprocess.DEVNULL, stdout=file, stderr=file,
                                        start_new_session=True)
@@ -67,9 +69,13 @@ class Machine:
             process.wait()
         return status, output.read_text(errors="replace")
 
-    def stays(self):
+    def log(self):
         log = self.root / WRAPPER_LOG
-        lines = log.read_text(errors="replace").splitlines() if log.exists() else []
+        return log.read_text(errors="replace") if log.exists() else ""
+
+    def stays(self):
+        """Whether the run that was made last, or is being made, says why it does not end."""
+        lines = self.log()[self.logged_before:].splitlines()
         return any(text in line for line in lines[-3:] for text in STAYS)
 
     def forget_short_writes(self):
