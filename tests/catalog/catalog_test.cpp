@@ -122,6 +122,20 @@ TEST_F(Catalog, AnUnreadableVersionListShowsNull) {
     EXPECT_EQ(screen("packageNameLabel").currentText, QStringLiteral("displayName\n(null)"));
 }
 
+TEST_F(Catalog, AVersionListOfSixteenMebibytesIsReadAndNoLongerOne) {
+    connectScreens();
+    putPackage();
+    const QByteArray line("\nBrelund Quorlix Driver=1.2.3\n");
+    const QByteArray longest = QByteArray((16 << 20) - line.size(), 'x') + line;
+    // In this order: a later scan keeps the version that an earlier one has found.
+    for (const auto &[list, shown] :
+         {std::pair('x' + longest, "displayName\n(null)"), {longest, "displayName\n1.2.3"}}) {
+        machine.write(QStringLiteral("/Installer Folder/OSX/macver.list"), list);
+        scan();
+        EXPECT_EQ(screen("packageNameLabel").currentText.toStdString(), shown);
+    }
+}
+
 TEST_F(Catalog, AFifoInPlaceOfTheVersionListHoldsNobodyUp) {
     connectScreens();
     machine.write(QStringLiteral("/Installer Folder/OSX/Brelund Quorlix Driver.pkg"), "package");

@@ -404,6 +404,20 @@ TEST_P(FinishedFile, IsPutBackWhenItIsTakenAway) {
     EXPECT_EQ(content(), GetParam().lastLinesHeld);
 }
 
+TEST_P(FinishedFile, IsPutBackFiveTimes) {
+    queue_ = CommandQueue({.successHold = 1h, .failureHold = 1h, .lookInterval = 1ms});
+    add("echo line; " + GetParam().commandLine, Progress::Wanted);
+    workUntil([this] { return content().ends_with(GetParam().lastLinesHeld); });
+    clientsStay_ = true;
+    for (int i = 0; i < 5; ++i) {
+        fs::remove(root_.progressFile());
+        workUntil([this] { return fs::exists(root_.progressFile()); });
+    }
+    fs::remove(root_.progressFile());
+    workToEnd();
+    EXPECT_EQ(answers_[0].back(), "dropped");
+}
+
 TEST_P(FinishedFile, IsPutBackWhenItIsEmptied) {
     queue_ = CommandQueue({.successHold = 1h, .failureHold = 1h, .lookInterval = 1ms});
     add("echo line; " + GetParam().commandLine, Progress::Wanted);

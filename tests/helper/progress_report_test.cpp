@@ -42,6 +42,14 @@ TEST_F(ProgressReportTest, WritesALongLineWithoutWaitingForItsEnd) {
     EXPECT_EQ(content(), part + "\n" + kEndOfFile);
 }
 
+TEST_F(ProgressReportTest, HoldsALineOfSixtyFourKibibytesBackAndNoMore) {
+    const std::string longest(64 << 10, 'x');
+    report_.addOutput(longest);
+    EXPECT_EQ(content(), "");
+    report_.addOutput("x");
+    EXPECT_EQ(content(), longest + "x");
+}
+
 TEST_F(ProgressReportTest, KeepsBytesThatAreNoText) {
     const std::string bytes("\xff\xfe\x80 text\n");
     report_.addOutput(bytes);

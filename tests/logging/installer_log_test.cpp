@@ -126,9 +126,15 @@ TEST_F(InstallerLog, ACaptureThatIsNotUtf8ReadsAsNull) {
 TEST_F(InstallerLog, ACaptureThatIsLongerThanAnyInstallationsReadsAsNull) {
     capture("a line\n");
     const QString path = machine.path(QStringLiteral("/var/tmp/kyb/kyb_install.log"));
-    std::filesystem::resize_file(path.toStdString(), std::uintmax_t{1} << 40); // no machine's memory
+    constexpr std::uintmax_t kLongest = 64 << 20;
+    for (const std::uintmax_t bytes : {kLongest + 1, std::uintmax_t{1} << 40}) { // the last is beyond any memory
+        std::filesystem::resize_file(path.toStdString(), bytes);
+        controller->retrieveInstallationLogFromSystemLogs();
+        EXPECT_TRUE(controller->logFileData.endsWith(QStringLiteral("Installer Logs:\n(null)")));
+    }
+    std::filesystem::resize_file(path.toStdString(), kLongest);
     controller->retrieveInstallationLogFromSystemLogs();
-    EXPECT_TRUE(controller->logFileData.endsWith(QStringLiteral("Installer Logs:\n(null)")));
+    EXPECT_FALSE(controller->logFileData.endsWith(QStringLiteral("(null)")));
 }
 
 TEST_F(InstallerLog, NothingAppendedLeavesTheInstallersSectionEmpty) {

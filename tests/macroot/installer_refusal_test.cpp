@@ -277,6 +277,17 @@ TEST(InstallerRefusal, IsNotForAPackageOfManyComponentsAndMembers) {
     EXPECT_TRUE(fs::exists(root / "Library/0") && fs::exists(root / "Library/99"));
 }
 
+TEST(InstallerRefusal, TakesADescriptionOfAMebibyteAndNoLongerOne) {
+    const MacRoot root;
+    const std::string path = root.beside("a.pkg").string();
+    std::string description = "<pkg-info identifier='a' version='1'/>";
+    description.resize(1 << 20, ' ');
+    writeFlatPackage(path, {{"PackageInfo", description}});
+    EXPECT_EQ(root.install(path).status, 0);
+    writeFlatPackage(path, {{"PackageInfo", description + ' '}});
+    EXPECT_EQ(root.install(path).status, 1);
+}
+
 TEST(InstallerRefusal, TakesNoPackageWhoseDescriptionsFillTheMemory) {
     const MacRoot root;
     const std::string path = root.beside("a.pkg").string();

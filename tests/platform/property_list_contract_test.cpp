@@ -109,7 +109,12 @@ TEST_F(PropertyListContract, GivesNothingForAListThatIsTooDeepOrTooLong) {
     constexpr int depth = 1'000'000;
     writeXml("<key>x</key>" + QByteArray("<array>").repeated(depth) + QByteArray("</array>").repeated(depth));
     EXPECT_EQ(value("x"), kNothing);
-    writeXml("<key>x</key><string></string>" + QByteArray(kMaxPropertyListBytes, ' '));
+    const QByteArray list("<key>x</key><string>y</string>");
+    writeXml(list);
+    const qsizetype most = (16 << 20) - QFile(path()).size();
+    writeXml(list + QByteArray(most, ' '));
+    EXPECT_EQ(value("x"), "y");
+    writeXml(list + QByteArray(most + 1, ' '));
     EXPECT_EQ(value("x"), kNothing);
 }
 

@@ -247,6 +247,19 @@ TEST_F(BrokenInterface, ATableThatCannotBeReadIsNone) {
     EXPECT_TRUE(kyb::localizedTable(QStringLiteral("Localizable.strings")).isEmpty());
 }
 
+TEST_F(BrokenInterface, ATableOfSixteenMebibytesIsReadAndNoLongerOne) {
+    FakeMachine &machine = FakeMachine::instance();
+    EXPECT_EQ(load().toStdString(), "");
+    const QByteArray entry("\"a\" = \"b\";");
+    for (const auto &[bytes, text] : {std::pair(16 << 20, "b"), {(16 << 20) + 1, "a"}}) {
+        machine.write(QStringLiteral("/Installer Folder/Brelund Quorlix Installer.app/Contents/Resources/en.lproj/"
+                                     "Long.strings"),
+                      entry + QByteArray(bytes - entry.size(), ' '));
+        EXPECT_EQ(kyb::localizedTable(QStringLiteral("Long.strings")).value(QStringLiteral("a"), QStringLiteral("a")),
+                  QLatin1String(text));
+    }
+}
+
 TEST_F(BrokenInterface, TheToolkitSpeaksTheUsersLanguage) {
     QFile shipped(QStringLiteral(KYB_BUILT_RESOURCES "/de.lproj/Toolkit.qm"));
     ASSERT_TRUE(shipped.open(QIODevice::ReadOnly)) << "the bundle lacks the toolkit's German texts";

@@ -1,11 +1,14 @@
 #include "platform/system_log.h"
 
+#include "posix/file_io.h"
 #include "support/CapturedErrors.h"
 #include "support/RootFolder.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace kyb {
@@ -20,6 +23,24 @@ TEST(SystemLog, WritesTheMessageAndALineFeed) {
         systemLog(QString());
     }
     EXPECT_EQ(test::contentOf(root.at("/errors")), "Grüße %s\nwith its own\n\n\n");
+}
+
+/// NB: it waits for the reader once; each time would take longer than this test may.
+TEST(SystemLog, LeavesLinesOutForAReaderWhoHasStoppedUntilHeReadsAgain) {
+    Pipe pipe = makePipe();
+    const std::size_t room = static_cast<std::size_t>(fcntl(pipe.writing.get(), F_GETPIPE_SZ));
+    ASSERT_TRUE(writeAll(pipe.writing.get(), std::string(room, '\n')));
+    const UniqueFd errors(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
+    dup2(pipe.writing.get(), STDERR_FILENO);
+    for (int i = 0; i < 100; ++i) {
+        systemLog(QStringLiteral("lost"));
+    }
+    std::string content(room, ' ');
+    EXPECT_EQ(read(pipe.reading.get(), content.data(), room), static_cast<ssize_t>(room));
+    systemLog(QStringLiteral("heard"));
+    dup2(errors.get(), STDERR_FILENO);
+    pipe.writing.reset();
+    EXPECT_EQ(readAll(pipe.reading.get(), kNoLimit), "heard\n");
 }
 
 TEST(SystemLog, KeepsTheMessagesOfSeveralThreadsWhole) {
