@@ -42,6 +42,18 @@ TEST(HelperProgram, DoesNotRunOnceAnotherFileLiesAtItsPlace) {
     EXPECT_NE(ended.errors.find("does not lie at its registered place"), std::string::npos) << ended.errors;
 }
 
+TEST(HelperProgram, DoesNotRunBehindALinkOnTheWayToItsPlace) {
+    for (const std::string folder : {"/Library", "/Library/PrivilegedHelperTools"}) {
+        const test::RootFolder root;
+        root.registerHelper(KYB_HELPER_PROGRAM);
+        std::filesystem::rename(root.at(folder), root.at("/moved"));
+        std::filesystem::create_directory_symlink(root.at("/moved"), root.at(folder));
+        const Ended ended = run("LISTEN_FDS=1 '" + root.helperFile() + "'");
+        EXPECT_EQ(ended.status, 2);
+        EXPECT_NE(ended.errors.find("does not lie at its registered place"), std::string::npos) << ended.errors;
+    }
+}
+
 TEST(HelperProgram, DoesNotRunWithoutAListeningSocket) {
     const test::RootFolder root;
     root.registerHelper(KYB_HELPER_PROGRAM);

@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <linux/sockios.h>
 #include <poll.h>
@@ -150,16 +151,21 @@ protected:
         return client.reply();
     }
 
-    /// Whether a client of another user, which only root can become, is dropped and its command not run.
-    bool refuses(uid_t user) const {
-        const pid_t stranger = fork();
-        if (stranger == 0) {
-            const bool isSomebodyElse = setuid(user) == 0;
-            _exit(isSomebodyElse && run("touch " + root_.beside("ran").string()) == kDropped ? 0 : 1);
+    /// Whether \p condition holds in a process of another user, which only root can become.
+    static bool holdsAs(uid_t user, const std::function<bool()> &condition) {
+        const pid_t process = fork();
+        if (process == 0) {
+            _exit(setuid(user) == 0 && condition() ? 0 : 1);
         }
         int status = -1;
-        waitpid(stranger, &status, 0);
-        return status == 0 && !fs::exists(root_.beside("ran"));
+        waitpid(process, &status, 0);
+        return status == 0;
+    }
+
+    /// Whether a client of another user is dropped and its command not run.
+    bool refuses(uid_t user) const {
+        const std::string made = root_.beside("ran");
+        return holdsAs(user, [&] { return run("touch " + made) == kDropped; }) && !fs::exists(made);
     }
 
     std::string log() const { return test::contentOf(root_.at("/var/log/service.log")); }
@@ -603,6 +609,45 @@ TEST_F(ServiceTest, SeesWhoTheClientReallyIs) {
     }
 }
 
+/// What counts is who connected, in whosever hands the connection is when it asks.
+TEST_F(ServiceTest, TrustsAConnectionAsItWasMade) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can become somebody else";
+    }
+    listenerOptions_.isTrusted = trustRootAndOwner(root_.path());
+    serve();
+    fs::permissions(root_.path(), fs::perms(0755));
+    ASSERT_EQ(seteuid(65534), 0);
+    const RawClient strangers = connect();
+    ASSERT_EQ(seteuid(0), 0);
+    strangers.request("touch " + root_.at("/ran"));
+    EXPECT_EQ(strangers.reply(), kDropped);
+    EXPECT_FALSE(fs::exists(root_.at("/ran")));
+
+    const RawClient own = connect();
+    EXPECT_TRUE(holdsAs(65534, [&own] {
+        own.request("true");
+        return own.reply() == kSuccess;
+    }));
+}
+
+TEST_F(ServiceTest, TellsOfEachStrangerOnce) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can become somebody else";
+    }
+    listenerOptions_.isTrusted = trustRootAndOwner(root_.path());
+    serve();
+    fs::permissions(root_.path(), fs::perms(0755));
+    for (const uid_t user : {4711U, 4712U, 4711U, 4712U}) {
+        EXPECT_TRUE(refuses(user));
+    }
+    const std::string lines = log();
+    for (const char *line : {"Refused a client of the user 4711", "Refused a client of the user 4712"}) {
+        EXPECT_NE(lines.find(line), std::string::npos);
+        EXPECT_EQ(lines.find(line), lines.rfind(line));
+    }
+}
+
 TEST_F(ServiceTest, EndsWithNothingToDo) {
     options_.idle = 20ms;
     serve();
@@ -733,6 +778,20 @@ TEST_F(SecondHelper, TrustsTheOwnerOfTheFolderThatItWasStartedIn) {
     if (geteuid() == 0) {
         EXPECT_TRUE(refuses(4711));
     }
+}
+
+/// NB: so a program that root starts in somebody else's folder makes him root, as docs/security.md says.
+TEST_F(SecondHelper, RunsTheOwnersCommandsWithTheRightsOfWhoeverStartedIt) {
+    const uid_t owner = geteuid() == 0 ? 4711 : geteuid();
+    ASSERT_EQ(chown(root_.path().c_str(), owner, gid_t(-1)), 0);
+    earlier_.reset();
+    const std::string command = "id -u >" + root_.at("/who");
+    if (geteuid() == 0) {
+        EXPECT_TRUE(holdsAs(owner, [&] { return run(command) == kSuccess; }));
+    } else {
+        EXPECT_EQ(run(command), kSuccess);
+    }
+    EXPECT_EQ(test::contentOf(root_.at("/who")), std::to_string(geteuid()) + "\n");
 }
 
 TEST_F(SecondHelper, WritesTheProgressFileInTheFolderThatItWasStartedInWhateverItsName) {

@@ -2,8 +2,11 @@
 #include "package_writer.h"
 #include "stage.h"
 
+#include <atomic>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sstream>
+#include <thread>
 
 namespace kyb::macroot {
 namespace {
@@ -165,6 +168,36 @@ TEST(HostilePayload, StaysBelowTheRootWhateverItsNames) {
     for (std::string line; std::getline(log, line);) {
         EXPECT_THAT(line, testing::MatchesRegex("[0-9]{4}-.* installer\\[[0-9]+\\]: [^\x01-\x1f]+"));
     }
+}
+
+/// A folder on the way is a link every other moment, to one beside the root.
+TEST(HostilePayload, StaysBelowTheRootWhoeverSwapsItsFolders) {
+    const MacRoot root;
+    fs::create_directories(root / "Library/Some");
+    fs::create_directory(root.beside("outside"));
+    fs::create_directory_symlink(root.beside("outside"), root / "Library/link");
+    std::vector<Record> payload;
+    for (int i = 0; i < 200; ++i) {
+        payload.push_back({.name = "Library/Some/" + std::to_string(i)});
+    }
+    const std::string package = packageOf(root, payload);
+    std::atomic<bool> isDone = false;
+    std::thread swapper([&] {
+        while (!isDone) {
+            renameat2(AT_FDCWD, (root / "Library/Some").c_str(), AT_FDCWD, (root / "Library/link").c_str(),
+                      RENAME_EXCHANGE);
+        }
+    });
+    for (int run = 0; run < 20; ++run) {
+        root.install(package);
+    }
+    isDone = true;
+    swapper.join();
+    EXPECT_TRUE(fs::is_empty(root.beside("outside")));
+    fs::remove_all(root / "Library/Some");
+    fs::remove_all(root / "Library/link");
+    EXPECT_EQ(root.install(package).status, 0);
+    EXPECT_FALSE(root.hasStage());
 }
 
 TEST(HostilePayload, LeavesNothingBehindForWantOfDescriptors) {

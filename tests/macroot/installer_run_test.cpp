@@ -291,6 +291,21 @@ TEST(InstallerRun, IsNotHeldUpByEndlessOutputOfWhatAScriptLeavesRunning) {
     EXPECT_LT(fs::file_size(root / "var/log/install.log"), 5'000'000U);
 }
 
+TEST(InstallerRun, SaysNothingOfItsOwnInTheWordsOfAScript) {
+    const MacRoot root;
+    TestPackage package;
+    package.postinstall = "#!/bin/sh\nfor to in 1 2; do\n"
+                          "    printf 'installer: The install was successful.\\nInstallation_Done\\n' >&$to\n"
+                          "done\nexit 1\n";
+    const Ran ran = root.install(package.write(root.beside("a.pkg")));
+    EXPECT_EQ(ran.status, 1);
+    for (const std::string &line : ran.lines) {
+        EXPECT_THAT(line, Not(testing::ContainsRegex("successful|Installation_Done"))) << line;
+    }
+    EXPECT_EQ(ran.errors, "");
+    EXPECT_THAT(root.log(), HasSubstr("Installation_Done"));
+}
+
 TEST(InstallerRun, LogsSoMuchOfAScriptAndNoMore) {
     const MacRoot root;
     TestPackage package;

@@ -229,6 +229,23 @@ TEST_F(BadInput, ALinkInTheWorkingFoldersPlaceIsOpenedToEverybodyAndFailsTheInst
     EXPECT_TRUE(root.exists("/var/tmp/another/BrelundQuorlix.log"));
 }
 
+/// NB: as docs/security.md says of who can make such a name; but nothing is written to the file.
+TEST_F(BadInput, AFurtherNameOfAnotherFileInTheWorkingFolderOpensItToEverybodyAndIsNotWrittenTo) {
+    putInstaller();
+    root.write("/var/tmp/another", "another's");
+    chmod(root.at("/var/tmp/another").c_str(), 0600);
+    for (const char *name : {"/var/tmp/kyb/BrelundQuorlix.log", "/var/tmp/kyb/kyb_install.log",
+                             "/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log", "/var/tmp/kyb/x"}) {
+        std::filesystem::create_directories(root.at("/var/tmp/kyb"));
+        std::filesystem::create_hard_link(root.at("/var/tmp/another"), root.at(name));
+    }
+    EXPECT_EQ(run().status, 0);
+    struct stat info {};
+    ASSERT_EQ(stat(root.at("/var/tmp/another").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777U, 0777U);
+    EXPECT_EQ(root.read("/var/tmp/another"), "another's");
+}
+
 TEST_F(BadInput, AFullFolderInTheProgressFilesPlaceFailsTheInstallationUntilItIsTakenAway) {
     putInstaller();
     std::filesystem::create_directories(root.progressFile() + "/full");

@@ -292,6 +292,19 @@ const Deed kDeeds[] = {
          root.write("/var/tmp/kyb", "a file");
      },
      kMayFail, [](const auto &root) { root.remove("/var/tmp/kyb"); }},
+    {"PutsALinkInTheParentsPlace",
+     [](const auto &root) {
+         fs::rename(root.at("/var/tmp"), root.at("/var/moved"));
+         fs::create_directory_symlink(root.at("/var/moved"), root.at("/var/tmp"));
+     },
+     kMustSucceed},
+    {"PutsAnotherFolderInTheParentsPlace",
+     [](const auto &root) {
+         fs::rename(root.at("/var/tmp"), root.at("/var/moved"));
+         fs::create_directory(root.at("/var/tmp"));
+         fs::copy(root.at("/var/moved/another"), root.at("/var/tmp/another"), fs::copy_options::recursive);
+     },
+     kMayFail},
     {"ShortensTheProgressFile", shortenProgress, kMustSucceed},
     {"RemovesTheProgressFile", [](const auto &root) { fs::remove(root.progressFile()); }, kMustSucceed},
     {"SaysAPhaseInTheProgressFile", [](const auto &root) { replaceProgress(root, "installer:PHASE:Validating\nx\n"); },

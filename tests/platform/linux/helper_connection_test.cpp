@@ -148,6 +148,20 @@ TEST_F(HelperConnectionTest, GivesTheHelperNothingOfTheClients) {
     EXPECT_TRUE(test::turnUntil(hasOnlyItsOwn));
 }
 
+TEST_F(HelperConnectionTest, GivesTheHelperNoLinkAndNoFifoForItsLog) {
+    const std::string log = root().at("/var/log/com.kyb.InstallerHelperTool.log");
+    root().write("/anothers", "another's");
+    fs::create_symlink(root().at("/anothers"), log);
+    registerHelper();
+    EXPECT_EQ(run("true"), kSuccess);
+    EXPECT_EQ(contentOf("/anothers"), "another's");
+
+    root().killHelpers();
+    fs::remove(log);
+    ASSERT_EQ(mkfifo(log.c_str(), 0600), 0);
+    EXPECT_EQ(run("true"), kSuccess);
+}
+
 TEST_F(HelperConnectionTest, StartsTheHelperWithoutAFolderForItsLog) {
     registerHelper();
     fs::remove_all(root().at("/var/log"));
