@@ -29,6 +29,11 @@ if(CMAKE_UNITY_BUILD)
   add_compile_options($<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
 endif()
 if(KYB_COVERAGE)
-  add_compile_options(--coverage)
-  add_link_options(--coverage)
+  # NB: counted in the file itself (%c), since many a process ends by a signal or without its exit handlers. The file's
+  # place is told here, since the helper gives its commands an environment of their own; each program has one (%m).
+  set(KYB_PROFILES "${CMAKE_BINARY_DIR}/profiles")
+  file(MAKE_DIRECTORY "${KYB_PROFILES}")
+  add_compile_options("-fprofile-instr-generate=${KYB_PROFILES}/%c%m.profraw" -fcoverage-mapping
+    "SHELL:-mllvm -runtime-counter-relocation")
+  add_link_options(-fprofile-instr-generate)
 endif()
