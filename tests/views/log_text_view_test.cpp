@@ -314,6 +314,80 @@ TEST_F(LogTextView, IsAReadOnlyTextToAssistiveTechnology) {
     EXPECT_EQ(text->textAtOffset(5, QAccessible::LineBoundary, &lineStart, &lineEnd).trimmed(), QStringLiteral("def"));
 }
 
+TEST_F(LogTextView, AssistiveTechnologySelectsAndMovesTheCaret) {
+    view_.setText(lines(1000));
+    QAccessibleTextInterface *text = QAccessible::queryAccessibleInterface(&view_)->textInterface();
+    const auto selection = [text] {
+        int start = -1;
+        int end = -1;
+        text->selection(0, &start, &end);
+        return std::pair(start, end);
+    };
+    text->setSelection(0, 2, 4);
+    EXPECT_EQ(selection(), std::pair(2, 4));
+    EXPECT_EQ(text->selectionCount(), 1);
+    text->addSelection(5, 6);
+    EXPECT_EQ(selection(), std::pair(5, 6)) << "there is one at a time";
+    text->removeSelection(0);
+    EXPECT_EQ(text->selectionCount(), 0);
+    EXPECT_EQ(selection(), std::pair(0, 0));
+    text->setCursorPosition(3);
+    EXPECT_EQ(view_.caret(), 3);
+    text->scrollToSubstring(text->characterCount() - 1, text->characterCount());
+    EXPECT_GT(view_.firstVisibleRow(), 900);
+}
+
+TEST_F(LogTextView, TellsAssistiveTechnologyWhereACharacterIs) {
+    view_.setText(QStringLiteral("abc\ndef"));
+    QAccessibleTextInterface *text = QAccessible::queryAccessibleInterface(&view_)->textInterface();
+    for (const int offset : {0, 2, 5}) {
+        const QRect rect = text->characterRect(offset);
+        EXPECT_GT(rect.width(), 0) << offset;
+        EXPECT_EQ(text->offsetAtPoint(rect.center() - QPoint(rect.width() / 4, 0)), offset);
+    }
+    EXPECT_EQ(text->characterRect(3).width(), 0) << "where the line ends";
+    int start = -1;
+    int end = -1;
+    EXPECT_EQ(text->attributes(2, &start, &end), QString());
+    EXPECT_EQ(std::pair(start, end), std::pair(0, 7)) << "all looks alike";
+}
+
+TEST_F(LogTextView, TheSelectionGoesOnWhileThePointerIsHeldOutside) {
+    view_.setText(lines(1000));
+    QWidget *viewport = view_.viewport();
+    const QPoint below(50, viewport->height() + 40);
+    QTest::mousePress(viewport, Qt::LeftButton, {}, pointOf(0));
+    QCursor::setPos(viewport->mapToGlobal(below));
+    QTest::mouseMove(viewport, below);
+    QMouseEvent moved(QEvent::MouseMove, below, viewport->mapToGlobal(below), Qt::NoButton, Qt::LeftButton, {});
+    QApplication::sendEvent(viewport, &moved);
+    const qsizetype selected = view_.selectionEnd();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return view_.firstVisibleRow() > 20; }, 60'000));
+    EXPECT_GT(view_.selectionEnd(), selected);
+    EXPECT_EQ(view_.selectionStart(), 0);
+    QTest::mouseRelease(viewport, Qt::LeftButton, {}, below);
+    const qsizetype row = view_.firstVisibleRow();
+    QTest::qWait(200);
+    EXPECT_EQ(view_.firstVisibleRow(), row);
+}
+
+TEST_F(LogTextView, AnotherMouseButtonSelectsNothing) {
+    view_.setText(QStringLiteral("abc def"));
+    QTest::mousePress(view_.viewport(), Qt::MiddleButton, {}, pointOf(5));
+    QTest::mouseRelease(view_.viewport(), Qt::MiddleButton, {}, pointOf(5));
+    QTest::mouseDClick(view_.viewport(), Qt::MiddleButton, {}, pointOf(5));
+    EXPECT_EQ(view_.caret(), 0);
+    EXPECT_FALSE(view_.hasSelection());
+}
+
+TEST_F(LogTextView, ASelectedLineEndIsSeen) {
+    view_.setText(QStringLiteral("abc\ndef"));
+    view_.select(4, 0);
+    const QImage withLineEnd = shot(view_);
+    view_.select(3, 0);
+    EXPECT_NE(withLineEnd, shot(view_));
+}
+
 TEST_F(LogTextView, APointBelowTheTextIsInItsLastRow) {
     view_.setText(QStringLiteral("abc\ndef"));
     EXPECT_EQ(view_.positionAt(QPoint(390, 290)), 7);
