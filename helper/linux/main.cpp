@@ -3,19 +3,17 @@
 #include "helper_log.h"
 #include "helper_signals.h"
 #include "linux/SocketListener.h"
+#include "linux/registered_place.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
-#include <filesystem>
 #include <optional>
 #include <poll.h>
 #include <string>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -37,34 +35,6 @@ constexpr rlim_t kStackBytes = rlim_t{8} << 20;
 /// What an earlier helper may need to end its command takes a part of it.
 constexpr auto kEarlierHelperTimeout = 30s;
 constexpr std::chrono::duration<int, std::milli> kEarlierHelperInterval = 5ms;
-
-UniqueFd openFolder(const UniqueFd &folder, const char *name) {
-    return UniqueFd(openat(folder.get(), name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-}
-
-/// Whether this program lies at its registered place below \p root. No link leads there: it might lead anywhere.
-bool isRegisteredBelow(const UniqueFd &root) {
-    const UniqueFd tools = openFolder(openFolder(root, "Library"), "PrivilegedHelperTools");
-    struct stat registered {};
-    struct stat running {};
-    return fstatat(tools.get(), kHelperLabel, &registered, AT_SYMLINK_NOFOLLOW) == 0 &&
-           stat(kThisProgram, &running) == 0 && registered.st_dev == running.st_dev &&
-           registered.st_ino == running.st_ino;
-}
-
-/// The folder that plays "/": the one below which this program lies at its registered place; none when it lies
-/// elsewhere. It is held from here on, for another folder may get its name.
-UniqueFd openRootOfThisProgram() {
-    std::error_code error;
-    const std::string program = std::filesystem::read_symlink(kThisProgram, error);
-    const std::string place = std::string("/Library/PrivilegedHelperTools/") + kHelperLabel;
-    if (!program.ends_with(place)) {
-        return {};
-    }
-    const std::string path = program.substr(0, program.size() - place.size()) + "/";
-    UniqueFd root(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    return isRegisteredBelow(root) ? std::move(root) : UniqueFd();
-}
 
 /// Whether whoever started the program handed a listening socket to it. The client makes the socket, so that its
 /// connection and those of others wait in it while this program starts.
@@ -121,7 +91,7 @@ void liftLimits() {
 int main() {
     ignoreSignalsOfWriting();
     liftLimits();
-    const UniqueFd root = openRootOfThisProgram();
+    const UniqueFd root = openRootOf(kThisProgram);
     if (!root) {
         logLine("The helper tool does not lie at its registered place.");
         return kMisplaced;
