@@ -316,7 +316,7 @@ TEST_F(CommandQueueTest, KillsACommandThatIsSilentForTooLongAndStaysAtSigterm) {
     EXPECT_EQ(content(), "installer: The install failed (no output for 1000 ms)\n" + std::string(kDone));
 }
 
-TEST_F(CommandQueueTest, SpellsTheRealSilenceLimit) {
+TEST_F(CommandQueueTest, HasTheRealSilenceLimit) {
     EXPECT_EQ(CommandLimits().silence, 2h);
 }
 

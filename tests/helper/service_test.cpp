@@ -69,7 +69,7 @@ public:
     /// Waits for the reply's text; "(dropped)" when the service breaks off.
     std::string reply() const {
         std::string received;
-        for (;;) {
+        while (isConnected()) {
             pollfd answer{.fd = connection_.get(), .events = POLLIN, .revents = 0};
             poll(&answer, 1, -1);
             char chunk[4096];
@@ -191,11 +191,15 @@ TEST_F(ServiceTest, RunsACommandAndAnswers) {
     EXPECT_NE(log().find("Start: exit 3"), std::string::npos);
 }
 
-TEST_F(ServiceTest, RunsCommandsInTheSystemsFolderWithTheUsualMask) {
+TEST_F(ServiceTest, RunsCommandsInTheSystemsFolderWithTheUsualMaskInASessionOfTheirOwn) {
+    const mode_t before = umask(0077);
     serve();
-    run("pwd >" + root_.at("/folder") + "; umask >" + root_.at("/mask"));
+    umask(before);
+    run("pwd >" + root_.at("/folder") + "; umask >" + root_.at("/mask") + "; ps -o sid= -p $$ >" +
+        root_.at("/session") + "; echo $$ >" + root_.at("/shell"));
     EXPECT_EQ(test::contentOf(root_.at("/folder")), "/\n");
     EXPECT_EQ(test::contentOf(root_.at("/mask")), "0022\n");
+    EXPECT_EQ(std::stol(test::contentOf(root_.at("/session"))), std::stol(test::contentOf(root_.at("/shell"))));
 }
 
 TEST_F(ServiceTest, GivesNoDescriptorOfItsOwnToACommand) {
@@ -358,6 +362,7 @@ TEST_F(ServiceTest, DropsNonsense) {
     }
     EXPECT_EQ(run("true"), kSuccess);
     EXPECT_FALSE(fs::exists(root_.at("/ran")));
+    EXPECT_EQ(log().find("too slow"), std::string::npos) << "no more of it is waited for";
 }
 
 TEST_F(ServiceTest, TakesTheLongestMessage) {
@@ -367,13 +372,24 @@ TEST_F(ServiceTest, TakesTheLongestMessage) {
     EXPECT_EQ(run(": " + std::string(1'000'000, 'x')), "Command could not be started");
 }
 
-TEST_F(ServiceTest, DropsASlowClientAndServesTheOthersMeanwhile) {
+TEST_F(ServiceTest, ServesTheOthersWhileASlowClientHasTime) {
+    listenerOptions_.requestTimeout = 1h;
+    serve();
+    const RawClient silent = connect();
+    const RawClient slow = connect();
+    const std::string request = *encodeFrame({{kCommandKey, "exit 6"}});
+    slow.send(request.substr(0, 20));
+    EXPECT_EQ(run("true"), kSuccess);
+    slow.send(request.substr(20));
+    EXPECT_EQ(slow.reply(), "Command finished with status 6");
+}
+
+TEST_F(ServiceTest, DropsASlowClient) {
     listenerOptions_.requestTimeout = 150ms;
     serve();
     const RawClient silent = connect();
     const RawClient slow = connect();
     slow.send(encodeFrame({{kCommandKey, "true"}})->substr(0, 20));
-    EXPECT_EQ(run("true"), kSuccess);
     EXPECT_EQ(silent.reply(), kDropped);
     EXPECT_EQ(slow.reply(), kDropped);
     EXPECT_NE(log().find("too slow"), std::string::npos);
@@ -419,9 +435,9 @@ TEST_F(ServiceTest, TakesOneRequestOfAConnection) {
     const RawClient client = connect();
     const std::string frame = *encodeFrame({{kCommandKey, "echo x >>" + root_.at("/runs")}});
     client.send(frame + frame);
-    client.reply();
-    run("true");
-    EXPECT_NE(test::contentOf(root_.at("/runs")), "x\nx\n");
+    EXPECT_EQ(client.reply(), kSuccess);
+    EXPECT_EQ(run("true"), kSuccess);
+    EXPECT_EQ(test::contentOf(root_.at("/runs")), "x\n");
 }
 
 /// Connections of one kind, of which there are many.

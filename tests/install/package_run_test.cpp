@@ -294,13 +294,17 @@ TEST_F(PackageRun, WhatIsNoFileInTheFilesPlaceIsPassedOver) {
 TEST_F(PackageRun, ALookThatHangsIsGivenUp) {
     files = {"installer:PHASE:Writing files\nx\n"};
     installFailed = true;
-    machine.write(QStringLiteral("/bin/tail"), "#!/bin/sh\nwhile [ -e \"$0\" ]; do sleep 0.1; done\n");
+    machine.write(QStringLiteral("/bin/tail"),
+                  "#!/bin/sh\necho >>\"$0.begun\"\nwhile [ -e \"$0\" ]; do sleep 0.1; done\n");
     const QString program = machine.path(QStringLiteral("/bin/tail"));
     ASSERT_TRUE(QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     const QByteArray pathBefore = qgetenv("PATH");
     qputenv("PATH", QFile::encodeName(machine.path(QStringLiteral("/bin:"))) + pathBefore);
+    const auto before = std::chrono::steady_clock::now();
     run();
     qputenv("PATH", pathBefore);
+    EXPECT_TRUE(QFile::exists(program + QStringLiteral(".begun")));
+    EXPECT_GE(std::chrono::steady_clock::now() - before, 2s);
 }
 
 class FailureText : public PackageRun, public ::testing::WithParamInterface<const char *> {};

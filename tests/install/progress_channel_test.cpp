@@ -117,7 +117,7 @@ std::chrono::nanoseconds processorTimeOfOthers() {
 /// Turns the event loop until the other threads have had the processor for \p time, or there are none.
 void letOthersRun(std::chrono::nanoseconds time) {
     const auto begin = processorTimeOfOthers();
-    kyb::test::turnUntil([&] { return processorTimeOfOthers() - begin >= time || kyb::isIdle(); });
+    EXPECT_TRUE(kyb::test::turnUntil([&] { return processorTimeOfOthers() - begin >= time || kyb::isIdle(); }));
 }
 
 /// NB: no more than that; on a busy machine a thread that yields has a microsecond of the processor at a time.
@@ -127,7 +127,7 @@ constexpr auto kTimeForManyPasses = 200us;
 [[noreturn]] void runPastTheLastPass(KYViewController &controller, FakeMachine &machine, FakeUserInterface &screens) {
     uninstallationInProgress = true;
     kyb::inBackground([&controller] { controller.startUninstallationProgressUpdate(); });
-    kyb::test::turnUntil([&machine] { return machine.sleeps().size() == 1001; });
+    EXPECT_TRUE(kyb::test::turnUntil([&machine] { return machine.sleeps().size() == 1001; }));
     letOthersRun(kTimeForManyPasses);
     uninstallationInProgress = false; // NB: not read any more
     letOthersRun(kTimeForManyPasses);

@@ -34,12 +34,12 @@ TEST(HelperConnectionContract, IsInvalidWithoutAService) {
     releaseConnection(connection);
     EXPECT_TRUE(replies.empty()) << "a reply waits for the main thread's turn";
 
-    test::turnUntil([&] { return events > 0 && !replies.empty(); });
+    EXPECT_TRUE(test::turnUntil([&] { return events > 0 && !replies.empty(); }));
     EXPECT_EQ(events, 1);
     EXPECT_TRUE(cameInBackground);
     ASSERT_EQ(replies.size(), 1U);
     EXPECT_FALSE(replies[0]);
-    test::turnUntil(isIdle);
+    EXPECT_TRUE(test::turnUntil(isIdle));
 }
 
 /// But not before it was resumed, which macOS leaves undefined.

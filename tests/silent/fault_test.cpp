@@ -112,6 +112,7 @@ protected:
         for (const std::string &file : kOthers) {
             EXPECT_EQ(root.read(file), file);
         }
+        EXPECT_FALSE(root.exists("/var/tmp/another/BrelundQuorlix_ProgressMessage.log"));
         expectNothingRuns();
     }
 
@@ -150,6 +151,7 @@ protected:
 struct Victim {
     const char *name;
     const char *commandLine; ///< a fixed path in it; null: the program itself
+    int step;                ///< milliseconds from moment to moment
 };
 void PrintTo(const Victim &victim, std::ostream *stream) {
     *stream << victim.name;
@@ -157,34 +159,39 @@ void PrintTo(const Victim &victim, std::ostream *stream) {
 
 class Killed : public Fault, public testing::WithParamInterface<std::tuple<Victim, int>> {
 protected:
-    void killVictims(const Victim &victim, const Program &program) const {
+    std::vector<pid_t> victims(const Victim &victim, const Program &program) const {
         if (victim.name == "Helper"s) {
-            root.killHelpers();
-        } else if (victim.commandLine == nullptr) {
-            program.sendSignal(SIGKILL);
-        } else {
-            for (const pid_t process : root.processes(root.seen(victim.commandLine))) {
-                kill(process, SIGKILL);
-            }
+            return root.helpers();
         }
+        return victim.commandLine == nullptr ? std::vector{program.id()}
+                                             : root.processes(root.seen(victim.commandLine));
     }
 };
 
+/// From the moment on at which it is there.
 TEST_P(Killed, AtAMomentLeavesTheTruthAndAComputerThatWorks) {
-    const auto [victim, milliseconds] = GetParam();
+    const auto [victim, moment] = GetParam();
     const auto process = start();
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-    killVictims(victim, *process);
+    waitUntil([&, &victim = victim] {
+        return !victims(victim, *process).empty() || kyb::test::stateOf(process->id()) == 'Z';
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(moment * victim.step));
+    const std::vector<pid_t> found = victims(victim, *process);
+    EXPECT_TRUE(moment > 0 || !found.empty());
+    for (const pid_t each : found) {
+        kill(each, SIGKILL);
+    }
     expectBorne(*process, AnyOf(0, victim.commandLine == nullptr && victim.name == "Program"s ? -SIGKILL : 1));
 }
 
 INSTANTIATE_TEST_SUITE_P(Moments, Killed,
-                         testing::Combine(testing::Values(Victim{"Program", nullptr}, Victim{"Helper", nullptr},
-                                                          Victim{"Installer", "/usr/sbin/installer"},
-                                                          Victim{"Capture", "/var/log/install.log"}),
-                                          testing::ValuesIn(moments(50, 40))),
+                         testing::Combine(testing::Values(Victim{"Program", nullptr, 40}, Victim{"Helper", nullptr, 20},
+                                                          Victim{"Installer", "/usr/sbin/installer", 5},
+                                                          Victim{"Capture", "/var/log/install.log", 20}),
+                                          testing::ValuesIn(moments(50, 1))),
                          [](const auto &row) {
-                             return std::get<0>(row.param).name + std::to_string(std::get<1>(row.param)) + "ms";
+                             const Victim &victim = std::get<0>(row.param);
+                             return victim.name + std::to_string(std::get<1>(row.param) * victim.step) + "ms";
                          });
 
 // ---- The disk full
@@ -214,7 +221,7 @@ public:
         struct statvfs disk {};
         statvfs(folder_.path().c_str(), &disk);
         const kyb::UniqueFd file(open(filler().c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
-        posix_fallocate(file.get(), 0, static_cast<off_t>(disk.f_bavail * disk.f_bsize) - bytesLeft);
+        ASSERT_EQ(posix_fallocate(file.get(), 0, static_cast<off_t>(disk.f_bavail * disk.f_bsize) - bytesLeft), 0);
     }
     void clear() const { fs::remove(filler()); }
 
@@ -261,9 +268,18 @@ void shortenProgress(const kyb::test::RootFolder &root) {
     fs::resize_file(root.progressFile(), 0);
 }
 
-void replaceProgress(const kyb::test::RootFolder &root, std::string_view content) {
+constexpr char kProgress[] = "/var/tmp/kyb/BrelundQuorlix_ProgressMessage.log";
+constexpr char kLog[] = "/var/tmp/kyb/BrelundQuorlix.log";
+constexpr char kCapture[] = "/var/tmp/kyb/kyb_install.log";
+
+void replace(const kyb::test::RootFolder &root, const char *file, std::string_view content) {
     kyb::test::writeText(root.at("/var/tmp/kyb/new"), content);
-    fs::rename(root.at("/var/tmp/kyb/new"), root.progressFile());
+    fs::rename(root.at("/var/tmp/kyb/new"), root.at(file));
+}
+
+void replaceByLink(const kyb::test::RootFolder &root, const char *file) {
+    fs::remove(root.at(file));
+    fs::create_symlink(root.at("/var/tmp/another/file"), root.at(file));
 }
 
 const std::vector<int> kMustSucceed{0};
@@ -307,19 +323,20 @@ const Deed kDeeds[] = {
      kMayFail},
     {"ShortensTheProgressFile", shortenProgress, kMustSucceed},
     {"RemovesTheProgressFile", [](const auto &root) { fs::remove(root.progressFile()); }, kMustSucceed},
-    {"SaysAPhaseInTheProgressFile", [](const auto &root) { replaceProgress(root, "installer:PHASE:Validating\nx\n"); },
-     kMustSucceed},
+    {"SaysAPhaseInTheProgressFile",
+     [](const auto &root) { replace(root, kProgress, "installer:PHASE:Validating\nx\n"); }, kMustSucceed},
     {"SaysAFailureInTheProgressFile",
-     [](const auto &root) { replaceProgress(root, "installer: The install failed (x)\nx\n"); }, kMayFail, nothing,
+     [](const auto &root) { replace(root, kProgress, "installer: The install failed (x)\nx\n"); }, kMayFail, nothing,
      true},
-    {"SaysTheEndInTheProgressFile", [](const auto &root) { replaceProgress(root, "x\nInstallation_Done\n"); }, kMayFail,
-     nothing, true},
-    {"PutsALinkInTheProgressFilesPlace",
-     [](const auto &root) {
-         fs::remove(root.progressFile());
-         fs::create_symlink(root.at("/var/tmp/another/file"), root.progressFile());
-     },
-     kMustSucceed},
+    {"SaysTheEndInTheProgressFile", [](const auto &root) { replace(root, kProgress, "x\nInstallation_Done\n"); },
+     kMayFail, nothing, true},
+    {"PutsALinkInTheProgressFilesPlace", [](const auto &root) { replaceByLink(root, kProgress); }, kMustSucceed},
+    {"RemovesTheProgramsLog", [](const auto &root) { fs::remove(root.at(kLog)); }, kMustSucceed},
+    {"ReplacesTheProgramsLog", [](const auto &root) { replace(root, kLog, "of others\n"); }, kMustSucceed},
+    {"PutsALinkInTheProgramsLogsPlace", [](const auto &root) { replaceByLink(root, kLog); }, kMustSucceed},
+    {"RemovesTheCapture", [](const auto &root) { fs::remove(root.at(kCapture)); }, kMustSucceed},
+    {"ReplacesTheCapture", [](const auto &root) { replace(root, kCapture, "of others\n"); }, kMustSucceed},
+    {"PutsALinkInTheCapturesPlace", [](const auto &root) { replaceByLink(root, kCapture); }, kMustSucceed},
     {"RemovesTheSystemInstallersLog", [](const auto &root) { root.remove("/var/log/install.log"); }, kMustSucceed},
     {"RotatesTheSystemInstallersLog",
      [](const auto &root) {
@@ -403,7 +420,7 @@ TEST_F(Fault, WhoMayReplaceTheProgressFileIsBelieved) {
     for (const auto &[lines, status] :
          {std::pair("x\nInstallation_Done\n", 0), {"installer: The install failed (x)\nx\n", 1}}) {
         const auto process = startAndWait(false);
-        replaceProgress(root, lines);
+        replace(root, kProgress, lines);
         EXPECT_EQ(finish(*process).status, status) << "while the installer still waits";
         letGoOn();
         expectNothingRuns();
@@ -486,7 +503,8 @@ const Start kStarts[] = {
     {"WithoutStandardOutput", "exec \"$@\" >&-", kMustSucceed},
     {"WithAFullStandardOutput", "exec \"$@\" >/dev/full", kMustSucceed},
     {"WithAFullStandardErrorAsWell", "exec \"$@\" >/dev/full 2>&1", kMustSucceed},
-    {"WithASlowReader", "\"$@\" | while read -r line; do sleep 0.2; done", kMustSucceed},
+    {"WithASlowReader",
+     "exit \"$( { { \"$@\" 3>&-; echo $? >&3; } | while read -r line; do sleep 0.2; done; } 3>&1 )\"", kMustSucceed},
     {"WithSignalsIgnored", "trap '' HUP INT TERM PIPE CHLD; exec \"$@\"", kMustSucceed},
     {"WithAStrictMask", "umask 077; exec \"$@\"", kMustSucceed},
     {"InAFolderThatIsNoMore", "mkdir -p gone && cd gone && rmdir ../gone; exec \"$@\"", kMustSucceed},

@@ -113,9 +113,9 @@ TEST_F(LinuxChannel, TheHelperLiftsTheLimitsThatMayBeLifted) {
     putInstaller();
     root.putProgram("/usr/sbin/installer", kTellingInstaller);
     const std::string kind = mayRaiseHardLimits() ? "" : "-S ";
-    // NB: of data a thousand terabytes, or no program with the thread sanitizer would start.
+    // NB: of data and addresses a thousand terabytes and more, or no program with the thread sanitizer would start.
     startedBy = {"/bin/sh", "-c", "", "sh"};
-    for (const char *limit : {"-n 64", "-s 2048", "-f 4000000", "-t 4000", "-d 1000000000000"}) {
+    for (const char *limit : {"-n 64", "-s 2048", "-f 4000000", "-t 4000", "-d 1000000000000", "-v 100000000000000"}) {
         startedBy[2] += "ulimit " + kind + limit + "; ";
     }
     startedBy[2] += "exec \"$@\"";

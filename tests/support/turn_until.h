@@ -9,7 +9,7 @@ namespace kyb::test {
 
 /// Turns the main thread's event loop until \p condition holds. False when it does not within 40 seconds. Needs an
 /// application object. Main thread.
-template <typename Condition> bool turnUntil(Condition condition) {
+template <typename Condition> [[nodiscard]] bool turnUntil(Condition condition) {
     using namespace std::chrono_literals;
     QTimer look; // some conditions come true without an event
     look.start(1ms);

@@ -84,7 +84,8 @@ def complaint(build, row):
         made = build.compile(source, changed, place)
         if made is None:
             return "it does not compile"
-        if build.passes(build.link(program, source, made, place), tests, place):
+        linked = build.link(program, source, made, place)
+        if any(build.passes(linked, tests, place) for _ in range(2)):  # a kill by accident does not happen twice
             return f"{tests} does not notice it"
     return ""
 

@@ -35,8 +35,8 @@ const Row kRows[] = {
     {"TrailingBytes", header(5) + "hello and more", State::Complete, 0, "hello"},
     {"BytesThatLookSigned", header(0xfe) + std::string(0xfe, '\xff'), State::Complete, 0, std::string(0xfe, '\xff')},
     {"LengthZero", header(0), State::Refused, 0, ""},
-    {"LongestLength", header(kMaxMessageBytes), State::Message, kMaxMessageBytes, ""},
-    {"TooLong", header(kMaxMessageBytes + 1), State::Refused, 0, ""},
+    {"LongestLength", header(1 << 20), State::Message, 1 << 20, ""},
+    {"TooLong", header((1 << 20) + 1), State::Refused, 0, ""},
     {"FarTooLong", header(0xffffffff) + "hello", State::Refused, 0, ""},
 };
 

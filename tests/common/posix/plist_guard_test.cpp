@@ -44,8 +44,8 @@ TEST(PlistGuard, LetsWhatLibplistWritesThrough) {
 }
 
 TEST(PlistGuard, RefusesDepth) {
-    EXPECT_TRUE(isSafeForLibplist(nestedList(60)));
-    EXPECT_FALSE(isSafeForLibplist(nestedList(70)));
+    EXPECT_TRUE(isSafeForLibplist(nestedList(64)));
+    EXPECT_FALSE(isSafeForLibplist(nestedList(65)));
     EXPECT_FALSE(isSafeForLibplist(nestedList(100'000)));
     EXPECT_TRUE(isSafeForLibplist(nestedXml(10'000)));
     EXPECT_FALSE(isSafeForLibplist(nestedXml(10'001)));
@@ -101,6 +101,15 @@ TEST(PlistGuard, RefusesALongTextThatIsReferredToOften) {
         appendNumber(many, 1, kReferenceBytes);
     }
     EXPECT_FALSE(isSafeForLibplist(binaryList({many, text})));
+    const auto repeatedly = [&](std::size_t times) {
+        std::string object = "\xaf\x10" + std::string(1, static_cast<char>(times));
+        for (std::size_t i = 0; i < times; ++i) {
+            appendNumber(object, 1, kReferenceBytes);
+        }
+        return binaryList({object, text});
+    };
+    EXPECT_TRUE(isSafeForLibplist(repeatedly(33))) << "of a megabyte each, for which two are reckoned";
+    EXPECT_FALSE(isSafeForLibplist(repeatedly(34)));
     EXPECT_TRUE(isSafeForLibplist(binaryList({array({1, 1}), text})));
 }
 

@@ -62,7 +62,7 @@ ChannelTest::ChannelTest() {
 
 ChannelTest::~ChannelTest() {
     root().killHelpers();
-    turnUntil(isIdle);
+    EXPECT_TRUE(turnUntil(isIdle));
 }
 
 const RootFolder &ChannelTest::root() {
@@ -91,7 +91,7 @@ std::shared_ptr<Outcome> ChannelTest::send(const QByteArray &command, Progress p
 }
 
 std::string ChannelTest::waitForReply(const Outcome &outcome) {
-    turnUntil([&outcome] { return outcome.isComplete(); });
+    EXPECT_TRUE(turnUntil([&outcome] { return outcome.isComplete(); }));
     return outcome.reply();
 }
 
@@ -99,7 +99,7 @@ bool ChannelTest::findsProgressFile() {
     std::filesystem::remove(root().progressFile());
     const auto outcome = send("false", Progress::Wanted);
     const bool isThere = std::filesystem::exists(root().progressFile());
-    turnUntil([] { return contentOf(root().progressFile()).ends_with("\nInstallation_"); });
+    EXPECT_TRUE(turnUntil([] { return contentOf(root().progressFile()).ends_with("\nInstallation_"); }));
     return isThere;
 }
 

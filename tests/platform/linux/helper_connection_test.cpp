@@ -97,10 +97,10 @@ TEST_F(HelperConnectionTest, StartsOneHelperForManyClients) {
             outcomes.push_back(outcome);
         });
     }
-    test::turnUntil([&] {
+    ASSERT_TRUE(test::turnUntil([&] {
         const std::lock_guard lock(mutex);
         return outcomes.size() == 20;
-    });
+    }));
     std::vector<std::string> replies;
     std::vector<std::string> expected;
     for (int i = 0; i < 20; ++i) {
@@ -188,7 +188,7 @@ TEST_F(HelperConnectionTest, AnswersWhenTheCommandHasEnded) {
     registerHelper();
     const auto outcome = send("echo >" + at("/ready") + "; while [ ! -e " + at("/go") + " ] && [ -d " + at("/var") +
                               " ]; do sleep 0.01; done; echo >" + at("/ended"));
-    test::turnUntil([] { return fs::exists(root().at("/ready")); });
+    ASSERT_TRUE(test::turnUntil([] { return fs::exists(root().at("/ready")); }));
     EXPECT_FALSE(outcome->isComplete());
     makeFile("/go");
     EXPECT_EQ(waitForReply(*outcome), kSuccess);
@@ -226,7 +226,7 @@ TEST_F(HelperConnectionTest, IsInterruptedWhenTheHelperIsKilled) {
     const auto outcome = send("echo >" + at("/ready") + "; while [ ! -e " + at("/go") + " ] && [ -d " + at("/var") +
                                   " ]; do sleep 0.01; done",
                               Progress::Wanted);
-    test::turnUntil([] { return fs::exists(root().at("/ready")); });
+    ASSERT_TRUE(test::turnUntil([] { return fs::exists(root().at("/ready")); }));
     EXPECT_FALSE(outcome->isComplete());
     root().killHelpers();
     EXPECT_THAT(eventsOf(*outcome), ElementsAre(Kind::Interrupted));
@@ -264,7 +264,7 @@ TEST_F(HelperConnectionTest, NeedsNoHandlers) {
     connection = createHelperConnection(kHelperServiceName);
     sendMessageWithReply(connection, {{kCommandKey, "true"}}, {});
     releaseConnection(connection);
-    test::turnUntil(isIdle);
+    EXPECT_TRUE(test::turnUntil(isIdle));
 }
 
 // ---- The progress file
@@ -315,7 +315,7 @@ TEST_F(HelperConnectionTest, StaysAfterTheReplyToAMessageThatNamesTheProgressFil
             EXPECT_EQ(recv(connection, &byte, 1, MSG_DONTWAIT), progress == Progress::Wanted ? -1 : 0);
         });
         EXPECT_EQ(run("true", progress), "done");
-        test::turnUntil(isIdle);
+        EXPECT_TRUE(test::turnUntil(isIdle));
         isOver = true;
     }
 }

@@ -81,24 +81,27 @@ TEST_F(HelperRaceTest, AnswersEveryClientOfAHelperThatIsAboutToEnd) {
     root().registerHelper(KYB_QUICK_HELPER_PROGRAM);
     constexpr int kThreads = 4;
     constexpr int kRequests = 100;
-    std::atomic<int> failures{0};
-    std::atomic<int> threadsDone{0};
+    struct Counts {
+        std::atomic<int> failures{0};
+        std::atomic<int> threadsDone{0};
+    };
+    const auto counts = std::make_shared<Counts>(); // the threads', however long they take
     for (int thread = 0; thread < kThreads; ++thread) {
-        inBackground([&, thread] {
+        inBackground([counts, thread] {
             std::minstd_rand random(static_cast<unsigned>(thread + 1));
             for (int i = 0; i < kRequests; ++i) {
                 const auto outcome = send(":");
                 while (!outcome->isComplete()) {
                     usleep(100);
                 }
-                failures += outcome->reply() == "Command finished with status 0" ? 0 : 1;
+                counts->failures += outcome->reply() == "Command finished with status 0" ? 0 : 1;
                 usleep(static_cast<useconds_t>(random() % 8000));
             }
-            ++threadsDone;
+            ++counts->threadsDone;
         });
     }
-    test::turnUntil([&] { return threadsDone == kThreads; });
-    EXPECT_EQ(failures, 0);
+    ASSERT_TRUE(test::turnUntil([&] { return counts->threadsDone == kThreads; }));
+    EXPECT_EQ(counts->failures, 0);
 }
 
 /// One client alone meets the end of the helper most often.

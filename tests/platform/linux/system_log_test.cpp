@@ -25,6 +25,24 @@ TEST(SystemLog, WritesTheMessageAndALineFeed) {
     EXPECT_EQ(test::contentOf(root.at("/errors")), "Grüße %s\nwith its own\n\n\n");
 }
 
+TEST(SystemLog, WaitsForAReaderWhoReadsInGoodTime) {
+    Pipe pipe = makePipe();
+    const std::size_t room = static_cast<std::size_t>(fcntl(pipe.writing.get(), F_GETPIPE_SZ));
+    ASSERT_TRUE(writeAll(pipe.writing.get(), std::string(room, '\n')));
+    const UniqueFd errors(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
+    dup2(pipe.writing.get(), STDERR_FILENO);
+    std::string content;
+    std::thread reader([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        content = readAll(pipe.reading.get(), kNoLimit).value_or("");
+    });
+    systemLog(QStringLiteral("heard"));
+    dup2(errors.get(), STDERR_FILENO);
+    pipe.writing.reset();
+    reader.join();
+    EXPECT_EQ(content, std::string(room, '\n') + "heard\n");
+}
+
 /// NB: it waits for the reader once; each time would take longer than this test may.
 TEST(SystemLog, LeavesLinesOutForAReaderWhoHasStoppedUntilHeReadsAgain) {
     Pipe pipe = makePipe();
