@@ -16,6 +16,16 @@ STAYS = ("Failed to install the Helper Tool",)  # what a run that stays has logg
 END_SECONDS = 40
 
 
+def fingerprint(build, *tools):
+    """Of all that a run is made of, and of the tools that judge it."""
+    parts = hashlib.sha256()
+    folders = (build / "macroot", build / "Brelund Quorlix Installer.app")
+    built = (path for folder in folders for path in sorted(folder.rglob("*")) if path.is_file() and "CMakeFiles" not in path.parts)
+    for path in (*built, TOP / "tools/make-macroot", TOP / "tools/make-package", Path(__file__), *map(Path, tools)):
+        parts.update(hashlib.sha256(path.read_bytes()).digest())
+    return parts.hexdigest()[:16]
+
+
 def make_template(place, build, *package_options):
     """Makes what machines are copied from, in a new folder, of a build's programs."""
     (place / "Installer/OSX").mkdir(parents=True)
@@ -80,6 +90,21 @@ class Machine:
 
     def forget_short_writes(self):
         self.environment.pop("LD_PRELOAD", None)
+
+    def wait_for_installers(self):
+        """A helper that drops its client goes on with the installation. Whether it comes to an end."""
+        ends = time.time() + END_SECONDS
+        while subprocess.run(["pgrep", "-f", str(self.root / "usr/sbin/installer")], capture_output=True, check=False).returncode == 0:
+            if time.time() > ends:
+                return False
+            time.sleep(0.02)
+        return True
+
+    def helper_is_whole(self):
+        """Whether nothing but the bundle's helper lies in its folder, or nothing."""
+        own = self.program.parent.parent / "Library/LaunchServices" / Path(HELPER).name
+        folder = (self.root / HELPER).parent
+        return all(path.name == own.name and path.read_bytes() == own.read_bytes() for path in folder.glob("*"))
 
     def kill_helper(self):
         subprocess.run(["pkill", "-KILL", "-f", str(self.root / HELPER)], check=False)

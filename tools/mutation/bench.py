@@ -137,7 +137,7 @@ class Bench(Tree):
             log = self.log()
             suspects = FAILED.findall(log) or set(STARTED.findall(log)) - {name for name, _ in ENDED.findall(log)}
             for name in suspects:
-                if self.run(self.ctest(f"^{re.escape(name)}( |$)"), 4 + 3 * self.seconds.get(name, 20)) != 0:
+                if self.run(self.ctest(f"^{re.escape(name)}$"), 10 + 5 * self.seconds.get(name, 20)) != 0:
                     return name
         return ""
 
@@ -151,6 +151,9 @@ class Bench(Tree):
         path.write_text("\n".join(lines))
         try:
             if not self.compile():
+                path.write_text(original)
+                if not self.compile():
+                    sys.exit(f"mutants: now the unchanged sources do not build either (see {WORK}/log)")
                 return None
             return next(filter(None, map(self.notices, self.portions(mutant))), "survived")
         finally:

@@ -41,7 +41,7 @@ def code_of(line):
 
 def is_code(line):
     text = line.strip()
-    return text and not text.startswith(("//", "#", "*", "///", "static_assert", "using ", "namespace ", "include"))
+    return text and not text.startswith(("//", "#", "* ", "*/", "static_assert", "using ", "namespace ", "include"))
 
 
 def is_outside_strings(line, at):
