@@ -131,6 +131,13 @@ protected:
         }
     }
 
+    /// Trusts as the program does, in a folder that others can enter.
+    void serveRootAndOwner() {
+        listenerOptions_.isTrusted = trustRootAndOwner(root_.path());
+        serve();
+        fs::permissions(root_.path(), fs::perms(0755));
+    }
+
     int waitForEnd() {
         int status = -1;
         waitpid(std::exchange(process_, 0), &status, 0);
@@ -616,9 +623,7 @@ TEST_F(ServiceTest, IsTrustedByRootAndTheOwner) {
 
 /// Only root can become somebody else; an ordinary user's half of this is AnswersNobodyItDoesNotTrust.
 TEST_F(ServiceTest, SeesWhoTheClientReallyIs) {
-    listenerOptions_.isTrusted = trustRootAndOwner(root_.path());
-    serve();
-    fs::permissions(root_.path(), fs::perms(0755));
+    serveRootAndOwner();
     EXPECT_EQ(run("true"), kSuccess);
     if (geteuid() == 0) {
         EXPECT_TRUE(refuses(65534));
@@ -630,9 +635,7 @@ TEST_F(ServiceTest, TrustsAConnectionAsItWasMade) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can become somebody else";
     }
-    listenerOptions_.isTrusted = trustRootAndOwner(root_.path());
-    serve();
-    fs::permissions(root_.path(), fs::perms(0755));
+    serveRootAndOwner();
     ASSERT_EQ(seteuid(65534), 0);
     const RawClient strangers = connect();
     ASSERT_EQ(seteuid(0), 0);
@@ -651,9 +654,7 @@ TEST_F(ServiceTest, TellsOfEachStrangerOnce) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can become somebody else";
     }
-    listenerOptions_.isTrusted = trustRootAndOwner(root_.path());
-    serve();
-    fs::permissions(root_.path(), fs::perms(0755));
+    serveRootAndOwner();
     for (const uid_t user : {4711U, 4712U, 4711U, 4712U}) {
         EXPECT_TRUE(refuses(user));
     }

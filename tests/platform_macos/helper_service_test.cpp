@@ -42,7 +42,7 @@ protected:
         std::string pattern = std::filesystem::temp_directory_path() / "kyb_mac_helper_XXXXXX";
         folder_ = mkdtemp(pattern.data());
         progressFile_ = folder_ / "progress.log";
-        options_.idle = 2s; // in which a client comes, also on a busy machine
+        options_.idle = 5s; // in which a client comes, also on a busy machine
         options_.commands.successHold = options_.commands.failureHold = options_.commands.lookInterval = 1ms;
         publishService();
     }
