@@ -137,7 +137,11 @@ protected:
                                         (afterItsWork ? "\"$0\" \"$@\"; status=$?\n" + wait + "exit $status\n"
                                                       : wait + "exec \"$0\" \"$@\"\n"));
         auto process = start();
-        waitUntil([this] { return root.exists("/waiting"); });
+        // NB: what the helper writes later would take the place of what a test puts there.
+        waitUntil([this] {
+            return root.exists("/waiting") &&
+                   kyb::test::contentOf(root.progressFile()).find("installer:%1.0") != std::string::npos;
+        });
         return process;
     }
     void letGoOn() const { root.write("/go", ""); }
