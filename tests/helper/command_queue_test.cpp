@@ -372,7 +372,8 @@ TEST_F(CommandQueueTest, GoesOnWithACommandWhoseClientLeavesAfterItsFileIsMade) 
 }
 
 TEST_F(CommandQueueTest, GoesOnInANewFileWhenTheFirstIsRemoved) {
-    EXPECT_EQ(run("echo one; sleep 0.1; rm " + root_.progressFile() + "; echo two; echo three"),
+    const std::string file = root_.progressFile();
+    EXPECT_EQ(run("echo one; until [ -s " + file + " ]; do sleep 0.01; done; rm " + file + "; echo two; echo three"),
               "two\nthree\n" + std::string(kDone));
 }
 

@@ -70,6 +70,8 @@ protected:
     /// Whether the wrapper log has that entry.
     bool hasLogged(const std::string &entry) const;
 
+    std::string helperLog() const { return root.read("/var/log/com.kyb.InstallerHelperTool.log"); }
+
     const kyb::test::RootFolder root;
     std::map<std::string, std::string> environment;
     Words startedBy; ///< a program, with its arguments, that becomes the program

@@ -116,9 +116,7 @@ protected:
         expectNothingRuns();
     }
 
-    std::string logs() const {
-        return root.read("/var/tmp/kyb/BrelundQuorlix.log") + root.read("/var/log/com.kyb.InstallerHelperTool.log");
-    }
+    std::string logs() const { return root.read("/var/tmp/kyb/BrelundQuorlix.log") + helperLog(); }
 
     void expectNothingRuns() const {
         waitUntil([this] { return root.processes().empty(); });

@@ -139,7 +139,7 @@ TEST_F(MacRun, TheHelpersLogLiesWhereItsJobSays) {
     putInstaller();
     putSystemInstaller(kFastInstaller);
     ASSERT_EQ(run().status, 0);
-    EXPECT_THAT(root.read("/var/log/com.kyb.InstallerHelperTool.log"), HasSubstr("Command finished with status 0"));
+    EXPECT_THAT(helperLog(), HasSubstr("Command finished with status 0"));
     EXPECT_EQ(root.read("/Library/LaunchDaemons/com.kyb.InstallerHelperTool.plist").find("KYB"), std::string::npos);
 }
 

@@ -88,8 +88,7 @@ TEST_F(Outcome, ARunWhoseFinishedFileIsTakenAwayAgainAndAgainEnds) {
     waitUntil([this] { return progress().ends_with("Installation_Done\n"); });
     waitUntil([this] {
         std::filesystem::remove(root.progressFile());
-        return kyb::test::contentOf(root.at("/var/log/com.kyb.InstallerHelperTool.log"))
-                   .find("its client is dropped") != std::string::npos;
+        return helperLog().find("its client is dropped") != std::string::npos;
     });
     EXPECT_EQ(goOn(*process).status, 1);
 }
@@ -141,8 +140,7 @@ TEST_F(Outcome, TheInstallersReasonStaysInTheHelpersLog) {
     putInstaller();
     root.putProgram("/usr/sbin/installer", "#!/bin/sh\necho 'installer: Error - the disk is on fire.'\nexit 1\n");
     EXPECT_EQ(run().status, 1);
-    EXPECT_THAT(root.read("/var/log/com.kyb.InstallerHelperTool.log"),
-                HasSubstr("installer: The install failed (exit status 1: the disk is on fire.)"));
+    EXPECT_THAT(helperLog(), HasSubstr("installer: The install failed (exit status 1: the disk is on fire.)"));
 }
 
 TEST_F(Outcome, NoByteOfTheInstallersHidesItsFailure) {
@@ -189,6 +187,7 @@ TEST_F(Outcome, ARunThatIsCutOffWithItsHelperHasFailedAndTheNextIsWell) {
     root.putProgram("/usr/sbin/installer", "#!/bin/sh\necho begins >>\"${0%/usr/sbin/installer}/order\"\n"
                                            "echo 'installer: The install was successful.'\n");
     kill(root.helpers().at(0), SIGTERM);
+    waitUntil([this] { return helperLog().find("is dropped") != std::string::npos; });
     const auto next = start();
     EXPECT_EQ(finish(*cutOff).status, 1);
     EXPECT_EQ(finish(*next).status, 0);

@@ -139,7 +139,7 @@ protected:
 
     /// What the helper has logged after the installer's start, without stamps.
     std::string reply() const {
-        const std::string log = root.read("/var/log/com.kyb.InstallerHelperTool.log");
+        const std::string log = helperLog();
         std::smatch match;
         const std::regex last("Start: [^\n]* -verboseR\n[^\n]*\\] ([^\n]*)\n$");
         return std::regex_search(log, match, last) ? match.str(1) : "";
