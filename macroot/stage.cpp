@@ -166,7 +166,8 @@ bool Stage::recover(int root) {
     return static_cast<bool>(stage);
 }
 
-Stage::Stage(int root) : root_(root), stage_(makePrivateFolderBelow(root, kFolder)) {
+Stage::Stage(int root) : Stage(root, UniqueFd()) { // so that what is made is taken away when the rest cannot be
+    stage_ = makePrivateFolderBelow(root, kFolder);
     files_ = makeFolder(kFilesName);
     saved_ = makeFolder(kSavedName);
 }

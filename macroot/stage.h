@@ -30,7 +30,8 @@ public:
     /// in the way.
     static void checkPlaces(int root, const PayloadList::Items &items);
 
-    /// Makes the empty folder. \p root is the open root folder and must stay open.
+    /// Makes the empty folder. \p root is the open root folder and must stay open. Throws InstallError, and leaves
+    /// nothing then.
     explicit Stage(int root);
     Stage(const Stage &) = delete;
     Stage &operator=(const Stage &) = delete;
@@ -56,6 +57,8 @@ public:
     void remove();
 
 private:
+    Stage(int root, UniqueFd folder) : root_(root), stage_(std::move(folder)) {}
+
     void save(const std::string &path) const;
     void placeFolder(const PayloadItem &item);
 
