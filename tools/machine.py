@@ -12,7 +12,8 @@ from pathlib import Path
 TOP = Path(__file__).resolve().parent.parent
 HELPER = "Library/PrivilegedHelperTools/com.kyb.InstallerHelperTool"
 WRAPPER_LOG = "var/tmp/kyb/BrelundQuorlix.log"
-STAYS = ("Failed to install the Helper Tool",)  # what a run that stays has logged, among its last entries
+STAYS = ("Failed to install the Helper Tool",  # what a run that stays has logged, among its last entries, or has said
+         "There is no package at")
 END_SECONDS = 40
 
 
@@ -65,9 +66,8 @@ class Machine:
 
     def run(self, words):
         """Its status, or None when it does not end, and what it said."""
-        output = self.place / "output"
         self.logged_before = len(self.log())
-        with open(output, "w") as file:
+        with open(self.place / "output", "w") as file:
             process = subprocess.Popen(words, cwd="/", env=self.environment, stdin=subprocess.DEVNULL, stdout=file, stderr=file,
                                        start_new_session=True)
         ends = time.time() + END_SECONDS
@@ -77,16 +77,19 @@ class Machine:
         if status is None:
             os.killpg(process.pid, signal.SIGKILL)
             process.wait()
-        return status, output.read_text(errors="replace")
+        return status, self.output()
+
+    def output(self):
+        """What the run that was made last, or is being made, has said."""
+        return text_of(self.place / "output")
 
     def log(self):
-        log = self.root / WRAPPER_LOG
-        return log.read_text(errors="replace") if log.exists() else ""
+        return text_of(self.root / WRAPPER_LOG)
 
     def stays(self):
         """Whether the run that was made last, or is being made, says why it does not end."""
-        lines = self.log()[self.logged_before:].splitlines()
-        return any(text in line for line in lines[-3:] for text in STAYS)
+        lines = self.log()[self.logged_before:].splitlines()[-3:] + self.output().splitlines()
+        return any(text in line for line in lines for text in STAYS)
 
     def forget_short_writes(self):
         self.environment.pop("LD_PRELOAD", None)
@@ -118,6 +121,10 @@ class Machine:
                                     "Library/LaunchDaemons")):
                 found[name] = what_it_is(path)
         return found
+
+
+def text_of(path):
+    return path.read_text(errors="replace") if path.exists() else ""
 
 
 def what_it_is(path):

@@ -6,6 +6,7 @@
 #include <stdatomic.h>
 #include <stdlib.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -18,11 +19,17 @@ static void note(void) {
     }
 }
 
-static size_t lengthOf(size_t length) {
+/* What is no file, pipe or socket, as what wakes a thread, takes all or nothing. */
+static int takesPieces(int fd) {
+    struct stat info;
+    return fstat(fd, &info) == 0 && (info.st_mode & S_IFMT) != 0;
+}
+
+static size_t lengthOf(int fd, size_t length) {
     static atomic_int count;
     const char *number = getenv("KYB_SHORT_WRITE");
     const int wanted = number != NULL ? atoi(number) : 0;
-    if (length < 2 || atomic_fetch_add(&count, 1) + 1 != wanted) {
+    if (length < 2 || !takesPieces(fd) || atomic_fetch_add(&count, 1) + 1 != wanted) {
         return length;
     }
     note();
@@ -32,19 +39,19 @@ static size_t lengthOf(size_t length) {
 #define NEXT(name) ((__typeof__(&name))dlsym(RTLD_NEXT, #name))
 
 ssize_t write(int fd, const void *bytes, size_t length) {
-    return NEXT(write)(fd, bytes, lengthOf(length));
+    return NEXT(write)(fd, bytes, lengthOf(fd, length));
 }
 
 ssize_t pwrite(int fd, const void *bytes, size_t length, off_t offset) {
-    return NEXT(pwrite)(fd, bytes, lengthOf(length), offset);
+    return NEXT(pwrite)(fd, bytes, lengthOf(fd, length), offset);
 }
 
 ssize_t pwrite64(int fd, const void *bytes, size_t length, off64_t offset) {
-    return NEXT(pwrite64)(fd, bytes, lengthOf(length), offset);
+    return NEXT(pwrite64)(fd, bytes, lengthOf(fd, length), offset);
 }
 
 ssize_t send(int fd, const void *bytes, size_t length, int flags) {
-    return NEXT(send)(fd, bytes, lengthOf(length), flags);
+    return NEXT(send)(fd, bytes, lengthOf(fd, length), flags);
 }
 
 ssize_t writev(int fd, const struct iovec *pieces, int count) {
@@ -53,6 +60,6 @@ ssize_t writev(int fd, const struct iovec *pieces, int count) {
         all += pieces[i].iov_len;
     }
     const struct iovec *first = pieces;
-    return lengthOf(all) == all ? NEXT(writev)(fd, pieces, count)
+    return lengthOf(fd, all) == all ? NEXT(writev)(fd, pieces, count)
                                 : NEXT(write)(fd, first->iov_base, first->iov_len > 1 ? first->iov_len / 2 : first->iov_len);
 }
