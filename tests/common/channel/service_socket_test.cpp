@@ -3,11 +3,13 @@
 #include "support/RootFolder.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <thread>
 #include <vector>
 
@@ -29,6 +31,22 @@ TEST(ServiceSocket, IsOpenToEverybody) {
     const auto socket = ServiceSocket::open(root.path(), "x");
     const UniqueFd listening = socket->listen();
     EXPECT_EQ(socket->entry()->st_mode & 0777U, 0666U);
+}
+
+TEST(ServiceSocket, WaitsTwoSecondsForRoomAndIsInheritedByNobody) {
+    const test::RootFolder root;
+    const auto socket = ServiceSocket::open(root.path(), "x");
+    const UniqueFd listening = socket->listen();
+    const UniqueFd connection = socket->connect();
+    for (const int fd : {listening.get(), connection.get()}) {
+        EXPECT_NE(fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
+        EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC);
+    }
+    timeval timeout{};
+    socklen_t size = sizeof timeout;
+    EXPECT_EQ(getsockopt(connection.get(), SOL_SOCKET, SO_SNDTIMEO, &timeout, &size), 0);
+    EXPECT_EQ(timeout.tv_sec, 2);
+    EXPECT_EQ(timeout.tv_usec, 0);
 }
 
 TEST(ServiceSocket, TellsWhyNobodyIsThere) {
