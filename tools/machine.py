@@ -2,6 +2,7 @@
 import hashlib
 import os
 import plistlib
+import select
 import shutil
 import signal
 import stat
@@ -110,7 +111,16 @@ class Machine:
         return all(path.name == own.name and path.read_bytes() == own.read_bytes() for path in folder.glob("*"))
 
     def kill_helper(self):
-        subprocess.run(["pkill", "-KILL", "-f", str(self.root / HELPER)], check=False)
+        """Returns when it is gone: one that is still being killed listens, and leaves its next client without an answer."""
+        found = subprocess.run(["pgrep", "-f", str(self.root / HELPER)], capture_output=True, text=True, check=False)
+        for number in map(int, found.stdout.split()):
+            try:
+                helper = os.pidfd_open(number)
+            except ProcessLookupError:
+                continue
+            os.kill(number, signal.SIGKILL)
+            select.select([helper], [], [])
+            os.close(helper)
 
     def installed(self):
         """What the package's installation is made of: path -> what it is, without what tells the time."""
