@@ -90,6 +90,12 @@ TEST_F(FileIo, FollowsALinkUnlessToldOtherwise) {
     EXPECT_EQ(refusal(folder() + "/link", O_RDONLY | O_NOFOLLOW), ELOOP);
 }
 
+TEST_F(FileIo, MakesNoFileBehindALink) {
+    fs::create_symlink(path(), folder() + "/link");
+    EXPECT_EQ(refusal(folder() + "/link", O_WRONLY | O_CREAT), ENOENT) << "what is there is opened as it is";
+    EXPECT_FALSE(fs::exists(path()));
+}
+
 TEST_F(FileIo, OpensAFurtherNameOfAFileOnlyWhereLinksAreFollowed) {
     write("text");
     fs::create_hard_link(path(), folder() + "/name");
@@ -227,17 +233,24 @@ struct Wait {
     const char *name;
     std::size_t bytesBefore;
     bool (*wait)(const Pipe &pipe);
-    void (*end)(const Pipe &pipe);
+    void (*end)(Pipe &pipe);
 };
 
+void writeAndClose(Pipe &pipe) {
+    writeAll(pipe.writing.get(), "x");
+    pipe.writing.reset();
+}
+
+void makeRoom(Pipe &pipe) {
+    std::array<char, kPipeBytes> all{};
+    EXPECT_EQ(read(pipe.reading.get(), all.data(), all.size()), std::ssize(all));
+}
+
 const Wait kWaits[] = {
-    {"Input", 0, [](const Pipe &pipe) { return waitForInput(pipe.reading.get(), 1h); },
-     [](const Pipe &pipe) { writeAll(pipe.writing.get(), "x"); }},
-    {"Room", kPipeBytes, [](const Pipe &pipe) { return waitForRoom(pipe.writing.get(), 1h); },
-     [](const Pipe &pipe) {
-         std::array<char, kPipeBytes> all{};
-         EXPECT_EQ(read(pipe.reading.get(), all.data(), all.size()), std::ssize(all));
-     }},
+    {"Input", 0, [](const Pipe &pipe) { return waitForInput(pipe.reading.get(), 1h); }, writeAndClose},
+    {"Room", kPipeBytes, [](const Pipe &pipe) { return waitForRoom(pipe.writing.get(), 1h); }, makeRoom},
+    {"ReadingAll", 0, [](const Pipe &pipe) { return readAll(pipe.reading.get(), kNoLimit) == "x"; }, writeAndClose},
+    {"WritingAll", kPipeBytes, [](const Pipe &pipe) { return writeAll(pipe.writing.get(), "x"); }, makeRoom},
 };
 
 void PrintTo(const Wait &wait, std::ostream *stream) {
@@ -251,14 +264,14 @@ TEST_P(WaitForAPipe, GoesOnWhenASignalComes) {
     struct sigaction before {};
     nothing.sa_handler = [](int) {};
     sigaction(SIGUSR1, &nothing, &before);
-    const Pipe pipe = makePipe();
+    Pipe pipe = makePipe();
     fcntl(pipe.writing.get(), F_SETPIPE_SZ, kPipeBytes);
     ASSERT_TRUE(writeAll(pipe.writing.get(), std::string(GetParam().bytesBefore, 'x')));
 
     std::atomic hasEnded = false;
-    bool isReady = false;
+    bool isGood = false;
     std::thread waiting([&] {
-        isReady = GetParam().wait(pipe);
+        isGood = GetParam().wait(pipe);
         hasEnded = true;
     });
     for (int i = 0; i < 50 && !hasEnded; ++i) {
@@ -268,7 +281,7 @@ TEST_P(WaitForAPipe, GoesOnWhenASignalComes) {
     EXPECT_FALSE(hasEnded);
     GetParam().end(pipe);
     waiting.join();
-    EXPECT_TRUE(isReady);
+    EXPECT_TRUE(isGood);
     sigaction(SIGUSR1, &before, nullptr);
 }
 
