@@ -4,6 +4,7 @@ import json
 import re
 import shutil
 import subprocess
+import sys
 import time
 
 from .bench import WORK, Tree, regex_of
@@ -95,6 +96,8 @@ def measure(preset):
     subprocess.run(["llvm-profdata", "merge", "-sparse", *map(str, sorted(parts.glob("*"))), "-o", whole], check=True)
     functions = {file: sorted([first, last, run_by.get(name, [])] for first, last, name in of_file)
                  for file, of_file in places(tree, whole).items()}
+    if not functions:
+        sys.exit(f"mutants: no function of {tree.source} is in any profile; does a compiler cache shorten its paths?")
     return Coverage(seconds, functions)
 
 
