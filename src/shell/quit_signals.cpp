@@ -64,10 +64,8 @@ void ask(const std::function<bool()> &mayEnd, int signal) {
 void forwardSignals(const std::function<bool()> &mayEnd) {
     std::array<unsigned char, 4096> signals{};
     ssize_t count = 0;
-    while ((count = read(signalReader, signals.data(), signals.size())) > 0 || (count < 0 && errno == EINTR)) {
-        if (count > 0) {
-            ask(mayEnd, signals[static_cast<std::size_t>(count) - 1]);
-        }
+    while ((count = read(signalReader, signals.data(), signals.size())) > 0) { // NB: goes on after a signal, SA_RESTART
+        ask(mayEnd, signals[static_cast<std::size_t>(count) - 1]);
     }
 }
 
