@@ -50,5 +50,19 @@ TEST(RichTextFonts, TellFamilyWeightAndSlantOfAName) {
     }
 }
 
+TEST(RichTextFonts, KnowTheWordsOfStyles) {
+    const QStringList bold{u"Black"_qs, u"Bold"_qs, u"Demi"_qs, u"Demibold"_qs, u"Heavy"_qs, u"Semibold"_qs};
+    const QStringList italic{u"Inclined"_qs, u"It"_qs, u"Italic"_qs, u"Oblique"_qs};
+    const QStringList plain{u"Book"_qs, u"Cond"_qs,   u"Condensed"_qs, u"Extra"_qs,   u"Light"_qs,
+                            u"MT"_qs,   u"Medium"_qs, u"Narrow"_qs,    u"Regular"_qs, u"Roman"_qs,
+                            u"Semi"_qs, u"Thin"_qs,   u"Ultra"_qs};
+    for (const QString &word : bold + italic + plain) {
+        const RichTextFace face = faceOfFontName(u"Family-"_qs + word);
+        EXPECT_EQ(face.families, QStringList{u"Family"_qs}) << word.toStdString();
+        EXPECT_EQ(face.bold, bold.contains(word)) << word.toStdString();
+        EXPECT_EQ(face.italic, italic.contains(word)) << word.toStdString();
+    }
+}
+
 } // namespace
 } // namespace kyb

@@ -229,6 +229,23 @@ TEST(RichText, ReadsParagraphFormats) {
     EXPECT_EQ(document.paragraphs[5].alignment, RichTextAlignment::Left);
 }
 
+TEST(RichText, TakesTheUsualNumberForOneThatIsLeftOut) {
+    const RichTextDocument document = parsed("\\li99\\li\\ri99\\ri\\fi99\\fi\\sa99\\sa\\sb99\\sb a");
+    EXPECT_EQ(document.paragraphs[0].leftIndentPoints, 0.0);
+    EXPECT_EQ(document.paragraphs[0].rightIndentPoints, 0.0);
+    EXPECT_EQ(document.paragraphs[0].firstLineIndentPoints, 0.0);
+    EXPECT_EQ(document.paragraphs[0].spaceAfterPoints, 0.0);
+    EXPECT_EQ(document.paragraphs[0].spaceBeforePoints, 0.0);
+    EXPECT_EQ(runsOf("\\fs60\\fs a")[0].sizePoints, 12.0);
+    EXPECT_EQ(runsOf("{\\colortbl;\\red9\\red\\green9\\green\\blue9\\blue;}\\cf1 a")[0].colorRgb, 0u);
+    EXPECT_EQ(runsOf("{\\colortbl;\\red9;}\\cf1\\cf a")[0].colorRgb, std::nullopt);
+    const QByteArray fonts = "{\\fonttbl\\f0 Zero;\\f1 One;}";
+    EXPECT_EQ(runsOf(fonts + "\\f1\\f a")[0].fontFamilies, QStringList(u"Zero"_qs));
+    EXPECT_EQ(runsOf("\\deff1\\deff" + fonts + "\\plain a")[0].fontFamilies, QStringList(u"Zero"_qs));
+    EXPECT_EQ(plainText(parseRichText("{\\rtf1\\ansicpg1251{\\fonttbl\\f0\\fcharset A;}\\f0\\'e9}")), u"é"_qs);
+    EXPECT_EQ(textOf("\\uc3\\uc\\u233?a"), u"éa"_qs);
+}
+
 TEST(RichText, KeepsLengthsWithinAPage) {
     const RichTextDocument document = parsed("\\li99999999\\fi-99999999\\sb-5\\fs99999999 a");
     ASSERT_EQ(document.paragraphs.size(), 1);
@@ -239,8 +256,9 @@ TEST(RichText, KeepsLengthsWithinAPage) {
 }
 
 TEST(RichText, ReadsSpecialCharacters) {
-    EXPECT_EQ(textOf("\\emdash\\endash\\lquote\\rquote\\ldblquote\\rdblquote\\bullet\\tab\\~\\_\\-\\\\\\{\\}\t"),
-              u"—–‘’“”•\t\u00A0\u2011\u00AD\\{}\t"_qs);
+    EXPECT_EQ(textOf("\\emdash\\endash\\lquote\\rquote\\ldblquote\\rdblquote\\bullet\\tab\\emspace\\enspace\\qmspace"
+                     "\\~\\_\\-\\\\\\{\\}\t"),
+              u"—–‘’“”•\t\u2003\u2002\u2005\u00A0\u2011\u00AD\\{}\t"_qs);
 }
 
 TEST(RichText, ReadsMarksThatTakeNoRoom) {
@@ -412,11 +430,66 @@ TEST(RichText, LeavesOutWhatIsNotText) {
 }
 
 TEST(RichText, LeavesOutDestinationsThatAreNotMarkedAsOptional) {
-    for (const char *word :
-         {"aftnsep",           "annotation", "atnauthor", "atndate",   "atnid",  "atntime",  "bkmkend",
-          "bkmkstart",         "comment",    "filetbl",   "formfield", "ftnsep", "ftnsepc",  "generator",
-          "listoverridetable", "listtable",  "pgdsctbl",  "pntxta",    "pntxtb", "private1", "revtbl",
-          "rsidtbl",           "template",   "userprops"}) {
+    for (const char *word : {"aftncn",
+                             "aftnsep",
+                             "aftnsepc",
+                             "annotation",
+                             "atnauthor",
+                             "atndate",
+                             "atnicn",
+                             "atnid",
+                             "atnparent",
+                             "atnref",
+                             "atntime",
+                             "atrfend",
+                             "atrfstart",
+                             "bkmkend",
+                             "bkmkstart",
+                             "comment",
+                             "datastore",
+                             "falt",
+                             "filetbl",
+                             "fldinst",
+                             "fname",
+                             "footer",
+                             "footerf",
+                             "footerl",
+                             "footerr",
+                             "footnote",
+                             "formfield",
+                             "ftncn",
+                             "ftnsep",
+                             "ftnsepc",
+                             "generator",
+                             "header",
+                             "headerf",
+                             "headerl",
+                             "headerr",
+                             "info",
+                             "listoverridetable",
+                             "listtable",
+                             "nonesttables",
+                             "nonshppict",
+                             "object",
+                             "panose",
+                             "pgdsctbl",
+                             "pict",
+                             "pntxta",
+                             "pntxtb",
+                             "private1",
+                             "revtbl",
+                             "rsidtbl",
+                             "shprslt",
+                             "sp",
+                             "stylesheet",
+                             "tc",
+                             "tcn",
+                             "template",
+                             "themedata",
+                             "userprops",
+                             "xe",
+                             "xmlname",
+                             "xmlnstbl"}) {
         EXPECT_EQ(textOf("a{\\" + QByteArray(word) + " text;{\\b more}}b"), u"ab"_qs) << word;
     }
 }
