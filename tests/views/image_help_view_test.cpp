@@ -27,9 +27,10 @@ TEST_F(ImageHelpView, ShowsItsPictureInItsOwnSizeInTheMiddle) {
 
 TEST_F(ImageHelpView, TracksEnteringAndLeavingAlwaysOverItsBounds) {
     KYImageHelpView view;
+    ASSERT_TRUE(view.trackingArea()) << "from the beginning";
+    EXPECT_EQ(view.trackingArea()->rect, view.rect());
     view.resize(24, 20);
     view.updateTrackingAreas();
-    ASSERT_TRUE(view.trackingArea());
     EXPECT_EQ(view.trackingArea()->options, 129U);
     EXPECT_EQ(view.trackingArea()->rect, QRect(0, 0, 24, 20));
     EXPECT_EQ(view.trackingArea()->owner, &view);

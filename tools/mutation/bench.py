@@ -25,7 +25,7 @@ FAILED = re.compile(r"Test +#\d+: (\S+).*\*\*\*(?!Skipped)")
 STARTED = re.compile(r"Start +\d+: (\S+)")
 ENDED = re.compile(r"Test +#\d+: (\S+).* ([\d.]+) sec")
 
-# Cheap suites first: a mutant is judged by those that take so many seconds together, then by the next, then by all.
+# A mutant is judged by the first suites, which take so many seconds together, then by the next, then by all.
 PORTIONS_SECONDS = (3, 20)
 
 
@@ -121,7 +121,7 @@ class Bench(Tree):
         self.seconds = {name: float(seconds) for name, seconds in ENDED.findall(self.log())}
 
     def portions(self, mutant):
-        """The suites that can notice, the cheapest first: a few, some more, the rest."""
+        """The suites that can notice, the likeliest first: a few, some more, the rest."""
         portions, total = [[] for _ in range(len(PORTIONS_SECONDS) + 1)], 0
         for suite in self.coverage.suites_of(mutant["file"], mutant["line"]):
             total += self.coverage.seconds[suite]

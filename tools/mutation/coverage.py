@@ -1,5 +1,6 @@
 """Which suites of tests run which lines: of each function of the sources, by an instrumented build in which each suite is
 run on its own. Kept below build/mutants."""
+import collections
 import json
 import re
 import shutil
@@ -21,17 +22,18 @@ class Coverage:
     def __init__(self, seconds, functions):
         self.seconds = seconds  # suite -> how long it takes
         self.functions = functions  # file -> [first line, last line, suites] of each function
+        self.breadth = collections.Counter(suite for of_file in functions.values() for *_, suites in of_file for suite in suites)
 
     def suites_of(self, file, line):
         """The suites that run the innermost function around a line; of a line outside of functions those that run any
-        function of the file; all when there is none. The quickest first."""
+        function of the file; all when there is none. Those first that run little else: they are made for it."""
         of_file = self.functions.get(file, [])
         around = [(last - first, suites) for first, last, suites in of_file if first <= line <= last]
         innermost = min((size for size, _ in around), default=None)
         suites = {suite for size, suites in around if size == innermost for suite in suites}
         if not suites and not around:
             suites = {suite for _, _, suites in of_file for suite in suites} or set(self.seconds)
-        return sorted(suites, key=self.seconds.get)
+        return sorted(suites, key=lambda suite: (self.breadth[suite], suite))
 
 
 def executed(profile):
