@@ -58,8 +58,9 @@ TEST(InstallerRefusal, KnowsOneTarget) {
     const Snapshot before = root.snapshot();
     const Ran ran = runProgram(command);
     EXPECT_EQ(ran.status, 1);
-    EXPECT_THAT(ran.lines, ElementsAre("installer: Error - the target specified is not supported: '/Volumes/Other'. The "
-                                       "only target is /."));
+    EXPECT_THAT(ran.lines,
+                ElementsAre("installer: Error - the target specified is not supported: '/Volumes/Other'. The "
+                            "only target is /."));
     EXPECT_EQ(root.snapshot(), before);
 }
 
