@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 #include <linux/sockios.h>
 #include <poll.h>
+#include <sstream>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -177,6 +178,22 @@ protected:
 
     std::string log() const { return test::contentOf(root_.at("/var/log/service.log")); }
 
+    /// Its lines without their times and the numbers of processes.
+    std::vector<std::string> logged() const {
+        std::vector<std::string> lines;
+        std::istringstream stream(log());
+        for (std::string line; std::getline(stream, line);) {
+            lines.push_back(line.substr(line.find("] ") + 2));
+        }
+        return lines;
+    }
+
+    /// Waits until there are as many lines, and compares them all.
+    void expectLog(const std::vector<std::string> &lines) const {
+        waitUntil([&] { return logged().size() >= lines.size(); });
+        EXPECT_EQ(logged(), lines);
+    }
+
     template <typename Condition> static void waitUntil(Condition condition) {
         while (!condition()) { // the test's own time limit bounds this
             usleep(500);
@@ -195,7 +212,28 @@ TEST_F(ServiceTest, RunsACommandAndAnswers) {
     EXPECT_EQ(run("touch " + root_.at("/ran")), kSuccess);
     EXPECT_TRUE(fs::exists(root_.at("/ran")));
     EXPECT_EQ(run("exit 3"), "Command finished with status 3");
-    EXPECT_NE(log().find("Start: exit 3"), std::string::npos);
+    EXPECT_EQ(run("kill $$"), "Command was ended by signal 15");
+    expectLog({"Ready.", "Start: touch " + root_.at("/ran"), "Command finished with status 0", "Start: exit 3",
+               "Command finished with status 3", "Start: kill $$", "Command was ended by signal 15"});
+}
+
+TEST_F(ServiceTest, TellsItsLogWhatBecomesOfCommandsWhenItIsAskedToEnd) {
+    serve();
+    const RawClient first = connect();
+    first.install("exec sleep 1000", root_.progressFile());
+    waitUntil([this] { return logged().size() == 2; });
+    EXPECT_EQ(install("echo another"), kDropped);
+    const RawClient second = connect();
+    second.request("echo later");
+    second.waitUntilTaken();
+    kill(process_, SIGTERM);
+    EXPECT_EQ(waitForEnd(), 0);
+    const std::string dropped = "The client of a command that is not done is dropped.";
+    expectLog(
+        {"Ready.", "Start: exec sleep 1000", "Refused, for another installation is not done: echo another",
+         "Asked to end.", dropped, dropped, "Command was not started: the helper was asked to end",
+         "Command was ended: the helper was asked to end: installer: The install failed (the helper was asked to end)",
+         "End."});
 }
 
 TEST_F(ServiceTest, RunsCommandsInTheSystemsFolderWithTheUsualMaskInASessionOfTheirOwn) {
@@ -332,6 +370,7 @@ TEST_F(ServiceTest, RunsNothingForAClientThatHasGoneWhileItWaited) {
     second.install("touch " + root_.at("/ran"), root_.progressFile());
     second.leave();
     waitUntil([this] { return log().find("Refused, for its client has gone: ") != std::string::npos; });
+    EXPECT_EQ(logged().back(), "Refused, for its client has gone: touch " + root_.at("/ran"));
     EXPECT_FALSE(fs::exists(root_.at("/ran")));
     EXPECT_TRUE(test::contentOf(root_.progressFile()).ends_with("Installation_Done\n")) << "the first one's";
 }
@@ -369,7 +408,11 @@ TEST_F(ServiceTest, DropsNonsense) {
     }
     EXPECT_EQ(run("true"), kSuccess);
     EXPECT_FALSE(fs::exists(root_.at("/ran")));
-    EXPECT_EQ(log().find("too slow"), std::string::npos) << "no more of it is waited for";
+    std::vector<std::string> lines{"Ready."};
+    lines.insert(lines.end(), 4, "Dropped a client that broke off or sent no message.");
+    lines.insert(lines.end(), 6, "Refused a message that is no request.");
+    lines.insert(lines.end(), {"Start: true", "Command finished with status 0"});
+    expectLog(lines);
 }
 
 TEST_F(ServiceTest, TakesTheLongestMessage) {
@@ -399,7 +442,7 @@ TEST_F(ServiceTest, DropsASlowClient) {
     slow.send(encodeFrame({{kCommandKey, "true"}})->substr(0, 20));
     EXPECT_EQ(silent.reply(), kDropped);
     EXPECT_EQ(slow.reply(), kDropped);
-    EXPECT_NE(log().find("too slow"), std::string::npos);
+    expectLog({"Ready.", "Dropped a client that was too slow.", "Dropped a client that was too slow."});
 }
 
 TEST_F(ServiceTest, TakesARequestInPieces) {
@@ -542,10 +585,7 @@ TEST_F(ServiceTest, TellsOfAStrangerOnce) {
     for (int i = 0; i < 20; ++i) {
         EXPECT_EQ(run("true"), kDropped);
     }
-    const std::string lines = log();
-    const std::string line = "Refused a client of the user " + std::to_string(getuid());
-    ASSERT_NE(lines.find(line), std::string::npos);
-    EXPECT_EQ(lines.find(line), lines.rfind(line));
+    expectLog({"Ready.", "Refused a client of the user " + std::to_string(getuid()) + "."});
 }
 
 TEST_F(ServiceTest, RestsWhenItHasNoDescriptorForAClient) {
@@ -595,8 +635,10 @@ TEST_F(ServiceTest, DropsTheClientOfAFileThatGrowsBeyondTheLimitAndGoesOn) {
     small.rlim_cur = 64 << 10;
     ASSERT_EQ(prlimit(process_, RLIMIT_FSIZE, &small, nullptr), 0);
     EXPECT_EQ(install("yes line | head -c 200000"), kDropped);
-    EXPECT_NE(log().find("cannot be written"), std::string::npos);
     EXPECT_EQ(run("kill -XFSZ $$"), "Command was ended by signal " + std::to_string(SIGXFSZ));
+    expectLog({"Ready.", "Start: true", "Command finished with status 0", "Start: yes line | head -c 200000",
+               "The progress file cannot be written; its client is dropped.", "Command finished with status 0",
+               "Start: kill -XFSZ $$", "Command was ended by signal " + std::to_string(SIGXFSZ)});
 }
 
 TEST_F(ServiceTest, TrustsTheOwnerOfTheFolderThatItBeganWith) {
@@ -658,11 +700,7 @@ TEST_F(ServiceTest, TellsOfEachStrangerOnce) {
     for (const uid_t user : {4711U, 4712U, 4711U, 4712U}) {
         EXPECT_TRUE(refuses(user));
     }
-    const std::string lines = log();
-    for (const char *line : {"Refused a client of the user 4711", "Refused a client of the user 4712"}) {
-        EXPECT_NE(lines.find(line), std::string::npos);
-        EXPECT_EQ(lines.find(line), lines.rfind(line));
-    }
+    expectLog({"Ready.", "Refused a client of the user 4711.", "Refused a client of the user 4712."});
 }
 
 TEST_F(ServiceTest, EndsWithNothingToDo) {

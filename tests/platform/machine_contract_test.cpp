@@ -11,9 +11,12 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace kyb {
@@ -67,8 +70,24 @@ TEST(VolumeContract, AlwaysHasAName) {
 
 TEST(ClockContract, SleepsAtLeastAsLong) {
     const auto start = std::chrono::steady_clock::now();
+    errno = EINTR; // of an earlier call
     sleepFor(30ms);
     EXPECT_GE(std::chrono::steady_clock::now() - start, 30ms);
+}
+
+TEST(ClockContract, GoesOnSleepingWhenASignalComes) {
+    struct sigaction nothing {};
+    struct sigaction before {};
+    nothing.sa_handler = [](int) {};
+    sigaction(SIGALRM, &nothing, &before);
+    const itimerval often{.it_interval = {.tv_sec = 0, .tv_usec = 1000}, .it_value = {.tv_sec = 0, .tv_usec = 1000}};
+    const itimerval never{};
+    const auto start = std::chrono::steady_clock::now();
+    setitimer(ITIMER_REAL, &often, nullptr);
+    sleepFor(30ms);
+    setitimer(ITIMER_REAL, &never, nullptr);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 30ms);
+    sigaction(SIGALRM, &before, nullptr);
 }
 
 TEST(SystemLogContract, TakesAnyText) {
