@@ -1,6 +1,8 @@
 #include "CommandQueue.h"
 
+#include "support/CapturedErrors.h"
 #include "support/RootFolder.h"
+#include "support/log_messages.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -31,6 +33,8 @@ CommandLimits with(CommandLimits limits, std::chrono::milliseconds silence, std:
     limits.killGrace = killGrace;
     return limits;
 }
+
+using Lines = std::vector<std::string>;
 
 class CommandQueueTest : public testing::Test {
 protected:
@@ -84,10 +88,12 @@ protected:
     }
 
     std::string content() const { return test::contentOf(root_.progressFile()); }
+    Lines logged() const { return test::messagesOf(test::contentOf(root_.at("/helper.log"))); }
 
     using Answers = std::vector<std::string>;
 
     test::RootFolder root_;
+    test::CapturedErrors errors_{root_.at("/helper.log")};
     std::vector<Answers> answers_;
     std::vector<std::size_t> order_;
     std::vector<std::size_t> fileIsMade_;
@@ -244,6 +250,10 @@ TEST_F(CommandQueueTest, AHeldFailureMakesWayForTheNextInstallation) {
     workToEnd();
     EXPECT_EQ(content(), "next\n" + std::string(kDone));
     EXPECT_EQ(answers_[1], Answers{"Command finished with status 0"});
+    EXPECT_EQ(logged(),
+              Lines({"Start: exit 3", "Command finished with status 3: installer: The install failed (exit status 3)",
+                     "The client of a failed command is dropped, since another follows.", "Start: echo next",
+                     "Command finished with status 0"}));
 }
 
 TEST_F(CommandQueueTest, AHeldSuccessMakesWayForTheNextInstallation) {
@@ -353,6 +363,7 @@ TEST_F(CommandQueueTest, RefusesAFileThatCannotBeMade) {
     workToEnd();
     EXPECT_EQ(answers_[0], Answers{"dropped"});
     EXPECT_FALSE(fs::exists(root_.at("/ran")));
+    EXPECT_EQ(logged(), Lines{"Refused, for the progress file cannot be made: touch " + root_.at("/ran")});
 }
 
 TEST_F(CommandQueueTest, RunsNothingForAClientThatHasGoneBeforeItsFileIsMade) {
@@ -362,6 +373,7 @@ TEST_F(CommandQueueTest, RunsNothingForAClientThatHasGoneBeforeItsFileIsMade) {
     EXPECT_EQ(answers_[0], Answers{"dropped"});
     EXPECT_FALSE(fs::exists(root_.progressFile()));
     EXPECT_FALSE(fs::exists(root_.at("/ran")));
+    EXPECT_EQ(logged(), Lines{"Refused, for its client has gone: touch " + root_.at("/ran")});
 }
 
 TEST_F(CommandQueueTest, GoesOnWithACommandWhoseClientLeavesAfterItsFileIsMade) {
@@ -384,6 +396,9 @@ TEST_F(CommandQueueTest, DropsTheClientAndGoesOnWhenTheFileCannotBeMadeAnew) {
     workToEnd();
     EXPECT_EQ(answers_[0], Answers{"dropped"});
     EXPECT_TRUE(fs::exists(root_.at("/ran")));
+    const Lines lines = logged();
+    EXPECT_EQ(Lines(lines.begin() + 1, lines.end()),
+              Lines({"The progress file cannot be written; its client is dropped.", "Command finished with status 0"}));
 }
 
 /// How a command ends, and what its file then ends with.
@@ -511,6 +526,11 @@ TEST_F(CommandQueueTest, WritesALastLineForAQueuedInstallationWhenItIsToldToEnd)
     workToEnd();
     EXPECT_EQ(content(), "installer: The install failed (the helper was asked to end)\n" + std::string(kDone));
     EXPECT_EQ(answers_[1], Answers{"dropped"});
+    EXPECT_EQ(logged(), Lines({"Start: sleep 300", "The client of a command that is not done is dropped.",
+                               "The client of a command that is not done is dropped.",
+                               "Command was not started: the helper was asked to end: installer: The install failed "
+                               "(the helper was asked to end)",
+                               "Command was ended: the helper was asked to end"}));
 }
 
 TEST_F(CommandQueueTest, NeverStartsAQueuedCommandWithoutProgressFileWhenItIsToldToEnd) {

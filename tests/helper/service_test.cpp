@@ -6,6 +6,7 @@
 #include "posix/spawn.h"
 #include "support/Program.h"
 #include "support/RootFolder.h"
+#include "support/log_messages.h"
 #include "support/property_lists.h"
 
 #include <csignal>
@@ -17,7 +18,6 @@
 #include <gtest/gtest.h>
 #include <linux/sockios.h>
 #include <poll.h>
-#include <sstream>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -178,15 +178,7 @@ protected:
 
     std::string log() const { return test::contentOf(root_.at("/var/log/service.log")); }
 
-    /// Its lines without their times and the numbers of processes.
-    std::vector<std::string> logged() const {
-        std::vector<std::string> lines;
-        std::istringstream stream(log());
-        for (std::string line; std::getline(stream, line);) {
-            lines.push_back(line.substr(line.find("] ") + 2));
-        }
-        return lines;
-    }
+    std::vector<std::string> logged() const { return test::messagesOf(log()); }
 
     /// Waits until there are as many lines, and compares them all.
     void expectLog(const std::vector<std::string> &lines) const {
