@@ -31,7 +31,7 @@ CHANGES = (
     ("    onMainThread(work);", "onMainThread -> inBackground", "    inBackground(work);"),
     ("    onMainThreadAndWait(work);", "onMainThreadAndWait -> onMainThread", "    onMainThread(work);"),
     ("    work(1);", "taken out", ""),
-    ("    work(1);", "done twice", "    work(1);\n    work(1);"),
+    ("    lines.append(1);", "done twice", "    lines.append(1);\n    lines.append(1);"),
     ("    a = 1;", "returns before it", "    return;\n    a = 1;"),
 )
 
@@ -85,6 +85,9 @@ class Changes(unittest.TestCase):
     def test_two_statements_are_swapped(self):
         lines = ["    a = 1;", "    b = 2;"]
         self.assertIn(("swapped with the next", lines[::-1], 2), list(changes_of_line(lines, 0)))
+
+    def test_what_adds_nothing_is_not_done_twice(self):
+        self.assertNotIn("done twice", [what for what, _, _ in changes_of_line(["    line.clear();"], 0)])
 
     def test_what_stands_in_a_string_or_a_comment_is_left_alone(self):
         self.assertEqual([what for what, _, _ in changes_of_line(['const char *kText = "a == 1"; // b == 2'], 0)], ["a == 1 -> ...x"])

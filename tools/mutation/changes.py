@@ -1,4 +1,5 @@
-"""What a mutant is: one token of a source changed, a call taken out or made twice, two statements swapped, or an early return."""
+"""What a mutant is: one token of a source changed, a call taken out, one that adds something made twice, two statements
+swapped, or an early return."""
 import hashlib
 import json
 import re
@@ -18,6 +19,10 @@ EQUIVALENT = {tuple(line.split("\t")[:3]) for line in (TOP / "tools/equivalent-m
 
 STRING = re.compile(r'(?:"|(?<=[^/?]>))((?:[^"\\<>]|\\.)+)(?:"|</)')
 CALL = re.compile(r"^\s+(?!return\b|delete\b|throw\b)[\w:.>\-\[\]*()]*\w\(.*\);\s*$")
+# What adds, says, sends or starts something: most other calls may be made as often as one likes.
+ADDING_CALL = re.compile(r"^\s+(?:[\w:]+(?:\.|->|::))*(?:append|push_back|emplace_back|add\w*|insert\w*|WriteLog|systemLog|logLine|write|"
+                         r"printf|fprintf|puts|print|phase|line|answer|start\w*|inBackground|onMainThread\w*|postNotification|send\w*|"
+                         r"xpcConnection|remove_prefix|u8|u16|u32)\(")
 STATEMENT = re.compile(r"^(\s+)(?!const\b|auto\b|static\b|case\b|using\b)[\w:.>\-*]+(?:\(| [-+*/|&]?= ).*;\s*$")
 CONDITION = re.compile(r"^(\s*(?:\} else )?(?:if|while) \()(.+)(\) \{)$")
 NUMBER = re.compile(r"(?<![\w.\"'])(\d[\d']*)(\.\d+)?(?![\w.']|(?<=0)x)(?=\W|$)")
@@ -90,7 +95,8 @@ def changes_of_line(lines, number):
         yield "the contrary", [f"{condition[1]}!({condition[2]}){condition[3]}"], 1
     if CALL.match(line) and line.count("(") == line.count(")"):
         yield "taken out", [""], 1
-        yield "done twice", [line, line], 1
+        if ADDING_CALL.match(line):
+            yield "done twice", [line, line], 1
     if STATEMENT.match(line):
         yield "returns before it", [re.match(r"\s*", line)[0] + "return;", line], 1
     following = code_of(lines[number + 1]) if number + 1 < len(lines) else ""
