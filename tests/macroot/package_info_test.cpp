@@ -1,6 +1,6 @@
-#include "install_error.h"
 #include "package_info.h"
 #include "package_writer.h"
+#include "reason_of.h"
 
 #include <gmock/gmock.h>
 
@@ -26,21 +26,26 @@ TEST(PackageInfo, DoesWithoutScriptsAndLocation) {
 }
 
 TEST(PackageInfo, RefusesWhatItCannotUse) {
-    for (const char *const xml : {
-             "",
-             "<pkg-info",
-             "<other/>",
-             "<pkg-info version='1'/>",
-             "<pkg-info identifier='../a'/>",
-             "<pkg-info identifier='.a'/>",
-             "<pkg-info identifier='a b'/>",
-             "<pkg-info identifier='a&#10;b'/>",
-             "<pkg-info identifier='a' install-location='/../b'/>",
-             "<pkg-info identifier='a' install-location='..'/>",
-             "<pkg-info identifier='a'><scripts><preinstall file='../x'/></scripts></pkg-info>",
-             "<pkg-info identifier='a'><scripts><postinstall file='/bin/sh'/></scripts></pkg-info>",
-         }) {
-        EXPECT_THROW((void)parsePackageInfo(xml), InstallError) << xml;
+    const std::pair<const char *, const char *> rows[] = {
+        {"", "The package's PackageInfo cannot be read: No document element found"},
+        {"<pkg-info", "The package's PackageInfo cannot be read: Error parsing start element tag"},
+        {"<other/>", "The package's identifier is not usable: ''"},
+        {"<pkg-info version='1'/>", "The package's identifier is not usable: ''"},
+        {"<pkg-info identifier='../a'/>", "The package's identifier is not usable: '../a'"},
+        {"<pkg-info identifier='.a'/>", "The package's identifier is not usable: '.a'"},
+        {"<pkg-info identifier='a b'/>", "The package's identifier is not usable: 'a b'"},
+        {"<pkg-info identifier='a&#10;b'/>", "The package's identifier is not usable: 'a\nb'"},
+        {"<pkg-info identifier='a' install-location='/../b'/>",
+         "The package names an install location outside of the target: /../b"},
+        {"<pkg-info identifier='a' install-location='..'/>",
+         "The package names an install location outside of the target: .."},
+        {"<pkg-info identifier='a'><scripts><preinstall file='../x'/></scripts></pkg-info>",
+         "The package names a path outside of its place: ../x"},
+        {"<pkg-info identifier='a'><scripts><postinstall file='/bin/sh'/></scripts></pkg-info>",
+         "The package names a path outside of its place: /bin/sh"},
+    };
+    for (const auto &[xml, reason] : rows) {
+        EXPECT_EQ(reasonOf([xml = xml] { (void)parsePackageInfo(xml); }), reason) << xml;
     }
 }
 
@@ -59,9 +64,10 @@ TEST(Distribution, TakesTheComponentsInTheirOrder) {
 }
 
 TEST(Distribution, RefusesAComponentThatItNamesTwice) {
-    EXPECT_THROW((void)parseDistribution("<installer-script><pkg-ref>#a.pkg</pkg-ref><pkg-ref>#b.pkg</pkg-ref>"
-                                         "<pkg-ref>#%61.pkg</pkg-ref></installer-script>"),
-                 InstallError);
+    const char *const xml = "<installer-script><pkg-ref>#a.pkg</pkg-ref><pkg-ref>#b.pkg</pkg-ref>"
+                            "<pkg-ref>#%61.pkg</pkg-ref></installer-script>";
+    EXPECT_EQ(reasonOf([xml] { (void)parseDistribution(xml); }),
+              "The package's Distribution names the component a.pkg twice");
 }
 
 TEST(Distribution, RefusesTooManyComponents) {
@@ -73,12 +79,15 @@ TEST(Distribution, RefusesTooManyComponents) {
         return xml + "</installer-script>";
     };
     EXPECT_EQ(parseDistribution(distributionOf(1000)).componentFolders.size(), 1000U);
-    EXPECT_THROW((void)parseDistribution(distributionOf(1001)), InstallError);
+    EXPECT_EQ(reasonOf([&] { (void)parseDistribution(distributionOf(1001)); }),
+              "The package's Distribution names too many components");
 }
 
 TEST(Distribution, RefusesOneWithoutComponents) {
-    EXPECT_THROW((void)parseDistribution("<installer-gui-script/>"), InstallError);
-    EXPECT_THROW((void)parseDistribution("not xml"), InstallError);
+    EXPECT_EQ(reasonOf([] { (void)parseDistribution("<installer-gui-script/>"); }),
+              "The package's Distribution names no component");
+    EXPECT_EQ(reasonOf([] { (void)parseDistribution("not xml"); }),
+              "The package's Distribution cannot be read: No document element found");
 }
 
 TEST(PercentDecoded, ReplacesOnlyWholeEscapes) {

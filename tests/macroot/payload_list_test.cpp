@@ -1,5 +1,5 @@
-#include "install_error.h"
 #include "payload.h"
+#include "reason_of.h"
 
 #include <gmock/gmock.h>
 
@@ -71,32 +71,38 @@ TEST(PayloadList, TakesLinksThatStayBelow) {
 }
 
 TEST(PayloadList, RefusesWhatCouldLeaveTheRoot) {
-    const std::vector<std::vector<PayloadItem>> rows = {
-        {item(Kind::File, "../evil")},
-        {item(Kind::File, "/evil")},
-        {item(Kind::File, "a/../../evil")},
-        {item(Kind::Folder, "..")},
-        {item(Kind::SymbolicLink, "link", "/etc")},
-        {item(Kind::SymbolicLink, "a/link", "../../etc")},
-        {item(Kind::SymbolicLink, "link", "folder"), item(Kind::File, "link/evil")},
-        {item(Kind::SymbolicLink, "a/link", "b"), item(Kind::File, "a/link/c/evil")},
-        {item(Kind::File, "file"), item(Kind::File, "file/evil")},
-        {item(Kind::SymbolicLink, "link", "file"), item(Kind::Folder, "link")},
-        {item(Kind::SymbolicLink, "link", "file"), item(Kind::File, "link")},
-        {item(Kind::File, "twice"), item(Kind::File, "twice")},
-        {item(Kind::Folder, "folder"), item(Kind::SymbolicLink, "folder", "a")},
-        {item(Kind::HardLink, "second", "missing")},
-        {item(Kind::HardLink, "second", "../etc/passwd")},
-        {item(Kind::SymbolicLink, "link", "a"), item(Kind::HardLink, "second", "link")},
-        {item(Kind::File, ".")},
-        {item(Kind::SymbolicLink, ".", "a")},
+    const std::pair<std::vector<PayloadItem>, const char *> rows[] = {
+        {{item(Kind::File, "../evil")}, "The payload holds a path outside of the target: ../evil"},
+        {{item(Kind::File, "/evil")}, "The payload holds a path outside of the target: /evil"},
+        {{item(Kind::File, "a/../../evil")}, "The payload holds a path outside of the target: a/../../evil"},
+        {{item(Kind::Folder, "..")}, "The payload holds a path outside of the target: .."},
+        {{item(Kind::SymbolicLink, "link", "/etc")}, "The payload holds a link that leaves the target: /link -> /etc"},
+        {{item(Kind::SymbolicLink, "a/link", "../../etc")},
+         "The payload holds a link that leaves the target: /a/link -> ../../etc"},
+        {{item(Kind::SymbolicLink, "link", "folder"), item(Kind::File, "link/evil")},
+         "The payload holds something below /link, which is no folder of it"},
+        {{item(Kind::SymbolicLink, "a/link", "b"), item(Kind::File, "a/link/c/evil")},
+         "The payload holds something below /a/link, which is no folder of it"},
+        {{item(Kind::File, "file"), item(Kind::File, "file/evil")},
+         "The payload holds something below /file, which is no folder of it"},
+        {{item(Kind::SymbolicLink, "link", "file"), item(Kind::Folder, "link")}, "The payload holds /link twice"},
+        {{item(Kind::SymbolicLink, "link", "file"), item(Kind::File, "link")}, "The payload holds /link twice"},
+        {{item(Kind::File, "twice"), item(Kind::File, "twice")}, "The payload holds /twice twice"},
+        {{item(Kind::Folder, "folder"), item(Kind::SymbolicLink, "folder", "a")}, "The payload holds /folder twice"},
+        {{item(Kind::HardLink, "second", "missing")}, "The payload holds a hard link to no file of it: /second"},
+        {{item(Kind::HardLink, "second", "../etc/passwd")},
+         "The payload holds a path outside of the target: ../etc/passwd"},
+        {{item(Kind::SymbolicLink, "link", "a"), item(Kind::HardLink, "second", "link")},
+         "The payload holds a hard link to no file of it: /second"},
+        {{item(Kind::File, ".")}, "The payload would replace the root folder"},
+        {{item(Kind::SymbolicLink, ".", "a")}, "The payload would replace the root folder"},
     };
-    for (const auto &row : rows) {
+    for (const auto &[items, reason] : rows) {
         PayloadList list;
-        for (std::size_t i = 0; i + 1 < row.size(); ++i) {
-            list.add(row[i], "");
+        for (std::size_t i = 0; i + 1 < items.size(); ++i) {
+            list.add(items[i], "");
         }
-        EXPECT_THROW(list.add(row.back(), ""), InstallError) << row.back().path;
+        EXPECT_EQ(reasonOf([&list, &last = items.back()] { list.add(last, ""); }), reason);
     }
 }
 
