@@ -171,19 +171,41 @@ TEST(InstallerRun, CallsASecondInstallationAnUpgrade) {
     EXPECT_EQ(contentOf(root / (std::string(kDriver) + "/Resources/version.txt")), "4.2\n");
 }
 
-TEST(InstallerRun, DatesEveryLineOfTheLog) {
-    const MacRoot root;
-    ASSERT_EQ(root.install(root.samplePackage({"--version", "4.2.0"})).status, 0);
+/// The lines of a log without their dates.
+std::vector<std::string> messagesOf(const MacRoot &root) {
+    std::vector<std::string> messages;
     std::istringstream log(root.log());
-    std::string line;
-    int count = 0;
-    while (std::getline(log, line)) {
+    for (std::string line; std::getline(log, line);) {
         EXPECT_THAT(line,
                     MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:]{8}[-+][0-9]{4} [^ ]+ installer\\[[0-9]+\\]: .+"));
-        ++count;
+        messages.push_back(line.substr(line.find("]: ") + 3));
     }
-    EXPECT_GE(count, 5);
-    EXPECT_THAT(root.log(), HasSubstr("postinstall: driver 4.2.0 is complete"));
+    return messages;
+}
+
+TEST(InstallerRun, LogsWhatItDoes) {
+    const MacRoot root;
+    const std::string path = root.samplePackage({"--version", "4.2.0"});
+    ASSERT_EQ(root.install(path).status, 0);
+    EXPECT_THAT(messagesOf(root), ElementsAre("Installing Brelund Quorlix Driver from " + path,
+                                              "Running the preinstall script of com.Brelund.QuorlixInstaller",
+                                              "preinstall: ready for the driver's files", "Moved 13 items into place",
+                                              "Running the postinstall script of com.Brelund.QuorlixInstaller",
+                                              "postinstall: driver 4.2.0 is complete",
+                                              "Wrote the receipt of com.Brelund.QuorlixInstaller 4.2.0",
+                                              "The software was successfully installed"));
+}
+
+TEST(InstallerRun, LogsWhyItFails) {
+    const MacRoot root;
+    const std::string path = root.samplePackage({"--version", "4.2.0", "--fail", "postinstall"});
+    ASSERT_EQ(root.install(path).status, 1);
+    EXPECT_THAT(messagesOf(root), ElementsAre("Installing Brelund Quorlix Driver from " + path,
+                                              "Running the preinstall script of com.Brelund.QuorlixInstaller",
+                                              "preinstall: ready for the driver's files", "Moved 13 items into place",
+                                              "Running the postinstall script of com.Brelund.QuorlixInstaller",
+                                              "postinstall: postinstall: this package was made to fail here",
+                                              "The installation failed: The postinstall script failed with status 1."));
 }
 
 TEST(InstallerRun, OwnsAllThatItInstalls) {
