@@ -6,7 +6,9 @@
 #include "ui/wizard/BorderBox.h"
 #include "ui/wizard/EvenProgressBar.h"
 #include "ui/wizard/Label.h"
+#include "ui/wizard/LabelledCheckBox.h"
 #include "ui/wizard/Spinner.h"
+#include "ui/wizard/ToolbarItems.h"
 #include "ui/wizard/colors.h"
 
 #include <QAction>
@@ -343,12 +345,65 @@ TEST_F(WizardTest, TextsFollowTheAppearance) {
     }
 }
 
-TEST_F(WizardTest, HeadlinesAreLargerAndBolder) {
-    const QFont headline = object("titleDragandDropMessage").font();
-    const QFont body = object("agreeTermsOfKYB").font();
-    EXPECT_GT(headline.pointSizeF(), 1.3 * body.pointSizeF());
-    EXPECT_GT(headline.weight(), body.weight());
-    EXPECT_GT(object("quit_App_WarningSheet_installerBusyMessage").font().weight(), body.weight());
+TEST_F(WizardTest, StylesOfTextsAreToldBySizeWeightAndColour) {
+    const auto &standard = QApplication::palette();
+    const QColor receding = kyb::mixed(standard.color(QPalette::WindowText), standard.color(QPalette::Window), 0.3F);
+    const double size = QApplication::font("QLabel").pointSizeF();
+    using Style = kyb::Label::TextStyle;
+    const std::tuple<Style, double, QFont::Weight, QColor> rows[] = {
+        {Style::Body, size, QFont::Normal, standard.color(QPalette::WindowText)},
+        {Style::Headline, 1.5 * size, QFont::DemiBold, standard.color(QPalette::WindowText)},
+        {Style::Emphasis, size, QFont::DemiBold, standard.color(QPalette::WindowText)},
+        {Style::Secondary, size, QFont::Normal, receding},
+    };
+    kyb::Label label;
+    for (const auto &[style, points, weight, color] : rows) {
+        label.setTextStyle(style);
+        EXPECT_EQ(label.textStyle(), style);
+        EXPECT_EQ(label.QWidget::font().pointSizeF(), points);
+        EXPECT_EQ(label.QWidget::font().weight(), weight);
+        EXPECT_EQ(label.palette().color(QPalette::WindowText), color);
+    }
+    EXPECT_EQ(object<kyb::Label>("titleDragandDropMessage").textStyle(), Style::Headline);
+    EXPECT_EQ(object<kyb::Label>("quit_App_WarningSheet_installerBusyMessage").textStyle(), Style::Emphasis);
+}
+
+TEST_F(WizardTest, BlackTextsStandOnPaperInTheDark) {
+    kyb::Label label;
+    label.setTextColor(kyb::Color::Black);
+    EXPECT_EQ(label.margin(), 0);
+    EXPECT_FALSE(label.autoFillBackground());
+    goDark();
+    EXPECT_EQ(label.margin(), 8);
+    EXPECT_TRUE(label.autoFillBackground());
+    EXPECT_EQ(label.palette().color(QPalette::Window), QColor(Qt::white));
+    label.setTextColor(kyb::Color::Standard);
+    EXPECT_EQ(label.margin(), 0);
+    EXPECT_FALSE(label.autoFillBackground());
+}
+
+TEST_F(WizardTest, ToolbarItemsHaveTheirMeasures) {
+    const kyb::SearchItem search(nullptr);
+    EXPECT_EQ(search.field().minimumSize(), QSize(280, 28));
+    EXPECT_EQ(search.field().maximumSize(), QSize(280, 28));
+    EXPECT_TRUE(search.field().isClearButtonEnabled());
+    kyb::MessageItem message(nullptr);
+    const auto &label = dynamic_cast<const kyb::Label &>(*message.defaultWidget());
+    EXPECT_EQ(label.contentsMargins(), QMargins(0, 0, 12, 0));
+    EXPECT_EQ(label.alignment(), Qt::AlignRight | Qt::AlignVCenter);
+    EXPECT_EQ(label.sizePolicy(), QSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred));
+    EXPECT_EQ(label.minimumWidth(), 1);
+    EXPECT_EQ(label.textStyle(), kyb::Label::TextStyle::Secondary);
+    EXPECT_TRUE(label.testAttribute(Qt::WA_TransparentForMouseEvents));
+    message.setText(QStringLiteral("No lines"));
+    EXPECT_EQ(label.text().toStdString(), "No lines");
+}
+
+TEST_F(WizardTest, ACheckBoxWithALabelHasAGapBeforeIt) {
+    const QCheckBox plain;
+    const kyb::LabelledCheckBox box;
+    EXPECT_EQ(box.sizeHint(), plain.sizeHint() + QSize(16, 0));
+    EXPECT_EQ(box.minimumSizeHint(), box.sizeHint());
 }
 
 TEST_F(WizardTest, TakesAFontThatTheSystemHas) {

@@ -67,8 +67,52 @@ TEST_F(TermsView, ANewTextReplacesTheOldOne) {
 
 TEST_F(TermsView, IsForReadingOnly) {
     EXPECT_TRUE(view.isReadOnly());
-    EXPECT_FALSE(view.textInteractionFlags().testFlag(Qt::LinksAccessibleByMouse));
-    EXPECT_FALSE(view.textInteractionFlags().testFlag(Qt::LinksAccessibleByKeyboard));
+    EXPECT_FALSE(view.isUndoRedoEnabled());
+    EXPECT_EQ(view.textInteractionFlags(), Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    EXPECT_EQ(view.cursorWidth(), 0);
+    EXPECT_EQ(view.document()->documentMargin(), 12);
+}
+
+TEST_F(TermsView, BeginsAtItsBegin) {
+    view.setText(QStringLiteral("earlier"));
+    view.moveCursor(QTextCursor::End);
+    show("{\\rtf1 one\\par two}");
+    EXPECT_EQ(view.textCursor().position(), 0);
+}
+
+TEST_F(TermsView, KeepsEveryMeasureOfAParagraph) {
+    show("{\\rtf1\\qj\\li720\\fi-360\\ri100\\sb200\\sa30\\tab a\\par\\pard\\qr\\fi360 b}");
+    const double pixelsPerPoint = view.logicalDpiY() / 72.0;
+    const QTextBlockFormat first = view.document()->firstBlock().blockFormat();
+    EXPECT_EQ(first.alignment(), Qt::AlignJustify);
+    EXPECT_EQ(first.leftMargin(), 36 * pixelsPerPoint);
+    EXPECT_EQ(first.textIndent(), -18 * pixelsPerPoint);
+    EXPECT_EQ(first.rightMargin(), 5 * pixelsPerPoint);
+    EXPECT_EQ(first.topMargin(), 10 * pixelsPerPoint);
+    EXPECT_EQ(first.bottomMargin(), 1.5 * pixelsPerPoint);
+    const double hang = 18 * pixelsPerPoint;
+    EXPECT_EQ(first.tabPositions(), QList({QTextOption::Tab(0.3 * hang, QTextOption::LeftTab),
+                                           QTextOption::Tab(hang, QTextOption::LeftTab)}));
+    const QTextBlockFormat second = view.document()->lastBlock().blockFormat();
+    EXPECT_EQ(second.alignment(), Qt::AlignRight);
+    EXPECT_EQ(second.textIndent(), 18 * pixelsPerPoint);
+    EXPECT_TRUE(second.tabPositions().isEmpty());
+}
+
+TEST_F(TermsView, KeepsTheFormatsOfRuns) {
+    show("{\\rtf1 plain\\b\\i\\ul\\strike\\caps\\fs40 all}");
+    auto run = view.document()->firstBlock().begin();
+    const QTextCharFormat plain = run.fragment().charFormat();
+    const QTextCharFormat all = (++run).fragment().charFormat();
+    for (const QTextCharFormat *format : {&plain, &all}) {
+        const bool isAll = format == &all;
+        EXPECT_EQ(format->fontWeight(), isAll ? QFont::Bold : QFont::Normal);
+        EXPECT_EQ(format->fontItalic(), isAll);
+        EXPECT_EQ(format->fontUnderline(), isAll);
+        EXPECT_EQ(format->fontStrikeOut(), isAll);
+        EXPECT_EQ(format->fontCapitalization(), isAll ? QFont::AllUppercase : QFont::MixedCase);
+        EXPECT_EQ(format->fontPointSize(), isAll ? 20 : 12);
+    }
 }
 
 TEST_F(TermsView, TheLinesOfAListItemBeginBelowEachOther) {

@@ -10,17 +10,13 @@ class LabelledCheckBox : public QCheckBox {
 public:
     using QCheckBox::QCheckBox;
 
-    QSize sizeHint() const override { return withGap(QCheckBox::sizeHint()); }
-    QSize minimumSizeHint() const override { return withGap(QCheckBox::minimumSizeHint()); }
+    QSize sizeHint() const override { return QCheckBox::sizeHint() + QSize(kGap, 0); } // NB: it is the least as well
 
 protected:
     bool hitButton(const QPoint &position) const override { return rect().contains(position); }
 
 private:
-    static QSize withGap(QSize box) {
-        constexpr int kGap = 8; // points
-        return box + QSize(kGap, 0);
-    }
+    static constexpr int kGap = 16; // points
 };
 
 } // namespace kyb
