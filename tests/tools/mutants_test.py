@@ -28,6 +28,10 @@ CHANGES = (
     ("constexpr double kBytes = 1'000'000;", "1'000'000 -> 0", "constexpr double kBytes = 0;"),
     ("    sleepFor(50ms);", "50 -> 0", "    sleepFor(0ms);"),
     ('    say("two words");', "two words -> ...x", '    say("two wordx");'),
+    ('    say("line\\n");', r"line\n -> ...x", '    say("linex");'),
+    ('    say("<b>");', "<b> -> ...x", '    say("<bx");'),
+    ("    say('\"', \"a\");", "a -> ...x", "    say('\"', \"x\");"),
+    (r"    return c == '\0';", "0 -> 1", r"    return c == '\1';"),
     ("    onMainThread(work);", "onMainThread -> inBackground", "    inBackground(work);"),
     ("    onMainThreadAndWait(work);", "onMainThreadAndWait -> onMainThread", "    onMainThread(work);"),
     ("    work(1);", "taken out", ""),
@@ -91,6 +95,10 @@ class Changes(unittest.TestCase):
 
     def test_what_stands_in_a_string_or_a_comment_is_left_alone(self):
         self.assertEqual([what for what, _, _ in changes_of_line(['const char *kText = "a == 1"; // b == 2'], 0)], ["a == 1 -> ...x"])
+
+    def test_only_an_element_of_xml_has_a_text(self):
+        self.assertEqual([what for what, _, _ in changes_of_line(['    {control<&Self::a>, "Ab"},'], 0)], ["Ab -> ...x"])
+        self.assertIn(("Ab -> ...x", ["<key>Ax</key>"], 1), list(changes_of_line(["<key>Ab</key>"], 0, is_xml=True)))
 
 
 class Choice(unittest.TestCase):

@@ -14,7 +14,7 @@ from .changes import TOP
 WORK = TOP / "build/mutants"
 
 # What compiles everything once more, and what notices a change of the sources as such.
-NO_PROOF = "^(MacSources|MacRelease|Tools|Packaging|Helper\\.Version)"
+NO_PROOF = "^(MacSources|MacRelease|Tools|Packaging\\.(Archive|BuildForMac)|Helper\\.Version)"
 
 # Compiled and linked hundreds of times.
 QUICKLY = ("-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_UNITY_BUILD=OFF", "-DCMAKE_C_COMPILER=clang", "-DCMAKE_CXX_COMPILER=clang++",

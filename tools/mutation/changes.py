@@ -1,6 +1,7 @@
 """What a mutant is: one token of a source changed, a call taken out, one that adds something made twice, two statements
 swapped, or an early return."""
 import hashlib
+import itertools
 import json
 import re
 from pathlib import Path
@@ -17,7 +18,10 @@ VALUES = dict(re.findall(r"\b(\w+) = ([\w<]+)", DECLARED))
 EQUIVALENT = {tuple(line.split("\t")[:3]) for line in (TOP / "tools/equivalent-mutants").read_text().splitlines()
               if line and not line.startswith("#")}
 
-STRING = re.compile(r'(?:"|(?<=[^/?]>))((?:[^"\\<>]|\\.)+)(?:"|</)')
+# A letter between single quotes is passed over, and may be a quote itself.
+STRING = re.compile(r"""'(?:[^'\\]|\\.)'|"((?:[^"\\]|\\.)*)\"""")
+ELEMENT = re.compile(r">([^<>]+)</")
+LAST_LETTER = re.compile(r"\\?.$")
 CALL = re.compile(r"^\s+(?!return\b|delete\b|throw\b)[\w:.>\-\[\]*()]*\w\(.*\);\s*$")
 # What adds, says, sends or starts something: most other calls may be made as often as one likes.
 ADDING_CALL = re.compile(r"^\s+(?:[\w:]+(?:\.|->|::))*(?:append|push_back|emplace_back|add\w*|insert\w*|WriteLog|systemLog|logLine|write|"
@@ -25,7 +29,7 @@ ADDING_CALL = re.compile(r"^\s+(?:[\w:]+(?:\.|->|::))*(?:append|push_back|emplac
                          r"xpcConnection|remove_prefix|u8|u16|u32)\(")
 STATEMENT = re.compile(r"^(\s+)(?!const\b|auto\b|static\b|case\b|using\b)[\w:.>\-*]+(?:\(| [-+*/|&]?= ).*;\s*$")
 CONDITION = re.compile(r"^(\s*(?:\} else )?(?:if|while) \()(.+)(\) \{)$")
-NUMBER = re.compile(r"(?<![\w.\"'])(\d[\d']*)(\.\d+)?(?![\w.']|(?<=0)x)(?=\W|$)")
+NUMBER = re.compile(r"(?<![\w.\"'])(\d(?:'?\d)*)(\.\d+)?(?![\w.]|'\d)")
 TIME = re.compile(r"(?<![\w.])(\d+)(?=(?:ms|s|min|h)\b)")
 # What a token becomes.
 TOKENS = [(re.compile(pattern), changed) for pattern, changed in (
@@ -69,7 +73,7 @@ def other_number(digits):
     return str(value + 1 if value < 10 else 0)
 
 
-def changes_of_tokens(line):
+def changes_of_tokens(line, is_xml):
     """What was done to one token, and the line with it."""
     for pattern, changed in TOKENS:
         for match in filter(lambda match: is_outside_strings(line, match.start()), pattern.finditer(line)):
@@ -78,18 +82,18 @@ def changes_of_tokens(line):
         for match in filter(lambda match: is_outside_strings(line, match.start()), pattern.finditer(line)):
             other = other_number(match[1])
             yield f"{match[0]} -> {other}{match[0][len(match[1]):]}", line[:match.start(1)] + other + line[match.end(1):]
-    for match in STRING.finditer(line):
+    for match in filter(lambda match: match[1], itertools.chain(STRING.finditer(line), ELEMENT.finditer(line) if is_xml else ())):
         last = "x" if match[1][-1] != "x" else "y"
-        yield f"{match[1]} -> ...{last}", line[:match.end(1) - 1] + last + line[match.end(1):]
+        yield f"{match[1]} -> ...{last}", line[:match.start(1)] + LAST_LETTER.sub(last, match[1]) + line[match.end(1):]
     for match in CONSTANT.finditer(line):
         if relative := relative_of(match[0]):
             yield f"{match[0]} -> {relative}", line[:match.start()] + relative + line[match.end():]
 
 
-def changes_of_line(lines, number):
+def changes_of_line(lines, number, is_xml=False):
     """Every way to change this line: what was done, the lines in its place, and of how many."""
     line = code_of(lines[number])
-    for what, changed in changes_of_tokens(line):
+    for what, changed in changes_of_tokens(line, is_xml):
         yield what, [changed], 1
     if (condition := CONDITION.match(line)) and " = " not in line and ";" not in line:
         yield "the contrary", [f"{condition[1]}!({condition[2]}){condition[3]}"], 1
@@ -109,7 +113,7 @@ def mutants_of(room, top=TOP):
     for path in sorted(path for ending in ("*.cpp", "*.h", "*.in", "*.cmake") for path in (top / room).glob(ending)):
         lines = path.read_text().split("\n")
         for number in filter(lambda number: is_code(lines[number]), range(len(lines))):
-            for what, changed, replaced in changes_of_line(lines, number):
+            for what, changed, replaced in changes_of_line(lines, number, path.suffix == ".in"):
                 mutant = {"file": str(path.relative_to(top)), "line": number + 1, "what": what, "before": lines[number].strip(),
                           "changed": changed, "lines": replaced, "room": room}
                 if (mutant["file"], what, mutant["before"]) not in EQUIVALENT:
