@@ -20,13 +20,15 @@ QString valueOf(const char *quotedValue) {
     return entriesOf(QByteArray("\"key\" = ").append(quotedValue).append(";").constData()).value(QStringLiteral("key"));
 }
 
-QVector<int> linesOf(const StringTable &table) {
-    QVector<int> lines;
+using Problems = std::vector<std::string>;
+
+/// In the form "2: What is wrong.".
+Problems problemsOf(const StringTable &table) {
+    Problems problems;
     for (const StringTableError &error : table.errors) {
-        EXPECT_FALSE(error.message.isEmpty());
-        lines.append(error.line);
+        problems.push_back(std::to_string(error.line) + ": " + error.message.toStdString());
     }
-    return lines;
+    return problems;
 }
 
 TEST(StringTable, ReadsQuotedEntries) {
@@ -92,14 +94,14 @@ TEST(StringTable, ReadsEachEncodingByItsMark) {
 
 TEST(StringTable, ReportsBytesThatAreNotUtf8) {
     const StringTable table = parseStringTable("a = b;\nc = \"\xFF\";\nd = e;\n");
-    EXPECT_EQ(linesOf(table), QVector<int>({2}));
+    EXPECT_EQ(problemsOf(table), Problems({"2: There is a byte that stands for no character."}));
     EXPECT_EQ(table.entries.value(u"d"_qs), u"e"_qs);
 }
 
 struct BrokenTable {
     const char *name;
     const char *text;
-    QVector<int> lines;
+    Problems problems;
 };
 
 void PrintTo(const BrokenTable &table, std::ostream *out) {
@@ -118,34 +120,59 @@ TEST_P(BrokenStringTable, LosesNoOtherEntry) {
     EXPECT_EQ(table.entries.value(u"first"_qs), u"1"_qs);
     EXPECT_EQ(table.entries.value(u"last"_qs), u"9"_qs);
     EXPECT_EQ(table.entries.size(), 2);
-    EXPECT_EQ(linesOf(table), GetParam().lines);
+    EXPECT_EQ(problemsOf(table), GetParam().problems);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     All, BrokenStringTable,
-    testing::Values(BrokenTable{"NoQuoteAfterTheValue", "\"a\" = \"b;", {2}},
-                    BrokenTable{"NoQuoteBeforeTheValue", "\"a\" = b\";", {2}},
-                    BrokenTable{"NoQuoteAfterTheKey", "\"a = \"b\";", {2}},
-                    BrokenTable{"NoQuoteBeforeTheKey", "a\" = \"b\";", {2}},
-                    BrokenTable{"NoSemicolon", "\"a\" = \"b\"", {2}}, BrokenTable{"NoValue", "\"a\" = ;", {2}},
-                    BrokenTable{"NoKey", "= \"b\";", {2}}, BrokenTable{"NoEqualsSign", "\"a\" \"b\";", {2}},
-                    BrokenTable{"NothingButAKey", "\"a\"", {2}},
-                    BrokenTable{"ValueEndsEarly", "\"a\" = \"say \"so\"\";", {2}}, BrokenTable{"Braces", "{ }", {2}},
-                    BrokenTable{"CommentWithoutEnd", "/* no end", {2}},
-                    BrokenTable{"CommentWithoutEndInAnEntry", "\"a\" = /* \"b\";", {2}},
-                    BrokenTable{"TwoLines", "\"a\" = ;\n\n\"b\" \"c\";", {2, 4}},
-                    BrokenTable{"WindowsLineEnds", "\r\n\"a\" = ;\r\n\r\n!\r\n", {3, 5}},
-                    BrokenTable{"CommentOfSeveralLines", "a /*\n \"b\" = \"c\";\n*/ d;", {2}}),
+    testing::Values(
+        BrokenTable{"NoQuoteAfterTheValue", "\"a\" = \"b;", {"2: There is \"l\" where \";\" is expected."}},
+        BrokenTable{"NoQuoteBeforeTheValue", "\"a\" = b\";", {"2: There is \"\"\" where \";\" is expected."}},
+        BrokenTable{"NoQuoteAfterTheKey", "\"a = \"b\";", {"2: There is \"b\" where \";\" is expected."}},
+        BrokenTable{"NoQuoteBeforeTheKey", "a\" = \"b\";", {"2: There is \"\"\" where \";\" is expected."}},
+        BrokenTable{"NoSemicolon", "\"a\" = \"b\"", {"2: There is \"\"\" where \";\" is expected."}},
+        BrokenTable{"NoValue", "\"a\" = ;", {"2: There is \";\" where a value is expected."}},
+        BrokenTable{"NoKey", "= \"b\";", {"2: There is \"=\" where a key is expected."}},
+        BrokenTable{"NoEqualsSign", "\"a\" \"b\";", {"2: There is \"\"\" where \";\" is expected."}},
+        BrokenTable{"NothingButAKey", "\"a\"", {"2: There is \"\"\" where \";\" is expected."}},
+        BrokenTable{"ValueEndsEarly", "\"a\" = \"say \"so\"\";", {"2: There is \"s\" where \";\" is expected."}},
+        BrokenTable{"Braces", "{ }", {"2: There is \"{\" where a key is expected."}},
+        BrokenTable{"CommentWithoutEnd", "/* no end", {"2: The comment has no end."}},
+        BrokenTable{"CommentWithoutEndInAnEntry", "\"a\" = /* \"b\";", {"2: The comment has no end."}},
+        BrokenTable{"TwoLines",
+                    "\"a\" = ;\n\n\"b\" \"c\";",
+                    {"2: There is \";\" where a value is expected.", "4: There is \"\"\" where \";\" is expected."}},
+        BrokenTable{"WindowsLineEnds",
+                    "\r\n\"a\" = ;\r\n\r\n!\r\n",
+                    {"3: There is \";\" where a value is expected.", "5: There is \"!\" where a key is expected."}},
+        BrokenTable{
+            "CommentOfSeveralLines", "a /*\n \"b\" = \"c\";\n*/ d;", {"2: There is \"d\" where \";\" is expected."}}),
     nameOf);
 
-TEST(StringTable, ReportsAnEntryThatTheFileCutsOff) {
-    for (const char *text :
-         {"\"", "\"a", "\"a\\", "\"a\"", "\"a\" =", "\"a\" = \"b", "\"a\" = \"b\"", "a = \"\\U", "/", "/*"}) {
-        const StringTable table = parseStringTable(text);
-        EXPECT_TRUE(table.entries.isEmpty()) << text;
-        EXPECT_EQ(linesOf(table), QVector<int>({1})) << text;
-    }
+class CutStringTable : public BrokenStringTable {};
+
+TEST_P(CutStringTable, IsReported) {
+    const StringTable table = parseStringTable(GetParam().text);
+    EXPECT_TRUE(table.entries.isEmpty());
+    EXPECT_EQ(problemsOf(table), GetParam().problems);
 }
+
+const Problems kNoKey = {"1: The file ends where a key is expected."};
+const Problems kNoValue = {"1: The file ends where a value is expected."};
+const Problems kNoSemicolon = {"1: The file ends where \";\" is expected."};
+
+INSTANTIATE_TEST_SUITE_P(All, CutStringTable,
+                         testing::Values(BrokenTable{"AQuote", "\"", kNoKey},
+                                         BrokenTable{"WithinTheKey", "\"a", kNoKey},
+                                         BrokenTable{"WithinAnEscape", "\"a\\", kNoKey},
+                                         BrokenTable{"AfterTheKey", "\"a\"", kNoSemicolon},
+                                         BrokenTable{"AfterTheEqualsSign", "\"a\" =", kNoValue},
+                                         BrokenTable{"WithinTheValue", "\"a\" = \"b", kNoValue},
+                                         BrokenTable{"AfterTheValue", "\"a\" = \"b\"", kNoSemicolon},
+                                         BrokenTable{"WithinAnEscapeOfTheValue", "a = \"\\U", kNoValue},
+                                         BrokenTable{"ASlash", "/", kNoSemicolon},
+                                         BrokenTable{"ACommentsBegin", "/*", {"1: The comment has no end."}}),
+                         nameOf);
 
 class ManyBrokenLines : public testing::TestWithParam<BrokenTable> {};
 

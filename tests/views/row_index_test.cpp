@@ -84,6 +84,8 @@ TEST(RowIndex, ABreakWithinALinePartsNoCharacter) {
     const qsizetype most = RowIndex::kMaxRowUnits;
     const QString pairs = QString(most - 1, u'x') + QStringLiteral("\U0001F600\U0001F600");
     EXPECT_EQ(rowsOf(pairs).first().size(), most - 1);
+    const QString half = QString(most - 1, u'x') + QChar(0xD83D) + u'y';
+    EXPECT_EQ(rowsOf(half).first().size(), most) << "a half without the other is none";
     const QString marked = QString(most - 1, u'x') + QStringLiteral("e\u0301\u0302z");
     EXPECT_EQ(rowsOf(marked).first().size(), most - 1);
     const QString manyMarks = QString(most - 33, u'x') + QStringLiteral("\U0001F600") + QString(40, QChar(0x301));

@@ -564,6 +564,24 @@ TEST_F(WizardTest, TheLogButtonFollowsTheMenuItem) {
     EXPECT_EQ(choices, 1);
 }
 
+TEST_F(WizardTest, NothingMovesWhenTheLogButtonComes) {
+    open();
+    showScreen("installationResultView");
+    QCoreApplication::processEvents();
+    const auto places = [this] {
+        QVector<QRect> all;
+        for (const QWidget *widget : wizard->window()->findChildren<QWidget *>()) {
+            all.append(widget->geometry());
+        }
+        return all;
+    };
+    const QVector<QRect> before = places();
+    control<kyb::MenuItem>("showLogMenuItem").setHidden(false);
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(object<QPushButton>("showLogButton").isVisible());
+    EXPECT_EQ(places(), before);
+}
+
 TEST_F(WizardTest, ToolbarItemsComeWhenTheyAreInserted) {
     auto &bar = object<QToolBar>("logToolBar");
     ASSERT_EQ(bar.actions().size(), 1);

@@ -2,9 +2,11 @@
 #include "WizardTest.h"
 #include "text/localized_text.h"
 #include "text/string_table.h"
+#include "ui/views/image_loading.h"
 
 #include <QAbstractButton>
 #include <QAccessible>
+#include <QAction>
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -260,14 +262,31 @@ TEST_F(BrokenInterface, ATableOfSixteenMebibytesIsReadAndNoLongerOne) {
     }
 }
 
+/// Puts what is shipped into the bundle of the fakes' machine.
+void ship(const char *name) {
+    QFile shipped(QStringLiteral(KYB_BUILT_RESOURCES "/") + QLatin1String(name));
+    ASSERT_TRUE(shipped.open(QIODevice::ReadOnly)) << "the bundle lacks " << name;
+    FakeMachine::instance().write(
+        QStringLiteral("/Installer Folder/Brelund Quorlix Installer.app/Contents/Resources/") + QLatin1String(name),
+        shipped.readAll());
+}
+
+TEST_F(BrokenInterface, ToolbarItemsHaveTheirPicturesForEachScreen) {
+    ship("save.png");
+    ship("save@2x.png");
+    ASSERT_EQ(load().toStdString(), "");
+    const QIcon icon = qobject_cast<QAction *>(wizard_.object(QStringLiteral("saveButtonItem")))->icon();
+    for (const int pixelRatio : {1, 2}) {
+        const QImage picture = icon.pixmap({16, 16}, pixelRatio).toImage();
+        EXPECT_EQ(picture.width(), 16 * pixelRatio);
+        EXPECT_EQ(picture, kyb::bundlePixmap(QStringLiteral("save.png"), {16, 16}, pixelRatio).toImage()) << pixelRatio;
+    }
+}
+
 TEST_F(BrokenInterface, TheToolkitSpeaksTheUsersLanguage) {
-    QFile shipped(QStringLiteral(KYB_BUILT_RESOURCES "/de.lproj/Toolkit.qm"));
-    ASSERT_TRUE(shipped.open(QIODevice::ReadOnly)) << "the bundle lacks the toolkit's German texts";
+    ship("de.lproj/Toolkit.qm");
     FakeMachine &machine = FakeMachine::instance();
     machine.languages = {QStringLiteral("de"), QStringLiteral("en")};
-    machine.write(QStringLiteral("/Installer Folder/Brelund Quorlix Installer.app/Contents/Resources/de.lproj/"
-                                 "Toolkit.qm"),
-                  shipped.readAll());
     EXPECT_EQ(load().toStdString(), "");
     EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Discard").toStdString(), "Verwerfen");
     EXPECT_EQ(QCoreApplication::translate("QFileDialog", "Look in:").toStdString(), "Suchen in:");

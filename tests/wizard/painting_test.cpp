@@ -4,6 +4,7 @@
 #include "ui/wizard/BorderBox.h"
 #include "ui/wizard/Spinner.h"
 
+#include <QStyleFactory>
 #include <QStyleOption>
 #include <gmock/gmock.h>
 
@@ -151,6 +152,17 @@ TEST_P(Painting, IsTheWholeList) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Controls, Painting, testing::ValuesIn(kRows), [](const auto &row) { return row.param.name; });
+
+TEST_F(WizardTest, AButtonIsAsMuchWiderAsItsTitleKeepsClear) {
+    const std::unique_ptr<QStyle> toolkits(QStyleFactory::create(QStringLiteral("fusion")));
+    const QStyleOptionButton option;
+    const auto grown = [&](QStyle::ContentsType type) {
+        return kyb::BareStyle().sizeFromContents(type, &option, {80, 20}, nullptr) -
+               toolkits->sizeFromContents(type, &option, {80, 20}, nullptr);
+    };
+    EXPECT_EQ(grown(QStyle::CT_PushButton), QSize(24, 0));
+    EXPECT_EQ(grown(QStyle::CT_CheckBox), QSize(0, 0));
+}
 
 TEST_F(WizardTest, ASpinnerStandsAtItsTextsSide) {
     EXPECT_THAT(spinner(Qt::RightToLeft), testing::Contains(testing::HasSubstr("at 92,25 turned by 0,")));

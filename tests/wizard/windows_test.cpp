@@ -30,6 +30,19 @@ TEST_F(WizardTest, NoTextOfAScreenChangesTheSizeOfTheWindow) {
     EXPECT_EQ(wizard->window()->size(), before);
 }
 
+TEST(WizardFont, IsOfAtLeastTenPoints) {
+    char name[] = "installer";
+    std::array<char *, 2> words{name, nullptr};
+    for (const auto &[given, shown] : {std::pair(8.0, 10.0), std::pair(9.5, 10.0), std::pair(14.0, 14.0)}) {
+        QFont font;
+        font.setPointSizeF(given);
+        QApplication::setFont(font);
+        int count = 1;
+        const kyb::Wizard wizard(count, words.data());
+        EXPECT_EQ(QApplication::font().pointSizeF(), shown);
+    }
+}
+
 TEST_F(WizardTest, TheMainWindowClosesWhenNothingRuns) {
     open();
     EXPECT_TRUE(wizard->window()->close());

@@ -9,7 +9,8 @@ namespace {
 
 constexpr int kSpokes = 12;
 constexpr int kTurnMilliseconds = 960;
-constexpr int kDiameter = 16; // points
+constexpr int kDiameter = 16;      // points
+constexpr qreal kHalfSpoke = 0.75; // points, of its width
 constexpr qreal kFaintest = 0.2;
 
 } // namespace
@@ -37,7 +38,7 @@ void Spinner::paintEvent(QPaintEvent *) {
     for (int spoke = 0; spoke < kSpokes; ++spoke) {
         const int age = (step_ - spoke + kSpokes) % kSpokes;
         painter.setOpacity(qMax(kFaintest, 1.0 - qreal(age) / (kSpokes - 1)));
-        painter.drawRoundedRect(QRectF(3.5, -0.75, 4.5, 1.5), 0.75, 0.75);
+        painter.drawRoundedRect(QRectF(3.5, -kHalfSpoke, 4.5, 2 * kHalfSpoke), kHalfSpoke, kHalfSpoke);
         painter.rotate(360.0 / kSpokes);
     }
 }

@@ -133,6 +133,13 @@ TEST(PlistGuard, CountsTheEntitiesOfAllTexts) {
     EXPECT_TRUE(isSafeForLibplist(repeated(xmlOf("a &amp; b"), 100'000)));
 }
 
+TEST(PlistGuard, BearsSixteenGibibytesMovedAndNoByteMore) {
+    const std::string text = '<' + std::string((1 << 18) - 1 - (1 << 16), 'x') + std::string(1 << 16, '&');
+    EXPECT_TRUE(isSafeForLibplist(text));
+    EXPECT_FALSE(isSafeForLibplist(text + 'x'));
+    EXPECT_FALSE(isSafeForLibplist(text + "<&"));
+}
+
 TEST(PlistGuard, RefusesANulInText) {
     EXPECT_TRUE(isSafeForLibplist(binaryList({"\x53xyz"})));
     EXPECT_FALSE(isSafeForLibplist(binaryList({std::string("\x53x\0z", 4)})));
