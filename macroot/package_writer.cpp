@@ -155,12 +155,9 @@ std::string percentEncoded(std::string_view text) {
 
 UniqueFd unnamedFile() {
     const std::string folder = std::filesystem::temp_directory_path().string();
-    UniqueFd file(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
-    if (!file) {
-        std::string name = folder + "/package.XXXXXX";
-        file = UniqueFd(mkostemp(name.data(), O_CLOEXEC));
-        unlink(name.c_str());
-    }
+    std::string name = folder + "/package.XXXXXX";
+    UniqueFd file(mkostemp(name.data(), O_CLOEXEC));
+    unlink(name.c_str());
     return file ? std::move(file) : throw std::runtime_error("no temporary file in " + folder);
 }
 

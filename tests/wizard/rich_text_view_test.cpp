@@ -99,6 +99,15 @@ TEST_F(TermsView, KeepsEveryMeasureOfAParagraph) {
     EXPECT_TRUE(second.tabPositions().isEmpty());
 }
 
+TEST_F(TermsView, OnlyATabAtTheBeginOfAListItemMovesItsMark) {
+    show("{\\rtf1\\li720\\fi-360 1.\\tab a\\par\\par b}");
+    const QList hang{QTextOption::Tab(18 * view.logicalDpiY() / 72.0, QTextOption::LeftTab)};
+    for (QTextBlock block = view.document()->firstBlock(); block.isValid(); block = block.next()) {
+        EXPECT_EQ(block.blockFormat().tabPositions(), hang) << block.text().toStdString();
+    }
+    EXPECT_EQ(view.document()->blockCount(), 3) << "one of them is empty";
+}
+
 TEST_F(TermsView, KeepsTheFormatsOfRuns) {
     show("{\\rtf1 plain\\b\\i\\ul\\strike\\caps\\fs40 all}");
     auto run = view.document()->firstBlock().begin();
