@@ -15,10 +15,11 @@ constexpr std::size_t kTailBytes = 2048;
 
 constexpr int kAttempts = 10; // others may put something into the place between the two steps, but not for ever
 
-/// Takes away what lies at \p name: anything but a folder that is not empty. \return whether nothing is left there.
-bool clear(const UniqueFd &folder, const char *name) {
-    return unlinkat(folder.get(), name, 0) == 0 || errno == ENOENT || unlinkat(folder.get(), name, AT_REMOVEDIR) == 0 ||
-           errno == ENOENT;
+/// Takes away what lies at \p name, as far as it can: anything but a folder that is not empty.
+void clear(const UniqueFd &folder, const char *name) {
+    if (unlinkat(folder.get(), name, 0) != 0) {
+        unlinkat(folder.get(), name, AT_REMOVEDIR);
+    }
 }
 
 } // namespace
@@ -37,9 +38,7 @@ bool ProgressFile::make() {
     // NB: only the folder itself must not be a link; "/var", above it, is one on macOS.
     const UniqueFd folder(open(path_.substr(0, slash).c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     for (int attempt = 0; folder && attempt < kAttempts; ++attempt) {
-        if (!clear(folder, name.c_str())) {
-            return false;
-        }
+        clear(folder, name.c_str());
         file_ = UniqueFd(
             openat(folder.get(), name.c_str(), O_RDWR | O_APPEND | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644));
         if (file_ || errno != EEXIST) {
