@@ -84,6 +84,13 @@ Ran installationMeanwhile(const std::string &line, const std::string &folder,
 
 } // namespace
 
+TEST(InstallerRun, ReadsAPackageThatHasAnyName) {
+    const MacRoot root;
+    const Ran ran = root.install(root.samplePackage({"--version", "4.2.0", "--name", "Gr\u00f6\u00dfe \u5927 100%"}));
+    EXPECT_EQ(ran.status, 0) << ran.lastLine() << root.log();
+    EXPECT_THAT(ran.lines, testing::Contains(HasSubstr("Gr\u00f6\u00dfe \u5927 100%")));
+}
+
 TEST(InstallerRun, PutsTheDriverInPlaceWithItsModes) {
     const MacRoot root;
     const Ran ran = root.install(root.samplePackage({"--version", "4.2.0"}));

@@ -859,6 +859,10 @@ TEST(RichText, CountsNoScriptForDigitsAmongLetters) {
     EXPECT_FALSE(runsOf(fontTable(kMaxRichTextFaces) + body).last().fontFamilies.isEmpty());
 }
 
+TEST(RichText, CountsNoTurnWithinACharacterOfTwoUnits) {
+    EXPECT_FALSE(parsed(QByteArray("\\u1488?\\u-10179?\\u-8704?").repeated(60'000)).isCut);
+}
+
 TEST(RichText, KeepsTheFacesThatCameFirst) {
     QByteArray body;
     for (int i = 0; i < 300; ++i) {

@@ -18,6 +18,7 @@ TEST(CodePages, SpellsJohab) {
                                  "a"),
               u"\uFFFD 가");
     EXPECT_EQ(fromCodePage(1361, "\\\x90\x61\\"), u"\\나\\");
+    EXPECT_EQ(fromCodePage(1361, "a"), u"a");
 }
 
 TEST(CodePages, TakesARelativeForAPageWithoutATable) {
