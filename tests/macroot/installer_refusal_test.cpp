@@ -242,12 +242,22 @@ TEST(InstallerRefusal, SaysThatAnUpgradeFailed) {
     EXPECT_THAT(root.log(), HasSubstr("postinstall: postinstall: this package was made to fail here"));
 }
 
-TEST(InstallerRefusal, NamesTheSignalThatEndedAScript) {
-    const MacRoot root;
-    TestPackage package;
-    package.preinstall = "#!/bin/sh\nkill -9 $$\n";
-    EXPECT_EQ(root.install(package.write(root.beside("a.pkg"))).lastLine(),
-              std::string(kFailedInstall) + "The preinstall script was ended by signal 9.)");
+TEST(InstallerRefusal, SaysHowAScriptFailed) {
+    const std::pair<const char *, const char *> rows[] = {
+        {"#!/bin/sh\nexit 255\n", "failed with status 255."},
+        {"#!/bin/sh\nkill -9 $$\n", "was ended by signal 9."},
+        {"#!/no/such/program\n", "cannot be run: No such file or directory"},
+        {"neither a script nor a program", "cannot be run: Exec format error"},
+    };
+    for (const auto &[script, failure] : rows) {
+        const MacRoot root;
+        TestPackage package;
+        package.preinstall = script;
+        const Ran ran = root.install(package.write(root.beside("a.pkg")));
+        EXPECT_EQ(ran.status, 1);
+        EXPECT_EQ(ran.lastLine(), std::string(kFailedInstall) + "The preinstall script " + failure + ")");
+        EXPECT_FALSE(root.hasStage());
+    }
 }
 
 TEST(InstallerRefusal, LeavesNothingBeyondALimitOnTheSizeOfFiles) {
