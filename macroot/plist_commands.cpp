@@ -100,11 +100,7 @@ bool insertChild(plist_t container, const std::string &name, Plist &child) {
     if (!index && !name.empty()) {
         return false;
     }
-    if (index && *index < size) {
-        plist_array_insert_item(container, child.release(), *index);
-    } else {
-        plist_array_append_item(container, child.release());
-    }
+    plist_array_insert_item(container, child.release(), std::min(index.value_or(size), size)); // behind all: at the end
     return true;
 }
 
