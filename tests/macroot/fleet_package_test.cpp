@@ -159,9 +159,9 @@ TEST_F(FleetPackage, ANewerOneReplacesAnOlderOne) {
 }
 
 TEST_F(FleetPackage, TakesTheAdministratorsFolder) {
-    ASSERT_EQ(root.install(package({"--folder", "/Library//Our Tools/./Quorlix_1.0-x/"})).status, 0) << root.log();
-    EXPECT_EQ(contentOf(root / "Library/Our Tools/Quorlix_1.0-x/OSX/macver.list"), "the macver.list");
-    EXPECT_TRUE(fs::exists(root / "Library/Our Tools/Quorlix_1.0-x/Brelund Quorlix Installer.app/Contents/Info.plist"));
+    ASSERT_EQ(root.install(package({"--folder", "/Library//Our Tools/./AZaz09_1.0-x/"})).status, 0) << root.log();
+    EXPECT_EQ(contentOf(root / "Library/Our Tools/AZaz09_1.0-x/OSX/macver.list"), "the macver.list");
+    EXPECT_TRUE(fs::exists(root / "Library/Our Tools/AZaz09_1.0-x/Brelund Quorlix Installer.app/Contents/Info.plist"));
     EXPECT_FALSE(fs::exists(root / kFolder));
 }
 

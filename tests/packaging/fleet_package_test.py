@@ -231,7 +231,7 @@ class FleetPackage(unittest.TestCase):
                     self.assert_refused(self.run_tool(folder=folder), complaint)
 
     def test_versions_that_it_refuses(self):
-        for version in ["1\n", "1\x01", "1\"", "1\u00e4", "1<", "1/2"]:
+        for version in ["1\n", "1\x01", "1\"", "1\u00e4", "1<", "1/2", "1:", "1@", "1[", "1`", "1{"]:
             with self.subTest(version):
                 self.assert_refused(self.run_tool(version=version), "--version has other characters than")
 

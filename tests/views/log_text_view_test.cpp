@@ -82,6 +82,24 @@ TEST_F(LogTextView, ScrollsSidewaysAsFarAsTheLongestRowGoes) {
     EXPECT_EQ(bar->maximum(), 0);
 }
 
+TEST_F(LogTextView, ScrollsSidewaysToTheCaretOnlyWhenItIsOutOfSight) {
+    view_.setText(QString(300, u'm'));
+    QScrollBar *bar = view_.horizontalScrollBar();
+    press(Qt::Key_End);
+    const int end = bar->value();
+    EXPECT_LT(view_.caretRect(300).right(), view_.viewport()->width());
+    for (const Qt::Key key : {Qt::Key_Left, Qt::Key_Left, Qt::Key_Right}) {
+        press(key);
+        EXPECT_EQ(bar->value(), end);
+    }
+    press(Qt::Key_Home);
+    EXPECT_EQ(bar->value(), 0);
+    for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Right, Qt::Key_Left}) {
+        press(key);
+        EXPECT_EQ(bar->value(), 0);
+    }
+}
+
 TEST_F(LogTextView, AnotherFontHasOtherRows) {
     view_.setText(lines(1000));
     const int height = view_.rowHeight();
