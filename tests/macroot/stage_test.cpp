@@ -72,6 +72,14 @@ protected:
     Snapshot before_;
 };
 
+TEST_F(StageTest, IsItsOwners) {
+    Stage stage(rootFd_.get());
+    place(stage, 0);
+    const fs::path folder = root_ / std::string(Stage::kFolder);
+    EXPECT_EQ(modeOf(folder), 0700U);
+    EXPECT_EQ(modeOf(folder / "plan"), 0600U);
+}
+
 TEST_F(StageTest, PutsAllInPlaceAndRemovesItselfAfterACommit) {
     {
         Stage stage(rootFd_.get());
