@@ -814,6 +814,14 @@ protected:
     UniqueFd earlier_ = socket_.tryLockOfServer();
 };
 
+TEST_F(SecondHelper, SaysOnceThatItWaits) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // for many looks
+    earlier_.reset();
+    EXPECT_EQ(run("true"), kSuccess);
+    const std::vector<std::string> messages = test::messagesOf(log());
+    EXPECT_EQ(std::ranges::count(messages, "Waits for an earlier helper tool to end."), 1) << log();
+}
+
 TEST_F(SecondHelper, TrustsTheOwnerOfTheFolderThatItWasStartedIn) {
     moveRoot();
     if (geteuid() == 0) {
