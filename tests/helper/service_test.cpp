@@ -9,6 +9,7 @@
 #include "support/log_messages.h"
 #include "support/property_lists.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
