@@ -260,7 +260,8 @@ class FleetPackage(unittest.TestCase):
             with self.subTest(options=options, values=values):
                 run = self.run_tool(*options, **values)
                 self.assertEqual(run.returncode, 1)
-                self.assertTrue(run.stderr.startswith("Usage: make_fleet_package OUT --bundle FOLDER "), run.stderr)
+                self.assertEqual(run.stderr, "Usage: make_fleet_package OUT --bundle FOLDER --driver FOLDER --version V "
+                                             "[--folder WHERE] [--job FILE]\n")
         run = subprocess.run([TOOL, "--programs", self.place, "a.pkg"], capture_output=True, text=True)
         self.assertEqual((run.returncode, run.stderr.split(";")[0]),
                          (1, "make-fleet-package: no program make_fleet_package"))
